@@ -34,9 +34,11 @@ endfunction()
 file(READ "${PROTO}" schema)
 string(REGEX REPLACE "//[^\n]*" "" schema "${schema}")
 string(REGEX REPLACE "/\\*([^*]|\\*+[^*/])*\\*+/" "" schema "${schema}")
+# ';' separates CMake list items: make statement ends newlines instead.
+string(REPLACE ";" "\n" schema "${schema}")
 set(float_fields "")
 if(schema MATCHES "syntax[ \t\r\n]*=[ \t\r\n]*\"proto3\"")
-  string(REGEX MATCHALL "[;{}][ \t\r\n]*(float|double)[ \t\r\n]+[A-Za-z_][A-Za-z0-9_]*[ \t\r\n]*="
+  string(REGEX MATCHALL "[\n{}][ \t\r\n]*(float|double)[ \t\r\n]+[A-Za-z_][A-Za-z0-9_]*[ \t\r\n]*="
          decls "${schema}")
   foreach(decl IN LISTS decls)
     string(REGEX REPLACE ".*(float|double)[ \t\r\n]+([A-Za-z_][A-Za-z0-9_]*).*" "\\2" field "${decl}")
