@@ -78,6 +78,7 @@ TEST(EnumerationTableTest, EveryEnumerationOfTheLibraryHasARow) {
   for (const EnumRow& row : EnumRows()) {
     EXPECT_TRUE(rows.insert(row.type_name).second) << "two rows for " << row.type_name;
   }
+  EXPECT_EQ(EnumRows().size(), AllEnumerations().size());
   for (const google::protobuf::EnumDescriptor* e : AllEnumerations()) {
     std::string name = e->full_name();
     std::replace(name.begin(), name.end(), '.', '_');

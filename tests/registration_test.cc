@@ -119,6 +119,30 @@ INSTANTIATE_TEST_SUITE_P(EveryFile, RegisteredFileTest, ::testing::ValuesIn(Sche
                            return name;
                          });
 
+TEST(RegistrationTest, LibraryRegistersAllThirtyFiveFiles) {
+  ASSERT_EQ(SchemaFiles().size(), 35u);
+  std::set<std::string> present(SchemaFiles().begin(), SchemaFiles().end());
+  int records = 0;
+  for (const auto& [name, row] : ExpectedFiles()) {
+    EXPECT_EQ(present.count(name), 1u) << name << " is missing";
+    const google::protobuf::internal::DescriptorTable* table = RegistrationOf(name);
+    ASSERT_NE(table, nullptr) << name;
+    EXPECT_EQ(table->size, row.descriptor_length) << name;
+    records += table->num_messages;
+  }
+  EXPECT_EQ(records, 68);
+  EXPECT_EQ(AllRecords().size(), 68u);
+  EXPECT_EQ(AllEnumerations().size(), 46u);
+  // One proto2 file, the rest proto3.
+  int proto2 = 0;
+  for (const std::string& name : SchemaFiles()) {
+    const FileDescriptor* file = DescriptorPool::generated_pool()->FindFileByName(name);
+    ASSERT_NE(file, nullptr);
+    if (file->syntax() == FileDescriptor::SYNTAX_PROTO2) ++proto2;
+  }
+  EXPECT_EQ(proto2, 1);
+}
+
 TEST(RegistrationTest, EveryRegistrationOfTheLibraryIsASchemaFile) {
   // The generated pool knows each file by its bare name, and each file's
   // message factory entry hands out the library's own default instances.

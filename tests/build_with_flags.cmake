@@ -1,0 +1,20 @@
+# ctest: a host builds against the generated headers with nothing but -I and
+# -l flags, and the program runs.
+# cmake -DCXX=... -DSOURCE=... -DINCLUDES="a;b" -DLIBDIR=... -DOUT=... -P build_with_flags.cmake
+set(args -std=c++17)
+foreach(dir IN LISTS INCLUDES)
+  list(APPEND args "-I${dir}")
+endforeach()
+list(APPEND args ${SOURCE} -o ${OUT} "-L${LIBDIR}" "-Wl,-rpath,${LIBDIR}" -lgcuschema -lprotobuf)
+execute_process(COMMAND ${CXX} ${args} RESULT_VARIABLE rc ERROR_VARIABLE err)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "building ${SOURCE} with only -I/-l flags failed:\n${err}")
+endif()
+execute_process(COMMAND ${OUT} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "${OUT} exited with ${rc}:\n${out}${err}")
+endif()
+if(NOT out MATCHES "AdcConfiguration \\{")
+  message(FATAL_ERROR "${OUT} did not decode the input settings:\n${out}")
+endif()
+message(STATUS "${out}")
