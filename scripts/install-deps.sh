@@ -7,6 +7,7 @@ packages=(
   cmake ninja-build g++ make pkg-config binutils
   protobuf-compiler libprotobuf-dev
   googletest libgtest-dev
+  nlohmann-json3-dev libcli11-dev libfmt-dev
 )
 
 missing=()

@@ -1,0 +1,35 @@
+#ifndef GCUSCHEMA_DOC_DIFF_H
+#define GCUSCHEMA_DOC_DIFF_H
+
+#include <string>
+#include <vector>
+
+#include <google/protobuf/message.h>
+
+#include <gcuschema/doc/export.h>
+#include <gcuschema/doc/pairing.h>
+
+namespace gcuschema::doc {
+
+struct Difference {
+  enum class Kind { kAdded, kRemoved, kModified };
+  Kind kind;
+  std::string path;       // "inputs[3].config<AdcConfiguration>.range"
+  std::string old_value;  // empty for kAdded
+  std::string new_value;  // empty for kRemoved
+};
+
+// The differences between two records of the same type, with `config`
+// settings expanded by the pairing (compared as records where both sides
+// parse as the paired record, as bytes otherwise), found with the runtime's
+// MessageDifferencer. Empty when the two are equal.
+GCUSCHEMA_DOC_API std::vector<Difference> Diff(const google::protobuf::Message& a,
+                                               const google::protobuf::Message& b,
+                                               const PairingCatalogue& pairing);
+
+// One line per difference: "~ path: old -> new", "+ path: new", "- path: old".
+GCUSCHEMA_DOC_API std::string FormatDifferences(const std::vector<Difference>& differences);
+
+}  // namespace gcuschema::doc
+
+#endif

@@ -1,0 +1,50 @@
+#ifndef GCUSCHEMA_DOC_JSON_H
+#define GCUSCHEMA_DOC_JSON_H
+
+#include <string>
+#include <string_view>
+
+#include <google/protobuf/message.h>
+#include <nlohmann/json.hpp>
+
+#include <gcuschema/doc/export.h>
+#include <gcuschema/doc/pairing.h>
+
+namespace gcuschema::doc {
+
+using Json = nlohmann::ordered_json;
+
+// JSON of a record, by the protobuf JSON mapping with the schema's own field
+// names, enumerations by name (by number when a value has no name), bytes in
+// base64, fields in declaration order. With expansion, every `config` whose
+// entry's type code is paired (and DeviceData.config, always a ConfigData) is
+// shown as the record it holds: {"@type": "AdcConfiguration", ...fields}, itself
+// expanded. A `config` is expanded only when it parses as its record and
+// encoding that record gives back exactly its bytes; otherwise it stays a
+// base64 string, so expansion never loses a byte. Unknown fields of any
+// record are kept as "@unknown": "<base64 of their encoding>".
+class GCUSCHEMA_DOC_API JsonCodec {
+ public:
+  explicit JsonCodec(PairingCatalogue pairing = PairingCatalogue::Standard());
+
+  const PairingCatalogue& pairing() const { return pairing_; }
+  PairingCatalogue& pairing() { return pairing_; }
+
+  Json ToJson(const google::protobuf::Message& record, bool expand = true) const;
+  std::string ToJsonText(const google::protobuf::Message& record, bool expand = true,
+                         int indent = 2) const;
+
+  // The reverse, expanded or not: each "@type" object is encoded into its
+  // entry's `config`, each "@unknown" restored. Merges into `record` (clear
+  // it first for a fresh parse). Throws Error with the field path
+  // ("inputs[2].config.range") or, for text, the line and column.
+  void FromJson(const Json& value, google::protobuf::Message* record) const;
+  void FromJsonText(std::string_view text, google::protobuf::Message* record) const;
+
+ private:
+  PairingCatalogue pairing_;
+};
+
+}  // namespace gcuschema::doc
+
+#endif

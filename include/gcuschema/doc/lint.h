@@ -1,0 +1,45 @@
+#ifndef GCUSCHEMA_DOC_LINT_H
+#define GCUSCHEMA_DOC_LINT_H
+
+#include <string>
+#include <vector>
+
+#include <google/protobuf/message.h>
+
+#include <gcuschema/doc/export.h>
+#include <gcuschema/doc/pairing.h>
+
+namespace gcuschema::doc {
+
+enum class Severity { kWarning, kError };
+
+struct Finding {
+  std::string path;      // "canbus[0].standardInputFrameCount"
+  Severity severity;
+  std::string rule;      // short stable name: "count-mismatch", "unknown-type", ...
+  std::string message;   // what is wrong and what to do
+};
+
+// Checks a record of the library (ConfigData, DeviceData — whose config is
+// linted as a ConfigData —, CalibrationData, CalibrationTemplateData, or
+// any other record) for what the records themselves do not enforce:
+// - counts that disagree with their lists (count-mismatch, error);
+// - type codes and enumeration values outside their enumerations
+//   (unknown-type, unknown-enum-value, error);
+// - a `config` that does not parse as its paired record (config-unreadable,
+//   error) or is not in canonical form (config-not-canonical, warning);
+// - duplicate identifiers among inputs, outputs, maps and buses
+//   (duplicate-id, error);
+// - references to input or bus identifiers that do not exist, from compare,
+//   divide, map, counter, waveform and rbc input settings and from routers
+//   (dangling-reference, error);
+// - unknown fields present (unknown-field, warning).
+// Findings come in document order.
+GCUSCHEMA_DOC_API std::vector<Finding> Lint(const google::protobuf::Message& record,
+                                            const PairingCatalogue& pairing);
+
+GCUSCHEMA_DOC_API bool HasErrors(const std::vector<Finding>& findings);
+
+}  // namespace gcuschema::doc
+
+#endif

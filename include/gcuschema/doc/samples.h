@@ -1,0 +1,51 @@
+#ifndef GCUSCHEMA_DOC_SAMPLES_H
+#define GCUSCHEMA_DOC_SAMPLES_H
+
+#include <cstdint>
+#include <memory>
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+
+#include <gcuschema/CalibrationData.pb.h>
+#include <gcuschema/CalibrationDataLimits.pb.h>
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/doc/export.h>
+
+namespace gcuschema::doc {
+
+// Deterministic, realistic documents of any size: the same options give the
+// same bytes on every machine and every run.
+struct SampleOptions {
+  int inputs = 24;        // outputs, maps, buses and estimators follow in proportion
+  std::uint64_t seed = 1;
+};
+
+// A configuration document: inputs and outputs of every paired type with
+// valid settings encoded in `config` under their type codes, maps holding
+// Map3D tables (and inputs with Map3D linearizations), CAN buses with frames,
+// handlers and routers (counts equal to their lists), estimators, units,
+// unique identifiers and references that resolve.
+GCUSCHEMA_DOC_API void SampleConfig(const SampleOptions& options, ConfigData* out);
+
+// A device data image whose `config` holds SampleConfig(options), with
+// adaptation blocks.
+GCUSCHEMA_DOC_API void SampleDeviceData(const SampleOptions& options, DeviceData* out);
+
+// A hardware calibration with every list filled and counts matching.
+GCUSCHEMA_DOC_API void SampleCalibration(const SampleOptions& options, CalibrationData* out);
+
+// Its limits template.
+GCUSCHEMA_DOC_API void SampleCalibrationTemplate(const SampleOptions& options,
+                                                 CalibrationTemplateData* out);
+
+// Any record by type: the four above for their types; for other records of
+// the library a record with every field set. Returns null for a type that
+// is not a record of the library.
+GCUSCHEMA_DOC_API std::unique_ptr<google::protobuf::Message> Sample(
+    const google::protobuf::Descriptor* type, const SampleOptions& options);
+
+}  // namespace gcuschema::doc
+
+#endif
