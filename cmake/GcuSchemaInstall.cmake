@@ -1,0 +1,38 @@
+# Install layout, CMake package and pkg-config file.
+include(CMakePackageConfigHelpers)
+
+set(GCUSCHEMA_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/GcuSchema")
+set(GCUSCHEMA_PYTHON_INSTALL_DIR "lib/python3/dist-packages"
+    CACHE STRING "Where the Python package is installed, relative to the prefix")
+
+install(TARGETS gcuschema gcuschema_doc EXPORT GcuSchemaTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
+          NAMELINK_COMPONENT development
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+  PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/gcuschema COMPONENT development
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS gcuschema_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(DIRECTORY include/gcuschema DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        COMPONENT development FILES_MATCHING PATTERN "*.h")
+install(FILES ${GCUSCHEMA_PROTOS} DESTINATION ${CMAKE_INSTALL_DATADIR}/gcuschema/proto
+        COMPONENT runtime)
+
+install(EXPORT GcuSchemaTargets NAMESPACE GcuSchema:: DESTINATION ${GCUSCHEMA_CMAKE_DIR}
+        COMPONENT development)
+configure_package_config_file(cmake/GcuSchemaConfig.cmake.in
+  "${CMAKE_CURRENT_BINARY_DIR}/GcuSchemaConfig.cmake"
+  INSTALL_DESTINATION ${GCUSCHEMA_CMAKE_DIR})
+write_basic_package_version_file("${CMAKE_CURRENT_BINARY_DIR}/GcuSchemaConfigVersion.cmake"
+  VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/GcuSchemaConfig.cmake"
+              "${CMAKE_CURRENT_BINARY_DIR}/GcuSchemaConfigVersion.cmake"
+        DESTINATION ${GCUSCHEMA_CMAKE_DIR} COMPONENT development)
+
+# The .pc file finds its prefix from its own location, so a staged or
+# relocated install works without editing it.
+file(RELATIVE_PATH GCUSCHEMA_PC_PREFIX_FROM_PCDIR
+     "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+configure_file(cmake/gcuschema.pc.in "${CMAKE_CURRENT_BINARY_DIR}/gcuschema.pc" @ONLY)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/gcuschema.pc"
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -1,0 +1,33 @@
+# cmake -DBUILD_DIR=... -DWORK=... -P deb_contents.cmake
+file(REMOVE_RECURSE "${WORK}")
+execute_process(COMMAND cpack -G DEB --config "${BUILD_DIR}/CPackConfig.cmake" -B "${WORK}"
+                RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "cpack failed:\n${out}${err}")
+endif()
+file(GLOB debs "${WORK}/*.deb")
+list(LENGTH debs n)
+if(NOT n EQUAL 1)
+  message(FATAL_ERROR "expected one .deb in ${WORK}, found ${n}")
+endif()
+execute_process(COMMAND dpkg-deb -c ${debs} RESULT_VARIABLE rc OUTPUT_VARIABLE listing)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "dpkg-deb cannot list ${debs}")
+endif()
+foreach(pattern
+    "/usr/lib/[^ \n]*libgcuschema\\.so\\.0"
+    "/usr/lib/[^ \n]*libgcuschema_doc\\.so\\.0"
+    "/usr/bin/gcuschema\n"
+    "/usr/include/gcuschema/Config\\.pb\\.h"
+    "/usr/include/gcuschema/export\\.h"
+    "/usr/include/gcuschema/doc/json\\.h"
+    "/usr/lib/[^ \n]*cmake/GcuSchema/GcuSchemaConfig\\.cmake"
+    "/usr/lib/[^ \n]*pkgconfig/gcuschema\\.pc"
+    "/usr/share/gcuschema/proto/CalibrationDataLimits\\.proto"
+    "/usr/lib/python3/dist-packages/gcuschema/pairing\\.py"
+    "/usr/lib/python3/dist-packages/gcuschema/DeviceData_pb2\\.py")
+  if(NOT listing MATCHES "${pattern}")
+    message(FATAL_ERROR "the package lacks ${pattern}:\n${listing}")
+  endif()
+endforeach()
+message(STATUS "${listing}")

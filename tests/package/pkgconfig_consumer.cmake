@@ -1,0 +1,23 @@
+# cmake -DSTAGE=... -DCXX=... -DSOURCE=... -DOUT=... -P pkgconfig_consumer.cmake
+set(ENV{PKG_CONFIG_PATH} "${STAGE}/lib/pkgconfig")
+execute_process(COMMAND pkg-config --cflags --libs gcuschema
+                RESULT_VARIABLE rc OUTPUT_VARIABLE flags ERROR_VARIABLE err
+                OUTPUT_STRIP_TRAILING_WHITESPACE)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "pkg-config does not know gcuschema:\n${err}")
+endif()
+if(NOT flags MATCHES "-I${STAGE}/include" OR NOT flags MATCHES "-lgcuschema")
+  message(FATAL_ERROR "unexpected flags from the staged gcuschema.pc: ${flags}")
+endif()
+separate_arguments(flag_list UNIX_COMMAND "${flags}")
+execute_process(COMMAND ${CXX} -std=c++17 "${SOURCE}" -o "${OUT}" ${flag_list}
+                        "-Wl,-rpath,${STAGE}/lib"
+                RESULT_VARIABLE rc ERROR_VARIABLE err)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "building with '${flags}' failed:\n${err}")
+endif()
+execute_process(COMMAND "${OUT}" RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+if(NOT rc EQUAL 0 OR NOT out MATCHES "linearization x: 1 -1")
+  message(FATAL_ERROR "the pkg-config host failed (${rc}): ${out}")
+endif()
+message(STATUS "pkg-config flags: ${flags}")

@@ -1,0 +1,28 @@
+# cmake -DBUILD_DIR=... -DSTAGE=... -P staged_install.cmake
+file(REMOVE_RECURSE "${STAGE}")
+execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${STAGE}"
+                RESULT_VARIABLE rc OUTPUT_QUIET ERROR_VARIABLE err)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "install into ${STAGE} failed:\n${err}")
+endif()
+foreach(f lib/libgcuschema.so lib/libgcuschema_doc.so include/gcuschema/Config.pb.h
+          include/gcuschema/export.h include/gcuschema/doc/json.h
+          share/gcuschema/proto/Config.proto share/gcuschema/proto/SplitterOutputConfig.proto
+          bin/gcuschema lib/cmake/GcuSchema/GcuSchemaConfig.cmake
+          lib/cmake/GcuSchema/GcuSchemaConfigVersion.cmake lib/cmake/GcuSchema/GcuSchemaTargets.cmake
+          lib/pkgconfig/gcuschema.pc lib/python3/dist-packages/gcuschema/__init__.py
+          lib/python3/dist-packages/gcuschema/Config_pb2.py)
+  if(NOT EXISTS "${STAGE}/${f}")
+    message(FATAL_ERROR "the staged install lacks ${f}")
+  endif()
+endforeach()
+file(GLOB protos "${STAGE}/share/gcuschema/proto/*.proto")
+file(GLOB headers "${STAGE}/include/gcuschema/*.pb.h")
+file(GLOB modules "${STAGE}/lib/python3/dist-packages/gcuschema/*_pb2.py")
+list(LENGTH protos np)
+list(LENGTH headers nh)
+list(LENGTH modules nm)
+if(NOT np EQUAL nh OR NOT np EQUAL nm)
+  message(FATAL_ERROR "${np} schema files, ${nh} generated headers, ${nm} Python modules installed")
+endif()
+message(STATUS "staged ${np} schema files with their headers and Python modules")
