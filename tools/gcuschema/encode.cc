@@ -1,0 +1,66 @@
+// gcuschema encode: JSON or text format back to the encoded document.
+#include <memory>
+#include <string>
+
+#include <gcuschema/doc/binary.h>
+#include <gcuschema/doc/error.h>
+#include <gcuschema/doc/json.h>
+#include <gcuschema/doc/records.h>
+
+#include "commands.h"
+#include "document.h"
+#include "failure.h"
+#include "io.h"
+#include "options.h"
+
+namespace gcuschema::tool {
+namespace {
+
+struct EncodeArguments {
+  TypeOption type;
+  PairingOptions pairing;
+  std::string format = "json";
+  std::string output;
+  std::string input;
+};
+
+int RunEncode(const EncodeArguments& args) {
+  RefuseBinaryToTerminal(args.output);
+  const google::protobuf::Descriptor* type = args.type.Resolve();
+  doc::JsonCodec codec(args.pairing.Resolve());
+  RefuseOverwritingInputs(args.output, {args.input});
+
+  Input input = ReadInput(args.input);
+  std::unique_ptr<google::protobuf::Message> record = doc::NewRecord(type);
+  try {
+    if (args.format == "text") {
+      doc::FromText(input.bytes, record.get());
+    } else {
+      codec.FromJsonText(input.bytes, record.get());
+    }
+  } catch (const doc::Error& e) {
+    throw Failure(input.name, e.where(), e.message());
+  }
+  WriteOutput(args.output, Encode(*record));
+  return 0;
+}
+
+}  // namespace
+
+Command AddEncodeCommand(CLI::App* app) {
+  auto args = std::make_shared<EncodeArguments>();
+  CLI::App* command = app->add_subcommand(
+      "encode",
+      "Encode a document given as JSON (expanded or not) or protobuf text format; "
+      "the reverse of decode");
+  args->type.AddTo(command);
+  command->add_option("-f,--format", args->format, "json or text")
+      ->check(CLI::IsMember({"json", "text"}))
+      ->capture_default_str();
+  args->pairing.AddTo(command);
+  AddOutputOption(command, &args->output);
+  command->add_option("IN", args->input, "JSON or text document (standard input if absent or -)");
+  return {command, [args] { return RunEncode(*args); }};
+}
+
+}  // namespace gcuschema::tool

@@ -1,0 +1,43 @@
+// gcuschema inspect: a readable summary of an encoded document.
+#include <memory>
+#include <string>
+
+#include <gcuschema/doc/inspect.h>
+
+#include "commands.h"
+#include "document.h"
+#include "io.h"
+#include "options.h"
+
+namespace gcuschema::tool {
+namespace {
+
+struct InspectArguments {
+  TypeOption type;
+  PairingOptions pairing;
+  std::string input;
+};
+
+int RunInspect(const InspectArguments& args) {
+  const google::protobuf::Descriptor* type = args.type.Resolve();
+  doc::PairingCatalogue pairing = args.pairing.Resolve();
+  std::unique_ptr<google::protobuf::Message> record = LoadEncoded(args.input, type);
+  std::string summary = doc::Inspect(*record, pairing);
+  if (!summary.empty() && summary.back() != '\n') summary += '\n';
+  WriteOutput("", summary);
+  return 0;
+}
+
+}  // namespace
+
+Command AddInspectCommand(CLI::App* app) {
+  auto args = std::make_shared<InspectArguments>();
+  CLI::App* command = app->add_subcommand(
+      "inspect", "Summarise an encoded document: identity, entries by type, section sizes");
+  args->type.AddTo(command);
+  args->pairing.AddTo(command);
+  command->add_option("IN", args->input, "Encoded document (standard input if -)")->required();
+  return {command, [args] { return RunInspect(*args); }};
+}
+
+}  // namespace gcuschema::tool

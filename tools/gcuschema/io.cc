@@ -1,0 +1,195 @@
+#include "io.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include <fmt/format.h>
+
+#include "failure.h"
+
+namespace gcuschema::tool {
+namespace {
+
+constexpr std::size_t kReadChunk = 64 * 1024;
+
+std::string ErrnoText(int error) { return std::strerror(error); }
+
+std::string DisplayName(const std::string& path, const char* standard_name) {
+  return IsStandardStream(path) ? standard_name : path;
+}
+
+void ReadAll(int fd, std::size_t size_hint, const std::string& name, std::string* out) {
+  // One byte beyond the expected size, so that the read which meets the end
+  // of a regular file needs no reallocation and the file is read in place.
+  out->resize(size_hint + 1);
+  std::size_t used = 0;
+  for (;;) {
+    if (used == out->size()) out->resize(out->size() + kReadChunk);
+    ssize_t n = ::read(fd, out->data() + used, out->size() - used);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      throw Failure(name, "", fmt::format("cannot read: {}", ErrnoText(errno)));
+    }
+    if (n == 0) break;
+    used += static_cast<std::size_t>(n);
+  }
+  out->resize(used);
+}
+
+void WriteAll(int fd, std::string_view data, const std::string& name) {
+  while (!data.empty()) {
+    ssize_t n = ::write(fd, data.data(), data.size());
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      throw Failure(name, "", fmt::format("cannot write: {}", ErrnoText(errno)));
+    }
+    data.remove_prefix(static_cast<std::size_t>(n));
+  }
+}
+
+// The temporary file being written, removed if the run is interrupted so
+// that an interrupted run leaves nothing behind either. A fixed buffer,
+// because the signal handler may only call async-signal-safe functions.
+char g_temporary[PATH_MAX + 1];
+
+extern "C" void RemoveTemporaryAndDie(int signal_number) {
+  if (g_temporary[0] != '\0') ::unlink(g_temporary);
+  ::signal(signal_number, SIG_DFL);
+  ::raise(signal_number);
+}
+
+void GuardTemporary(const std::string& path) {
+  if (path.size() > PATH_MAX) return;
+  std::memcpy(g_temporary, path.c_str(), path.size() + 1);
+  struct sigaction action {};
+  action.sa_handler = RemoveTemporaryAndDie;
+  sigemptyset(&action.sa_mask);
+  for (int s : {SIGINT, SIGTERM, SIGHUP}) ::sigaction(s, &action, nullptr);
+}
+
+void ReleaseTemporary() { g_temporary[0] = '\0'; }
+
+// Mode of a new file as the user's umask would make it, or the mode of the
+// file being replaced, so that renaming over it does not change its access.
+mode_t OutputMode(const std::string& path) {
+  struct stat st {};
+  if (::stat(path.c_str(), &st) == 0) return st.st_mode & 07777;
+  mode_t mask = ::umask(0);
+  ::umask(mask);
+  return 0666 & ~mask;
+}
+
+void WriteFileAtomically(const std::string& path, std::string_view data) {
+  std::string::size_type slash = path.rfind('/');
+  std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
+  if (base.empty()) throw Failure(path, "", "is a directory; give a file name to -o");
+  std::string temporary = (slash == std::string::npos ? std::string() : directory) + "." +
+                          base + ".gcuschema-XXXXXX";
+
+  int fd = ::mkstemp(temporary.data());
+  if (fd < 0) {
+    throw Failure(path, "",
+                  fmt::format("cannot create a temporary file in {}: {}", directory,
+                              ErrnoText(errno)));
+  }
+  GuardTemporary(temporary);
+  try {
+    if (::fchmod(fd, OutputMode(path)) != 0) {
+      throw Failure(path, "", fmt::format("cannot set permissions: {}", ErrnoText(errno)));
+    }
+    WriteAll(fd, data, path);
+    if (::fsync(fd) != 0) {
+      throw Failure(path, "", fmt::format("cannot write: {}", ErrnoText(errno)));
+    }
+    int closed = ::close(fd);
+    fd = -1;
+    if (closed != 0) throw Failure(path, "", fmt::format("cannot write: {}", ErrnoText(errno)));
+    if (::rename(temporary.c_str(), path.c_str()) != 0) {
+      throw Failure(path, "", fmt::format("cannot replace: {}", ErrnoText(errno)));
+    }
+  } catch (...) {
+    if (fd >= 0) ::close(fd);
+    ::unlink(temporary.c_str());
+    ReleaseTemporary();
+    throw;
+  }
+  ReleaseTemporary();
+}
+
+}  // namespace
+
+bool IsStandardStream(const std::string& path) { return path.empty() || path == "-"; }
+
+Input ReadInput(const std::string& path) {
+  Input input;
+  input.path = path;
+  input.name = DisplayName(path, "<stdin>");
+  if (IsStandardStream(path)) {
+    struct stat st {};
+    std::size_t hint = ::fstat(STDIN_FILENO, &st) == 0 && S_ISREG(st.st_mode)
+                           ? static_cast<std::size_t>(st.st_size)
+                           : kReadChunk;
+    ReadAll(STDIN_FILENO, hint, input.name, &input.bytes);
+    return input;
+  }
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    throw Failure(input.name, "", fmt::format("cannot open: {}", ErrnoText(errno)));
+  }
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
+    int error = S_ISDIR(st.st_mode) ? EISDIR : errno;
+    ::close(fd);
+    throw Failure(input.name, "", fmt::format("cannot read: {}", ErrnoText(error)));
+  }
+  try {
+    ReadAll(fd, S_ISREG(st.st_mode) ? static_cast<std::size_t>(st.st_size) : kReadChunk,
+            input.name, &input.bytes);
+  } catch (...) {
+    ::close(fd);
+    throw;
+  }
+  ::close(fd);
+  return input;
+}
+
+void RefuseBinaryToTerminal(const std::string& output_path) {
+  if (IsStandardStream(output_path) && ::isatty(STDOUT_FILENO)) {
+    throw Failure("<stdout>", "",
+                  "refusing to write binary data to a terminal; use -o FILE or redirect "
+                  "the output");
+  }
+}
+
+void RefuseOverwritingInputs(const std::string& output_path,
+                             const std::vector<std::string>& input_paths) {
+  if (IsStandardStream(output_path)) return;
+  struct stat out {};
+  if (::stat(output_path.c_str(), &out) != 0) return;  // not there yet: cannot be an input
+  for (const std::string& input : input_paths) {
+    if (IsStandardStream(input)) continue;
+    struct stat in {};
+    if (::stat(input.c_str(), &in) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino) {
+      throw Failure(output_path, "",
+                    fmt::format("is the input {}; refusing to replace it, choose another -o",
+                                input));
+    }
+  }
+}
+
+void WriteOutput(const std::string& path, std::string_view data) {
+  if (IsStandardStream(path)) {
+    WriteAll(STDOUT_FILENO, data, "<stdout>");
+    return;
+  }
+  WriteFileAtomically(path, data);
+}
+
+}  // namespace gcuschema::tool

@@ -1,0 +1,58 @@
+// gcuschema lint: what the records themselves do not check; exit 1 when an
+// error is found.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include <gcuschema/doc/lint.h>
+
+#include "commands.h"
+#include "document.h"
+#include "failure.h"
+#include "io.h"
+#include "options.h"
+
+namespace gcuschema::tool {
+namespace {
+
+struct LintArguments {
+  TypeOption type;
+  PairingOptions pairing;
+  std::string input;
+};
+
+std::string FormatFinding(const doc::Finding& finding) {
+  return fmt::format("{}: {}: {} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
+                     finding.severity == doc::Severity::kError ? "error" : "warning",
+                     finding.message, finding.rule);
+}
+
+int RunLint(const LintArguments& args) {
+  const google::protobuf::Descriptor* type = args.type.Resolve();
+  doc::PairingCatalogue pairing = args.pairing.Resolve();
+  std::unique_ptr<google::protobuf::Message> record = LoadEncoded(args.input, type);
+  std::vector<doc::Finding> findings = doc::Lint(*record, pairing);
+  std::string report;
+  for (const doc::Finding& finding : findings) report += FormatFinding(finding);
+  WriteOutput("", report);
+  return doc::HasErrors(findings) ? kExitFindings : kExitOk;
+}
+
+}  // namespace
+
+Command AddLintCommand(CLI::App* app) {
+  auto args = std::make_shared<LintArguments>();
+  CLI::App* command = app->add_subcommand(
+      "lint",
+      "Check an encoded document for what the records do not enforce (counts, type "
+      "codes, unreadable settings, duplicate identifiers, dangling references); one "
+      "finding per line; exit 1 when there is an error, 0 when clean or only warnings");
+  args->type.AddTo(command);
+  args->pairing.AddTo(command);
+  command->add_option("IN", args->input, "Encoded document (standard input if -)")->required();
+  return {command, [args] { return RunLint(*args); }};
+}
+
+}  // namespace gcuschema::tool

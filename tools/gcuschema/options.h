@@ -1,0 +1,40 @@
+#ifndef GCUSCHEMA_TOOL_OPTIONS_H
+#define GCUSCHEMA_TOOL_OPTIONS_H
+
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <google/protobuf/descriptor.h>
+
+#include <gcuschema/doc/pairing.h>
+
+namespace gcuschema::tool {
+
+// --type RECORD: which record a document is (ConfigData unless given).
+struct TypeOption {
+  std::string name = "ConfigData";
+
+  void AddTo(CLI::App* command);
+  // The record's descriptor; Failure naming --type when there is none.
+  const google::protobuf::Descriptor* Resolve() const;
+};
+
+// --pair KIND:CODE=RECORD... and --map-table RECORD: which record each
+// entry's `config` holds, on top of the pairings the schema names.
+struct PairingOptions {
+  std::vector<std::string> pairs;
+  std::string map_table;
+
+  void AddTo(CLI::App* command);
+  // The standard catalogue, with the map table and then each --pair
+  // applied in order; Failure naming the option that is wrong.
+  doc::PairingCatalogue Resolve() const;
+};
+
+// -o OUT: where the result goes (standard output unless given).
+void AddOutputOption(CLI::App* command, std::string* output);
+
+}  // namespace gcuschema::tool
+
+#endif

@@ -1,0 +1,125 @@
+// gcuschema schemas: the schema files and their records, or one record's
+// fields and enumerations.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <google/protobuf/descriptor.h>
+
+#include <gcuschema/doc/error.h>
+#include <gcuschema/doc/records.h>
+
+#include "commands.h"
+#include "failure.h"
+#include "io.h"
+
+namespace gcuschema::tool {
+namespace {
+
+namespace pb = google::protobuf;
+
+struct SchemasArguments {
+  std::string record;
+};
+
+const char* SyntaxName(const pb::FileDescriptor* file) {
+  return file->syntax() == pb::FileDescriptor::SYNTAX_PROTO3 ? "proto3" : "proto2";
+}
+
+void CollectRecordNames(const pb::Descriptor* type, std::vector<std::string>* names) {
+  names->push_back(type->full_name());
+  for (int i = 0; i < type->nested_type_count(); ++i) CollectRecordNames(type->nested_type(i), names);
+}
+
+std::string ListFiles() {
+  std::string out;
+  for (const std::string& name : doc::SchemaFileNames()) {
+    const pb::FileDescriptor* file = pb::DescriptorPool::generated_pool()->FindFileByName(name);
+    std::vector<std::string> records;
+    for (int i = 0; file != nullptr && i < file->message_type_count(); ++i) {
+      CollectRecordNames(file->message_type(i), &records);
+    }
+    out += fmt::format("{} ({}): {}\n", name, file != nullptr ? SyntaxName(file) : "?",
+                       fmt::join(records, ", "));
+  }
+  return out;
+}
+
+std::string TypeName(const pb::FieldDescriptor* field) {
+  if (const pb::Descriptor* record = field->message_type()) return record->full_name();
+  if (const pb::EnumDescriptor* enumeration = field->enum_type()) return enumeration->full_name();
+  return field->type_name();
+}
+
+// As the schema declares it: proto3 fields without a label are "singular".
+const char* LabelName(const pb::FieldDescriptor* field) {
+  if (field->is_repeated()) return "repeated";
+  if (field->is_required()) return "required";
+  if (field->file()->syntax() != pb::FileDescriptor::SYNTAX_PROTO3 || field->has_optional_keyword()) {
+    return "optional";
+  }
+  return "singular";
+}
+
+std::string DescribeEnum(const pb::EnumDescriptor* enumeration) {
+  std::string out = fmt::format("  enum {}\n", enumeration->full_name());
+  for (int i = 0; i < enumeration->value_count(); ++i) {
+    const pb::EnumValueDescriptor* value = enumeration->value(i);
+    out += fmt::format("    {:>5}  {}\n", value->number(), value->name());
+  }
+  return out;
+}
+
+std::string DescribeRecord(const pb::Descriptor* type) {
+  std::string out = fmt::format("{} ({}, {})\n", type->full_name(), type->file()->name(),
+                                SyntaxName(type->file()));
+  // Columns as wide as their longest entry, so the table reads down.
+  std::size_t name_width = 4, type_width = 4;
+  for (int i = 0; i < type->field_count(); ++i) {
+    name_width = std::max(name_width, type->field(i)->name().size());
+    type_width = std::max(type_width, TypeName(type->field(i)).size());
+  }
+  out += fmt::format("  {:>5}  {:<{}}  {:<{}}  {}\n", "no.", "name", name_width, "type",
+                     type_width, "label");
+  for (int i = 0; i < type->field_count(); ++i) {
+    const pb::FieldDescriptor* field = type->field(i);
+    out += fmt::format("  {:>5}  {:<{}}  {:<{}}  {}\n", field->number(), field->name(), name_width,
+                       TypeName(field), type_width, LabelName(field));
+  }
+  for (int i = 0; i < type->enum_type_count(); ++i) out += DescribeEnum(type->enum_type(i));
+  for (int i = 0; i < type->nested_type_count(); ++i) {
+    out += fmt::format("  nested record {}\n", type->nested_type(i)->full_name());
+  }
+  return out;
+}
+
+int RunSchemas(const SchemasArguments& args) {
+  if (args.record.empty()) {
+    WriteOutput("", ListFiles());
+    return kExitOk;
+  }
+  const pb::Descriptor* type = nullptr;
+  try {
+    type = doc::RequireRecord(args.record);
+  } catch (const doc::Error& e) {
+    throw Failure("RECORD", e.where(), e.message());
+  }
+  WriteOutput("", DescribeRecord(type));
+  return kExitOk;
+}
+
+}  // namespace
+
+Command AddSchemasCommand(CLI::App* app) {
+  auto args = std::make_shared<SchemasArguments>();
+  CLI::App* command = app->add_subcommand(
+      "schemas",
+      "List the schema files with their records, or show one record's fields (number, "
+      "name, type, label) and enumerations");
+  command->add_option("RECORD", args->record,
+                      "Record to show, e.g. ConfigData or CalibrationData.AdcCalibrationData");
+  return {command, [args] { return RunSchemas(*args); }};
+}
+
+}  // namespace gcuschema::tool
