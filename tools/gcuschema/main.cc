@@ -23,14 +23,22 @@ int ReportFailure(const std::string& line) {
   return kExitFailure;
 }
 
-int ReportUsageError(CLI::App& app, const CLI::ParseError& e) {
+int ReportUsageError(CLI::App& app, const CLI::ParseError& e, int argc, char** argv) {
   // --help is reported through the same exception, with status 0.
   if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(e);
+  std::string what = e.what();
   std::string help = "gcuschema --help";
   for (const CLI::App* command : app.get_subcommands()) {
     help = "gcuschema " + command->get_name() + " --help";
   }
-  return ReportFailure(FailureLine("", "", std::string(e.what()) + "; see `" + help + "`"));
+  // CLI11 reports a mistyped command as a missing one; name it instead.
+  if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+    what = fmt::format("unknown command \"{}\"; the commands are {}", argv[1],
+                       fmt::join(names, ", "));
+  }
+  return ReportFailure(FailureLine("", "", what + "; see `" + help + "`"));
 }
 
 int Run(const Command& command) {
@@ -70,7 +78,7 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    return ReportUsageError(app, e);
+    return ReportUsageError(app, e, argc, argv);
   }
   for (const Command& command : commands) {
     if (command.parser->parsed()) return Run(command);

@@ -55,7 +55,7 @@ doc::PairingCatalogue PairingOptions::Resolve() const {
     try {
       catalogue.Apply(pair);
     } catch (const doc::Error& e) {
-      throw Failure("--pair " + pair, e.where(), e.message());
+      throw Failure("--pair", e.where(), e.message());
     }
   }
   return catalogue;

@@ -103,7 +103,7 @@ int RunSchemas(const SchemasArguments& args) {
   try {
     type = doc::RequireRecord(args.record);
   } catch (const doc::Error& e) {
-    throw Failure("RECORD", e.where(), e.message());
+    throw Failure("", e.where(), e.message());
   }
   WriteOutput("", DescribeRecord(type));
   return kExitOk;
