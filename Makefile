@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps configure build run test clean
+.PHONY: all deps configure build run test clean fuzz fuzz-seeds
 
 all: build
 
@@ -26,3 +26,25 @@ test: build
 
 clean:
 	rm -rf $(BUILD_DIR)
+
+# Sanitizer and fuzz builds: clang, each in a build directory of its own, the
+# flags given on the command line so that the ordinary build stays untouched.
+SAN_CXX ?= clang++-14
+FUZZ_DIR ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_FLAGS := -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
+SAN_CMAKE = cmake -S . -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DCMAKE_CXX_COMPILER=$(SAN_CXX)
+
+$(FUZZ_DIR)/build.ninja: | deps
+	$(SAN_CMAKE) -B $(FUZZ_DIR) "-DCMAKE_CXX_FLAGS=$(FUZZ_FLAGS)" \
+	  -DGCUSCHEMA_BUILD_TESTS=OFF -DGCUSCHEMA_FUZZ=ON
+
+# Each fuzz target in turn for FUZZ_SECONDS, from the committed seeds.
+fuzz: $(FUZZ_DIR)/build.ninja
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target gcuschema_fuzzers
+	fuzz/run.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
+
+# Rewrites the committed dictionaries and seed corpora under fuzz/.
+fuzz-seeds: $(FUZZ_DIR)/build.ninja
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target gcuschema_fuzz_seeds
+	$(FUZZ_DIR)/fuzz/gcuschema_fuzz_seeds fuzz
