@@ -1,0 +1,601 @@
+#include <gcuschema/doc/json.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/stubs/strutil.h>
+#include <google/protobuf/unknown_field_set.h>
+#include <google/protobuf/util/json_util.h>
+#include <google/protobuf/util/type_resolver.h>
+#include <google/protobuf/util/type_resolver_util.h>
+
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/doc/error.h>
+#include <gcuschema/doc/records.h>
+
+namespace gcuschema::doc {
+namespace {
+
+namespace pb = google::protobuf;
+using pb::FieldDescriptor;
+
+constexpr char kTypeKey[] = "@type";
+constexpr char kUnknownKey[] = "@unknown";
+constexpr char kTypeUrlPrefix[] = "type.googleapis.com";
+// Settings records may themselves be paired holders (a caller can pair a
+// driver code with ConfigData); bytes shrink at each level, but a hostile
+// document could still nest deep enough to exhaust the stack.
+constexpr int kMaxConfigDepth = 16;
+
+pb::util::TypeResolver* Resolver() {
+  static pb::util::TypeResolver* const resolver = pb::util::NewTypeResolverForDescriptorPool(
+      kTypeUrlPrefix, pb::DescriptorPool::generated_pool());
+  return resolver;
+}
+
+std::string TypeUrl(const pb::Descriptor* type) {
+  return std::string(kTypeUrlPrefix) + "/" + type->full_name();
+}
+
+std::string Base64(const std::string& bytes) {
+  std::string out;
+  pb::Base64Escape(bytes, &out);
+  return out;
+}
+
+// What the records of a type need from the walks, worked out once per call.
+struct RecordInfo {
+  // Holder of a `config` whose record is chosen by a type code (or fixed).
+  const FieldDescriptor* config = nullptr;
+  const FieldDescriptor* type_code = nullptr;
+  EntryKind kind = EntryKind::kInput;
+  const pb::Descriptor* fixed = nullptr;  // DeviceData.config: always a ConfigData
+  bool has_sub_records = false;
+  bool has_floats = false;  // float or double fields, here or in sub-records
+};
+
+class InfoCache {
+ public:
+  const RecordInfo& Get(const pb::Descriptor* type) {
+    auto found = infos_.find(type);
+    if (found != infos_.end()) return found->second;
+    RecordInfo& info = infos_[type];
+    Fill(type, &info);
+    return info;
+  }
+
+ private:
+  void Fill(const pb::Descriptor* type, RecordInfo* info) {
+    struct Holder {
+      const pb::Descriptor* type;
+      EntryKind kind;
+    };
+    const Holder holders[] = {
+        {Input::descriptor(), EntryKind::kInput},
+        {Output::descriptor(), EntryKind::kOutput},
+        {Map::descriptor(), EntryKind::kMap},
+        {Driver::descriptor(), EntryKind::kDriver},
+        {CanbusEntityHandler::descriptor(), EntryKind::kHandler},
+    };
+    for (const Holder& holder : holders) {
+      if (holder.type == type) {
+        info->config = type->FindFieldByName("config");
+        info->type_code = type->FindFieldByName("type");
+        info->kind = holder.kind;
+      }
+    }
+    if (type == DeviceData::descriptor()) {
+      info->config = type->FindFieldByName("config");
+      info->fixed = ConfigData::descriptor();
+    }
+    // Recursive types would loop here: mark before descending.
+    info->has_floats = false;
+    for (int i = 0; i < type->field_count(); ++i) {
+      const FieldDescriptor* field = type->field(i);
+      if (field->cpp_type() == FieldDescriptor::CPPTYPE_FLOAT ||
+          field->cpp_type() == FieldDescriptor::CPPTYPE_DOUBLE) {
+        info->has_floats = true;
+      }
+      if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+        info->has_sub_records = true;
+        if (field->message_type() != type && Get(field->message_type()).has_floats) {
+          infos_[type].has_floats = true;
+        }
+      }
+    }
+  }
+
+  std::unordered_map<const pb::Descriptor*, RecordInfo> infos_;
+};
+
+int TypeCode(const pb::Message& record, const FieldDescriptor* field) {
+  const pb::Reflection* reflection = record.GetReflection();
+  switch (field->cpp_type()) {
+    case FieldDescriptor::CPPTYPE_INT32: return reflection->GetInt32(record, field);
+    case FieldDescriptor::CPPTYPE_UINT32: return static_cast<int>(reflection->GetUInt32(record, field));
+    case FieldDescriptor::CPPTYPE_ENUM: return reflection->GetEnumValue(record, field);
+    default: return 0;
+  }
+}
+
+bool IsNegativeZero(double value) { return value == 0 && std::signbit(value); }
+
+// The protobuf JSON mapping has one spelling for NaN, which reads back as
+// the quiet NaN; any other NaN would come back as different bits.
+bool IsPlainNan(float value) {
+  const float plain = std::numeric_limits<float>::quiet_NaN();
+  return std::memcmp(&value, &plain, sizeof value) == 0;
+}
+bool IsPlainNan(double value) {
+  const double plain = std::numeric_limits<double>::quiet_NaN();
+  return std::memcmp(&value, &plain, sizeof value) == 0;
+}
+
+// Re-encodes a JSON-mapped error of libprotobuf ("(inputs[1].type): invalid
+// value ..." or "(inputs[1]) bogus: Cannot find field.") as an Error whose
+// place is the field path, prefixed by where the record sits.
+Error JsonParseError(const std::string& prefix, const std::string& status_message) {
+  std::string path;
+  std::string message = status_message;
+  if (!message.empty() && message[0] == '(') {
+    const size_t close = message.find(')');
+    if (close != std::string::npos) {
+      path = message.substr(1, close - 1);
+      message = message.substr(close + 1);
+      if (!message.empty() && message[0] == ':') {
+        message.erase(0, 1);
+      } else {
+        // "(parent) field: text": the field is named after the parenthesis.
+        const size_t colon = message.find(": ");
+        if (colon != std::string::npos) {
+          std::string field = message.substr(0, colon);
+          while (!field.empty() && field.front() == ' ') field.erase(0, 1);
+          path = path.empty() ? field : path + "." + field;
+          message = message.substr(colon + 1);
+        }
+      }
+      while (!message.empty() && message.front() == ' ') message.erase(0, 1);
+    }
+  }
+  auto replace_all = [&message](const std::string& from, const std::string& to) {
+    for (size_t at = message.find(from); at != std::string::npos; at = message.find(from, at + to.size())) {
+      message.replace(at, from.size(), to);
+    }
+  };
+  replace_all(std::string(kTypeUrlPrefix) + "/", "");
+  if (message == "Cannot find field.") {
+    message = "no such field in the record; field names are spelled as in the schema";
+  }
+  for (const char* kind : {"INT32", "INT64", "UINT32", "UINT64", "SINT32", "SINT64", "FIXED32",
+                           "FIXED64", "SFIXED32", "SFIXED64", "FLOAT", "DOUBLE", "BOOL", "STRING",
+                           "BYTES"}) {
+    std::string lower = kind;
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    replace_all(std::string("type TYPE_") + kind, "a " + lower + " field");
+  }
+  if (message.find("TYPE_BYTES") == std::string::npos && message.find("bytes field") != std::string::npos) {
+    message += " (bytes are written in base64, or as an object with \"@type\" naming the record)";
+  }
+  std::string where = prefix;
+  if (!path.empty()) where = where.empty() ? path : where + "." + path;
+  return Error(where, message);
+}
+
+// One step of a field path: a field, and the element for a list.
+struct Step {
+  const FieldDescriptor* field;
+  int index;  // -1 for a singular field
+};
+
+std::string PathText(const std::string& prefix, const std::vector<Step>& steps) {
+  std::string out = prefix;
+  for (const Step& step : steps) {
+    if (!out.empty()) out += '.';
+    out += step.field->name();
+    if (step.index >= 0) out += "[" + std::to_string(step.index) + "]";
+  }
+  return out;
+}
+
+std::string JsonTypeName(const Json& value) { return value.type_name(); }
+
+// ---------------------------------------------------------------- expansion
+
+class Expander {
+ public:
+  Expander(const PairingCatalogue& pairing, bool expand) : pairing_(pairing), expand_(expand) {}
+
+  Json Record(const pb::Message& record) {
+    std::string bytes = record.SerializePartialAsString();
+    Json parsed = Print(record.GetDescriptor(), bytes);
+    return Decorate(record, std::move(parsed), nullptr, 0);
+  }
+
+ private:
+  Json Print(const pb::Descriptor* type, const std::string& bytes) {
+    pb::util::JsonPrintOptions options;
+    options.preserve_proto_field_names = true;
+    std::string text;
+    const pb::util::Status status =
+        pb::util::BinaryToJsonString(Resolver(), TypeUrl(type), bytes, &text, options);
+    if (!status.ok()) throw Error("", "cannot show " + type->full_name() + " as JSON: " + status.ToString());
+    return Json::parse(text);
+  }
+
+  // Puts the printer's object in declaration order, with the record's
+  // unknown fields, the sign of negative zeros the JSON reader would drop,
+  // and expanded settings records in `config`.
+  Json Decorate(const pb::Message& record, Json printed, const char* type_name, int depth) {
+    const pb::Descriptor* type = record.GetDescriptor();
+    const pb::Reflection* reflection = record.GetReflection();
+    const RecordInfo& info = infos_.Get(type);
+
+    std::vector<Json> slots(type->field_count());
+    std::vector<bool> present(type->field_count(), false);
+    Json out = Json::object();
+    if (type_name != nullptr) out[kTypeKey] = type_name;
+    Json extra = Json::object();
+    if (printed.is_object()) {
+      for (auto& item : printed.items()) {
+        const FieldDescriptor* field = type->FindFieldByName(item.key());
+        if (field == nullptr) {
+          extra[item.key()] = std::move(item.value());
+          continue;
+        }
+        slots[field->index()] = std::move(item.value());
+        present[field->index()] = true;
+      }
+    }
+    for (int i = 0; i < type->field_count(); ++i) {
+      if (!present[i]) continue;
+      const FieldDescriptor* field = type->field(i);
+      Json& value = slots[i];
+      switch (field->cpp_type()) {
+        case FieldDescriptor::CPPTYPE_MESSAGE:
+          if (field->is_repeated()) {
+            const int count = reflection->FieldSize(record, field);
+            if (value.is_array() && static_cast<int>(value.size()) == count) {
+              for (int j = 0; j < count; ++j) {
+                value[j] = Decorate(reflection->GetRepeatedMessage(record, field, j), std::move(value[j]),
+                                    nullptr, depth);
+              }
+            }
+          } else {
+            value = Decorate(reflection->GetMessage(record, field), std::move(value), nullptr, depth);
+          }
+          break;
+        case FieldDescriptor::CPPTYPE_FLOAT:
+        case FieldDescriptor::CPPTYPE_DOUBLE:
+          KeepNegativeZeros(record, field, &value);
+          break;
+        default:
+          if (expand_ && field == info.config && depth < kMaxConfigDepth) {
+            const pb::Descriptor* settings =
+                info.fixed ? info.fixed : pairing_.Find(info.kind, TypeCode(record, info.type_code));
+            if (settings != nullptr) {
+              std::string scratch;
+              const std::string& bytes = reflection->GetStringReference(record, field, &scratch);
+              Expand(settings, bytes, depth + 1, &value);
+            }
+          }
+          break;
+      }
+      out[field->name()] = std::move(value);
+    }
+    for (auto& item : extra.items()) out[item.key()] = std::move(item.value());
+    const pb::UnknownFieldSet& unknown = reflection->GetUnknownFields(record);
+    if (!unknown.empty()) {
+      std::string bytes;
+      unknown.SerializeToString(&bytes);
+      out[kUnknownKey] = Base64(bytes);
+    }
+    return out;
+  }
+
+  void KeepNegativeZeros(const pb::Message& record, const FieldDescriptor* field, Json* value) {
+    const pb::Reflection* reflection = record.GetReflection();
+    const bool is_float = field->cpp_type() == FieldDescriptor::CPPTYPE_FLOAT;
+    if (field->is_repeated()) {
+      const int count = reflection->FieldSize(record, field);
+      if (!value->is_array() || static_cast<int>(value->size()) != count) return;
+      for (int j = 0; j < count; ++j) {
+        const double element = is_float ? reflection->GetRepeatedFloat(record, field, j)
+                                         : reflection->GetRepeatedDouble(record, field, j);
+        if (IsNegativeZero(element)) (*value)[j] = -0.0;
+      }
+    } else {
+      const double element =
+          is_float ? reflection->GetFloat(record, field) : reflection->GetDouble(record, field);
+      if (IsNegativeZero(element)) *value = -0.0;
+    }
+  }
+
+  // Replaces the base64 `value` by the record `bytes` hold, when it is
+  // shown losslessly: the bytes parse, re-encode to themselves, and hold
+  // no value the JSON mapping cannot spell.
+  void Expand(const pb::Descriptor* settings, const std::string& bytes, int depth, Json* value) {
+    if (bytes.empty()) return;
+    std::unique_ptr<pb::Message> record = Acquire(settings);
+    bool exact = record->ParsePartialFromString(bytes);
+    if (exact) {
+      // Encoding into a reused buffer: most records are equal in size.
+      scratch_.clear();
+      exact = record->SerializePartialToString(&scratch_) && scratch_ == bytes && Spellable(*record);
+    }
+    if (exact) *value = Decorate(*record, Print(settings, bytes), settings->full_name().c_str(), depth);
+    Release(std::move(record));
+  }
+
+  bool Spellable(const pb::Message& record) {
+    const pb::Descriptor* type = record.GetDescriptor();
+    if (!infos_.Get(type).has_floats) return true;
+    const pb::Reflection* reflection = record.GetReflection();
+    std::vector<const FieldDescriptor*> fields;
+    reflection->ListFields(record, &fields);
+    for (const FieldDescriptor* field : fields) {
+      const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 1;
+      for (int j = 0; j < count; ++j) {
+        switch (field->cpp_type()) {
+          case FieldDescriptor::CPPTYPE_FLOAT: {
+            const float v = field->is_repeated() ? reflection->GetRepeatedFloat(record, field, j)
+                                                 : reflection->GetFloat(record, field);
+            if (std::isnan(v) && !IsPlainNan(v)) return false;
+            break;
+          }
+          case FieldDescriptor::CPPTYPE_DOUBLE: {
+            const double v = field->is_repeated() ? reflection->GetRepeatedDouble(record, field, j)
+                                                  : reflection->GetDouble(record, field);
+            if (std::isnan(v) && !IsPlainNan(v)) return false;
+            break;
+          }
+          case FieldDescriptor::CPPTYPE_MESSAGE: {
+            const pb::Message& sub = field->is_repeated() ? reflection->GetRepeatedMessage(record, field, j)
+                                                         : reflection->GetMessage(record, field);
+            if (!Spellable(sub)) return false;
+            break;
+          }
+          default: break;
+        }
+      }
+    }
+    return true;
+  }
+
+  // Settings records are parsed once per entry: reuse them rather than
+  // allocate a record for each of a large document's entries.
+  std::unique_ptr<pb::Message> Acquire(const pb::Descriptor* type) {
+    std::vector<std::unique_ptr<pb::Message>>& free = free_[type];
+    if (free.empty()) return NewRecord(type);
+    std::unique_ptr<pb::Message> record = std::move(free.back());
+    free.pop_back();
+    return record;
+  }
+  void Release(std::unique_ptr<pb::Message> record) {
+    free_[record->GetDescriptor()].push_back(std::move(record));
+  }
+
+  const PairingCatalogue& pairing_;
+  const bool expand_;
+  InfoCache infos_;
+  std::unordered_map<const pb::Descriptor*, std::vector<std::unique_ptr<pb::Message>>> free_;
+  std::string scratch_;
+};
+
+// ----------------------------------------------------------------- collapse
+
+class Collapser {
+ public:
+  // Builds `record` (fresh) from `value`; `where` is the record's own path.
+  void Record(const Json& value, pb::Message* record, const std::string& where) {
+    const pb::Descriptor* type = record->GetDescriptor();
+    if (!value.is_object()) {
+      throw Error(where, "expected a JSON object for " + type->full_name() + ", found " + JsonTypeName(value));
+    }
+    std::vector<Restore> unknowns;
+    std::vector<Step> steps;
+    Json plain = Strip(value, type, where, &steps, &unknowns);
+
+    std::string text;
+    try {
+      text = plain.dump();
+    } catch (const Json::exception& e) {
+      throw Error(where, std::string("cannot write the JSON for ") + type->full_name() + ": " + e.what());
+    }
+    std::string binary;
+    pb::util::JsonParseOptions options;
+    const pb::util::Status status =
+        pb::util::JsonToBinaryString(Resolver(), TypeUrl(type), text, &binary, options);
+    if (!status.ok()) throw JsonParseError(where, std::string(status.message()));
+    if (!record->ParsePartialFromString(binary)) {
+      throw Error(where, "the JSON does not make a valid " + type->full_name());
+    }
+    for (const Restore& restore : unknowns) Apply(restore, record, where);
+  }
+
+ private:
+  struct Restore {
+    std::vector<Step> steps;
+    std::string bytes;
+  };
+
+  // A copy of `value` that libprotobuf's reader takes: "@type" checked and
+  // dropped, "@unknown" taken aside, expanded records encoded to base64.
+  Json Strip(const Json& value, const pb::Descriptor* type, const std::string& where,
+             std::vector<Step>* steps, std::vector<Restore>* unknowns) {
+    Json out = Json::object();
+    for (const auto& item : value.items()) {
+      const std::string& key = item.key();
+      const Json& member = item.value();
+      if (key == kTypeKey) {
+        if (!member.is_string() || member.get_ref<const std::string&>() != type->full_name()) {
+          throw Error(Join(PathText(where, *steps), kTypeKey),
+                      "names " + member.dump() + " but this place holds a " + type->full_name());
+        }
+        continue;
+      }
+      if (key == kUnknownKey) {
+        unknowns->push_back({*steps, DecodeUnknown(member, PathText(where, *steps))});
+        continue;
+      }
+      const FieldDescriptor* field = type->FindFieldByName(key);
+      if (field == nullptr) field = type->FindFieldByCamelcaseName(key);
+      if (field == nullptr) {
+        out[key] = member;  // libprotobuf names the unknown key with its path
+        continue;
+      }
+      if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+        if (field->is_repeated() && member.is_array()) {
+          Json list = Json::array();
+          for (size_t j = 0; j < member.size(); ++j) {
+            steps->push_back({field, static_cast<int>(j)});
+            list.push_back(member[j].is_object()
+                               ? Strip(member[j], field->message_type(), where, steps, unknowns)
+                               : member[j]);
+            steps->pop_back();
+          }
+          out[key] = std::move(list);
+        } else if (!field->is_repeated() && member.is_object()) {
+          steps->push_back({field, -1});
+          out[key] = Strip(member, field->message_type(), where, steps, unknowns);
+          steps->pop_back();
+        } else {
+          out[key] = member;
+        }
+      } else if (field->type() == FieldDescriptor::TYPE_BYTES && !field->is_repeated() && member.is_object()) {
+        steps->push_back({field, -1});
+        out[key] = Base64(Encode(member, PathText(where, *steps)));
+        steps->pop_back();
+      } else {
+        out[key] = member;
+      }
+    }
+    return out;
+  }
+
+  // The bytes of an expanded settings record.
+  std::string Encode(const Json& value, const std::string& where) {
+    auto type_name = value.find(kTypeKey);
+    if (type_name == value.end()) {
+      throw Error(where, "an object here needs \"@type\" naming the record it holds, or give the "
+                         "bytes in base64");
+    }
+    if (!type_name->is_string()) {
+      throw Error(Join(where, kTypeKey), "expected a record name, found " + JsonTypeName(*type_name));
+    }
+    const std::string& name = type_name->get_ref<const std::string&>();
+    const pb::Descriptor* type = FindRecord(name);
+    if (type == nullptr) {
+      throw Error(Join(where, kTypeKey),
+                  "no record named \"" + name + "\" in the schema library; run `gcuschema schemas` to "
+                  "list them");
+    }
+    std::unique_ptr<pb::Message> record = NewRecord(type);
+    Collapser nested;
+    nested.Record(value, record.get(), where);
+    return record->SerializePartialAsString();
+  }
+
+  static std::string Join(const std::string& path, const std::string& key) {
+    return path.empty() ? key : path + "." + key;
+  }
+
+  static std::string DecodeUnknown(const Json& member, const std::string& path) {
+    const std::string where = Join(path, kUnknownKey);
+    if (!member.is_string()) throw Error(where, "expected a base64 string, found " + JsonTypeName(member));
+    std::string bytes;
+    if (!pb::Base64Unescape(member.get_ref<const std::string&>(), &bytes)) {
+      throw Error(where, "not valid base64; keep the value as it was written");
+    }
+    pb::UnknownFieldSet check;
+    if (!check.ParseFromString(bytes)) {
+      throw Error(where, "does not hold encoded fields; keep the value as it was written");
+    }
+    return bytes;
+  }
+
+  static void Apply(const Restore& restore, pb::Message* record, const std::string& where) {
+    pb::Message* target = record;
+    for (const Step& step : restore.steps) {
+      const pb::Reflection* reflection = target->GetReflection();
+      if (step.index < 0) {
+        target = reflection->MutableMessage(target, step.field);
+      } else if (step.index < reflection->FieldSize(*target, step.field)) {
+        target = reflection->MutableRepeatedMessage(target, step.field, step.index);
+      } else {
+        throw Error(PathText(where, restore.steps), "\"@unknown\" belongs to a list element that was not kept");
+      }
+    }
+    pb::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(restore.bytes.data()),
+                                   static_cast<int>(restore.bytes.size()));
+    target->GetReflection()->MutableUnknownFields(target)->MergeFromCodedStream(&input);
+  }
+};
+
+bool IsEmpty(const pb::Message& record) {
+  std::vector<const FieldDescriptor*> fields;
+  record.GetReflection()->ListFields(record, &fields);
+  return fields.empty() && record.GetReflection()->GetUnknownFields(record).empty();
+}
+
+}  // namespace
+
+JsonCodec::JsonCodec(PairingCatalogue pairing) : pairing_(std::move(pairing)) {}
+
+Json JsonCodec::ToJson(const pb::Message& record, bool expand) const {
+  Expander expander(pairing_, expand);
+  return expander.Record(record);
+}
+
+std::string JsonCodec::ToJsonText(const pb::Message& record, bool expand, int indent) const {
+  return ToJson(record, expand).dump(indent);
+}
+
+void JsonCodec::FromJson(const Json& value, pb::Message* record) const {
+  Collapser collapser;
+  if (IsEmpty(*record)) {
+    collapser.Record(value, record, "");
+    return;
+  }
+  // Merging: the restored unknown fields find their elements by position,
+  // which holds only in a record built from the JSON alone.
+  std::unique_ptr<pb::Message> fresh(record->New());
+  collapser.Record(value, fresh.get(), "");
+  record->MergeFrom(*fresh);
+}
+
+void JsonCodec::FromJsonText(std::string_view text, pb::Message* record) const {
+  Json value;
+  try {
+    value = Json::parse(text.begin(), text.end());
+  } catch (const Json::parse_error& e) {
+    // nlohmann counts the bytes read, the offending one included.
+    const size_t offset = e.byte == 0 ? 0 : std::min<size_t>(e.byte - 1, text.size());
+    size_t line = 1;
+    size_t line_start = 0;
+    for (size_t i = 0; i < offset; ++i) {
+      if (text[i] == '\n') {
+        ++line;
+        line_start = i + 1;
+      }
+    }
+    std::string message = e.what();
+    // Drop nlohmann's own prefix and position ("[json.exception.parse_error.101]
+    // parse error at line 1, column 2: "): the place is given in `where`.
+    const size_t colon = message.find(": ");
+    if (colon != std::string::npos) message = message.substr(colon + 2);
+    throw Error("line " + std::to_string(line) + ", column " + std::to_string(offset - line_start + 1),
+                message + "; fix the JSON text there");
+  }
+  FromJson(value, record);
+}
+
+}  // namespace gcuschema::doc
