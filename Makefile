@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps configure build run test clean fuzz fuzz-seeds
+.PHONY: all deps configure build run test clean test-tsan fuzz fuzz-seeds
 
 all: build
 
@@ -30,14 +30,25 @@ clean:
 # Sanitizer and fuzz builds: clang, each in a build directory of its own, the
 # flags given on the command line so that the ordinary build stays untouched.
 SAN_CXX ?= clang++-14
+TSAN_DIR ?= build-tsan
 FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 60
+TSAN_FLAGS := -fsanitize=thread
 FUZZ_FLAGS := -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
 SAN_CMAKE = cmake -S . -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DCMAKE_CXX_COMPILER=$(SAN_CXX)
+
+$(TSAN_DIR)/build.ninja: | deps
+	$(SAN_CMAKE) -B $(TSAN_DIR) "-DCMAKE_CXX_FLAGS=$(TSAN_FLAGS)"
 
 $(FUZZ_DIR)/build.ninja: | deps
 	$(SAN_CMAKE) -B $(FUZZ_DIR) "-DCMAKE_CXX_FLAGS=$(FUZZ_FLAGS)" \
 	  -DGCUSCHEMA_BUILD_TESTS=OFF -DGCUSCHEMA_FUZZ=ON
+
+# The concurrency tests, each in a fresh process, under ThreadSanitizer.
+test-tsan: $(TSAN_DIR)/build.ninja
+	cmake --build $(TSAN_DIR) -j $(JOBS) --target gcuschema_concurrency_tests
+	cd $(TSAN_DIR) && TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$(CURDIR)/tests/concurrency/tsan.supp" \
+	  ctest --output-on-failure -j $(JOBS) -L concurrency
 
 # Each fuzz target in turn for FUZZ_SECONDS, from the committed seeds.
 fuzz: $(FUZZ_DIR)/build.ninja
