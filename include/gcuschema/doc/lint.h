@@ -34,7 +34,18 @@ struct Finding {
 //   divide, map, counter, waveform and rbc input settings and from routers
 //   (dangling-reference, error);
 // - unknown fields present (unknown-field, warning).
-// Findings come in document order.
+// Findings come in document order (the order of the encoding: ascending
+// field numbers, list elements in order, unknown fields last).
+//
+// Paths name fields by their schema names from the linted record: list
+// elements by index ("canbus[0].standardInputFrameCount",
+// "inputs[3].config.inputIds[1]"); settings read from a `config` continue
+// the path of that `config` ("inputs[3].config.inputId"), and so does the
+// ConfigData inside a DeviceData ("config.inputs[2].type"). A finding about
+// a whole record (its unknown fields) has that record's path, empty for the
+// linted record itself. Input references left at 0 mean "no input" and are
+// not reported; router bus ids are always checked. References are resolved
+// only within a ConfigData (or the one inside a DeviceData).
 GCUSCHEMA_DOC_API std::vector<Finding> Lint(const google::protobuf::Message& record,
                                             const PairingCatalogue& pairing);
 
