@@ -22,7 +22,19 @@ struct Difference {
 // The differences between two records of the same type, with `config`
 // settings expanded by the pairing (compared as records where both sides
 // parse as the paired record, as bytes otherwise), found with the runtime's
-// MessageDifferencer. Empty when the two are equal.
+// MessageDifferencer. Empty when the two are equal; Error when the two are
+// not records of one type.
+//
+// In a ConfigData, inputs, outputs, maps, drivers and estimators are matched
+// by `id` and buses by `canbusId` (when no identifier repeats in the list; a
+// list with repeated ones is compared by position), so an inserted or
+// removed entry is one difference; a changed order is one more, on the list
+// itself ("inputs"). Indexes in paths are those of the second record, of the
+// first for what was removed; unknown fields are named by number ("#40").
+// Values read as the schema's text: enumerations by name, strings quoted,
+// bytes in hex ("<0a 01>", long ones by size and a window where they part),
+// records on one line ("{ id: 3 alias: \"A\" }") with settings in `config`
+// shown as their record ("AdcConfiguration { range: range12V }").
 GCUSCHEMA_DOC_API std::vector<Difference> Diff(const google::protobuf::Message& a,
                                                const google::protobuf::Message& b,
                                                const PairingCatalogue& pairing);
