@@ -8,6 +8,7 @@
 #include <string>
 
 #include <google/protobuf/descriptor.h>
+#include <google/protobuf/stubs/strutil.h>
 #include <google/protobuf/text_format.h>
 #include <google/protobuf/wire_format.h>
 

@@ -131,6 +131,21 @@ TEST(SampleTest, DifferentSeedsGiveDifferentDocuments) {
   EXPECT_NE(test::Encode(a), test::Encode(b));
 }
 
+TEST(SampleTest, EveryPairedTypeIsPresentFromTwentyInputsOn) {
+  const PairingCatalogue pairing = PairingCatalogue::Standard();
+  for (int inputs : {20, 24, 1000}) {
+    const ConfigData config = Config(inputs, 6);
+    std::set<std::pair<EntryKind, int>> present;
+    for (const Input& input : config.inputs()) present.insert({EntryKind::kInput, input.type()});
+    for (const Output& output : config.outputs()) present.insert({EntryKind::kOutput, output.type()});
+    for (const auto& [key, record] : pairing.entries()) {
+      EXPECT_EQ(present.count(key), 1u) << inputs << " inputs: " << record->full_name();
+    }
+  }
+  // Below that the outputs are too few to hold all ten kinds.
+  EXPECT_EQ(Config(19).outputs_size(), 9);
+}
+
 TEST(SampleTest, EveryPairedTypeIsPresentWithReadableSettings) {
   const ConfigData config = Config(SampleOptions().inputs);
   const PairingCatalogue pairing = PairingCatalogue::Standard();
