@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <google/protobuf/descriptor.h>
+#include <google/protobuf/stubs/logging.h>
 #include <google/protobuf/stubs/strutil.h>
 #include <google/protobuf/unknown_field_set.h>
 #include <google/protobuf/util/field_comparator.h>
@@ -367,6 +368,8 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
   const pb::Reflection* ra = a.GetReflection();
   const pb::Reflection* rb = b.GetReflection();
   Differ elements(pairing, std::string(), out);
+  // A string that is not UTF-8 is a difference to show, not a log line.
+  pb::LogSilencer quiet;
   for (std::size_t i = 0; i < keys_a.size(); ++i) {
     const pb::Message& element_a = ra->GetRepeatedMessage(a, list, static_cast<int>(i));
     auto match = in_b.find(keys_a[i]);

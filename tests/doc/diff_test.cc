@@ -148,6 +148,14 @@ TEST(DiffTest, ScalarsStringsAndDefaults) {
   EXPECT_EQ(Lines(before, after), expected);
 }
 
+TEST(DiffTest, StringsThatAreNotUtf8AreShownEscaped) {
+  ConfigData before;
+  before.add_inputs()->set_alias("A");
+  ConfigData after = before;
+  after.mutable_inputs(0)->set_alias(test::Bytes({0xC3, 0x28}));
+  EXPECT_EQ(Lines(before, after), "~ inputs[0].alias: \"A\" -> \"\\303(\"\n");
+}
+
 TEST(DiffTest, ConfigsUnderDifferentRecordsAreComparedWhole) {
   ConfigData before;
   Input* input = before.add_inputs();
