@@ -1,10 +1,12 @@
 #include <gcuschema/doc/json.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -206,7 +208,32 @@ std::string PathText(const std::string& prefix, const std::vector<Step>& steps) 
   return out;
 }
 
-std::string JsonTypeName(const Json& value) { return value.type_name(); }
+// The trees built while reading JSON text. ordered_json copies each
+// member (whole subtree included) every time an object's storage grows, as
+// its keys are const; a map-based tree never moves its members, so text is
+// read into one, and order is set from the schema when the result is made.
+using Tree = nlohmann::json;
+
+// Settings records are parsed once per entry: reuse them rather than
+// allocate a record for each of a large document's entries.
+class RecordPool {
+ public:
+  std::unique_ptr<pb::Message> Acquire(const pb::Descriptor* type) {
+    std::vector<std::unique_ptr<pb::Message>>& free = free_[type];
+    if (free.empty()) return NewRecord(type);
+    std::unique_ptr<pb::Message> record = std::move(free.back());
+    free.pop_back();
+    return record;
+  }
+  void Release(std::unique_ptr<pb::Message> record) {
+    free_[record->GetDescriptor()].push_back(std::move(record));
+  }
+
+ private:
+  std::unordered_map<const pb::Descriptor*, std::vector<std::unique_ptr<pb::Message>>> free_;
+};
+
+Json::object_t& Members(Json& object) { return object.get_ref<Json::object_t&>(); }
 
 // ---------------------------------------------------------------- expansion
 
@@ -215,90 +242,109 @@ class Expander {
   Expander(const PairingCatalogue& pairing, bool expand) : pairing_(pairing), expand_(expand) {}
 
   Json Record(const pb::Message& record) {
-    std::string bytes = record.SerializePartialAsString();
-    Json parsed = Print(record.GetDescriptor(), bytes);
-    return Decorate(record, std::move(parsed), nullptr, 0);
+    return Convert(record, Print(record.GetDescriptor(), record.SerializePartialAsString()), nullptr, 0);
   }
 
  private:
-  Json Print(const pb::Descriptor* type, const std::string& bytes) {
+  Tree Print(const pb::Descriptor* type, const std::string& bytes) {
     pb::util::JsonPrintOptions options;
     options.preserve_proto_field_names = true;
+    // A fresh buffer each time: the printer's output stream fills the whole
+    // capacity of the string it writes to before trimming it.
     std::string text;
     const pb::util::Status status =
         pb::util::BinaryToJsonString(Resolver(), TypeUrl(type), bytes, &text, options);
     if (!status.ok()) throw Error("", "cannot show " + type->full_name() + " as JSON: " + status.ToString());
-    return Json::parse(text);
+    return Tree::parse(text);
   }
 
-  // Puts the printer's object in declaration order, with the record's
-  // unknown fields, the sign of negative zeros the JSON reader would drop,
-  // and expanded settings records in `config`.
-  Json Decorate(const pb::Message& record, Json printed, const char* type_name, int depth) {
+  // The printer's object made final: fields in declaration order ("@type"
+  // first when given), expanded settings records in `config`, the sign of
+  // negative zeros the JSON reader would drop, and the record's unknown
+  // fields last.
+  Json Convert(const pb::Message& record, Tree printed, const char* type_name, int depth) {
+    if (!printed.is_object()) return Plain(std::move(printed));
     const pb::Descriptor* type = record.GetDescriptor();
     const pb::Reflection* reflection = record.GetReflection();
     const RecordInfo& info = infos_.Get(type);
 
-    std::vector<Json> slots(type->field_count());
-    std::vector<bool> present(type->field_count(), false);
-    Json out = Json::object();
-    if (type_name != nullptr) out[kTypeKey] = type_name;
-    Json extra = Json::object();
-    if (printed.is_object()) {
-      for (auto& item : printed.items()) {
-        const FieldDescriptor* field = type->FindFieldByName(item.key());
-        if (field == nullptr) {
-          extra[item.key()] = std::move(item.value());
-          continue;
-        }
-        slots[field->index()] = std::move(item.value());
-        present[field->index()] = true;
-      }
+    std::vector<std::pair<const FieldDescriptor*, Tree*>> members;
+    members.reserve(printed.size());
+    for (auto& item : printed.items()) {
+      members.emplace_back(type->FindFieldByName(item.key()), &item.value());
     }
-    for (int i = 0; i < type->field_count(); ++i) {
-      if (!present[i]) continue;
-      const FieldDescriptor* field = type->field(i);
-      Json& value = slots[i];
-      switch (field->cpp_type()) {
-        case FieldDescriptor::CPPTYPE_MESSAGE:
-          if (field->is_repeated()) {
-            const int count = reflection->FieldSize(record, field);
-            if (value.is_array() && static_cast<int>(value.size()) == count) {
-              for (int j = 0; j < count; ++j) {
-                value[j] = Decorate(reflection->GetRepeatedMessage(record, field, j), std::move(value[j]),
-                                    nullptr, depth);
-              }
-            }
-          } else {
-            value = Decorate(reflection->GetMessage(record, field), std::move(value), nullptr, depth);
-          }
-          break;
-        case FieldDescriptor::CPPTYPE_FLOAT:
-        case FieldDescriptor::CPPTYPE_DOUBLE:
-          KeepNegativeZeros(record, field, &value);
-          break;
-        default:
-          if (expand_ && field == info.config && depth < kMaxConfigDepth) {
-            const pb::Descriptor* settings =
-                info.fixed ? info.fixed : pairing_.Find(info.kind, TypeCode(record, info.type_code));
-            if (settings != nullptr) {
-              std::string scratch;
-              const std::string& bytes = reflection->GetStringReference(record, field, &scratch);
-              Expand(settings, bytes, depth + 1, &value);
-            }
-          }
-          break;
-      }
-      out[field->name()] = std::move(value);
-    }
-    for (auto& item : extra.items()) out[item.key()] = std::move(item.value());
+    // Fields the printer names are fields of the record; should one not be,
+    // it is kept after them.
+    const int end = type->field_count();
+    std::stable_sort(members.begin(), members.end(), [end](const auto& a, const auto& b) {
+      return (a.first ? a.first->index() : end) < (b.first ? b.first->index() : end);
+    });
+
     const pb::UnknownFieldSet& unknown = reflection->GetUnknownFields(record);
+    Json out = Json::object();
+    Json::object_t& object = Members(out);
+    object.reserve(members.size() + 2);
+    if (type_name != nullptr) object.emplace_back(kTypeKey, type_name);
+    for (auto& [field, value] : members) {
+      if (field == nullptr) continue;
+      object.emplace_back(field->name(), Field(record, reflection, info, field, std::move(*value), depth));
+    }
     if (!unknown.empty()) {
       std::string bytes;
       unknown.SerializeToString(&bytes);
-      out[kUnknownKey] = Base64(bytes);
+      object.emplace_back(kUnknownKey, Base64(bytes));
     }
     return out;
+  }
+
+  Json Field(const pb::Message& record, const pb::Reflection* reflection, const RecordInfo& info,
+             const FieldDescriptor* field, Tree value, int depth) {
+    switch (field->cpp_type()) {
+      case FieldDescriptor::CPPTYPE_MESSAGE: {
+        if (!field->is_repeated()) return Convert(reflection->GetMessage(record, field), std::move(value), nullptr, depth);
+        const int count = reflection->FieldSize(record, field);
+        if (!value.is_array() || static_cast<int>(value.size()) != count) return Plain(std::move(value));
+        Json list = Json::array();
+        Json::array_t& elements = list.get_ref<Json::array_t&>();
+        elements.reserve(count);
+        for (int j = 0; j < count; ++j) {
+          elements.push_back(Convert(reflection->GetRepeatedMessage(record, field, j), std::move(value[j]), nullptr, depth));
+        }
+        return list;
+      }
+      case FieldDescriptor::CPPTYPE_FLOAT:
+      case FieldDescriptor::CPPTYPE_DOUBLE: {
+        Json plain = Plain(std::move(value));
+        KeepNegativeZeros(record, field, &plain);
+        return plain;
+      }
+      default:
+        if (expand_ && field == info.config && depth < kMaxConfigDepth) {
+          const pb::Descriptor* settings =
+              info.fixed ? info.fixed : pairing_.Find(info.kind, TypeCode(record, info.type_code));
+          if (settings != nullptr) {
+            std::string scratch;
+            const std::string& bytes = reflection->GetStringReference(record, field, &scratch);
+            if (std::optional<Json> expanded = Expand(settings, bytes, depth + 1)) return std::move(*expanded);
+          }
+        }
+        return Plain(std::move(value));
+    }
+  }
+
+  // A value of the reading tree as a value of the result, strings moved.
+  static Json Plain(Tree value) {
+    switch (value.type()) {
+      case Tree::value_t::string: return Json(std::move(value.get_ref<std::string&>()));
+      case Tree::value_t::array: {
+        Json list = Json::array();
+        Json::array_t& elements = list.get_ref<Json::array_t&>();
+        elements.reserve(value.size());
+        for (Tree& element : value) elements.push_back(Plain(std::move(element)));
+        return list;
+      }
+      default: return Json(value);
+    }
   }
 
   void KeepNegativeZeros(const pb::Message& record, const FieldDescriptor* field, Json* value) {
@@ -319,20 +365,22 @@ class Expander {
     }
   }
 
-  // Replaces the base64 `value` by the record `bytes` hold, when it is
-  // shown losslessly: the bytes parse, re-encode to themselves, and hold
-  // no value the JSON mapping cannot spell.
-  void Expand(const pb::Descriptor* settings, const std::string& bytes, int depth, Json* value) {
-    if (bytes.empty()) return;
-    std::unique_ptr<pb::Message> record = Acquire(settings);
+  // The record `bytes` hold, when it can be shown losslessly: the bytes
+  // parse, re-encode to themselves, and hold no value the JSON mapping
+  // cannot spell.
+  std::optional<Json> Expand(const pb::Descriptor* settings, const std::string& bytes, int depth) {
+    if (bytes.empty()) return std::nullopt;
+    std::unique_ptr<pb::Message> record = pool_.Acquire(settings);
     bool exact = record->ParsePartialFromString(bytes);
     if (exact) {
       // Encoding into a reused buffer: most records are equal in size.
       scratch_.clear();
       exact = record->SerializePartialToString(&scratch_) && scratch_ == bytes && Spellable(*record);
     }
-    if (exact) *value = Decorate(*record, Print(settings, bytes), settings->full_name().c_str(), depth);
-    Release(std::move(record));
+    std::optional<Json> expanded;
+    if (exact) expanded = Convert(*record, Print(settings, bytes), settings->full_name().c_str(), depth);
+    pool_.Release(std::move(record));
+    return expanded;
   }
 
   bool Spellable(const pb::Message& record) {
@@ -370,23 +418,10 @@ class Expander {
     return true;
   }
 
-  // Settings records are parsed once per entry: reuse them rather than
-  // allocate a record for each of a large document's entries.
-  std::unique_ptr<pb::Message> Acquire(const pb::Descriptor* type) {
-    std::vector<std::unique_ptr<pb::Message>>& free = free_[type];
-    if (free.empty()) return NewRecord(type);
-    std::unique_ptr<pb::Message> record = std::move(free.back());
-    free.pop_back();
-    return record;
-  }
-  void Release(std::unique_ptr<pb::Message> record) {
-    free_[record->GetDescriptor()].push_back(std::move(record));
-  }
-
   const PairingCatalogue& pairing_;
   const bool expand_;
   InfoCache infos_;
-  std::unordered_map<const pb::Descriptor*, std::vector<std::unique_ptr<pb::Message>>> free_;
+  RecordPool pool_;
   std::string scratch_;
 };
 
@@ -394,21 +429,22 @@ class Expander {
 
 class Collapser {
  public:
-  // Builds `record` (fresh) from `value`; `where` is the record's own path.
-  void Record(const Json& value, pb::Message* record, const std::string& where) {
+  // Builds `record` (fresh) from `value`, which it rewrites on the way;
+  // `where` is the record's own path.
+  void Record(Tree& value, pb::Message* record, const std::string& where, int depth = 0) {
     const pb::Descriptor* type = record->GetDescriptor();
     if (!value.is_object()) {
-      throw Error(where, "expected a JSON object for " + type->full_name() + ", found " + JsonTypeName(value));
+      throw Error(where, "expected a JSON object for " + type->full_name() + ", found " + value.type_name());
     }
     std::vector<Restore> unknowns;
     std::vector<Step> steps;
-    Json plain = Strip(value, type, where, &steps, &unknowns);
+    Strip(value, type, where, &steps, &unknowns, depth);
 
     std::string text;
     try {
-      text = plain.dump();
-    } catch (const Json::exception& e) {
-      throw Error(where, std::string("cannot write the JSON for ") + type->full_name() + ": " + e.what());
+      text = value.dump();
+    } catch (const Tree::exception& e) {
+      throw Error(where, std::string("cannot read the JSON for ") + type->full_name() + ": " + e.what());
     }
     std::string binary;
     pb::util::JsonParseOptions options;
@@ -427,69 +463,67 @@ class Collapser {
     std::string bytes;
   };
 
-  // A copy of `value` that libprotobuf's reader takes: "@type" checked and
+  // Makes `value` what libprotobuf's reader takes: "@type" checked and
   // dropped, "@unknown" taken aside, expanded records encoded to base64.
-  Json Strip(const Json& value, const pb::Descriptor* type, const std::string& where,
-             std::vector<Step>* steps, std::vector<Restore>* unknowns) {
-    Json out = Json::object();
-    for (const auto& item : value.items()) {
+  void Strip(Tree& value, const pb::Descriptor* type, const std::string& where, std::vector<Step>* steps,
+             std::vector<Restore>* unknowns, int depth) {
+    bool has_type = false;
+    bool has_unknown = false;
+    for (auto& item : value.items()) {
       const std::string& key = item.key();
-      const Json& member = item.value();
+      Tree& member = item.value();
       if (key == kTypeKey) {
         if (!member.is_string() || member.get_ref<const std::string&>() != type->full_name()) {
           throw Error(Join(PathText(where, *steps), kTypeKey),
                       "names " + member.dump() + " but this place holds a " + type->full_name());
         }
+        has_type = true;
         continue;
       }
       if (key == kUnknownKey) {
         unknowns->push_back({*steps, DecodeUnknown(member, PathText(where, *steps))});
+        has_unknown = true;
         continue;
       }
       const FieldDescriptor* field = type->FindFieldByName(key);
       if (field == nullptr) field = type->FindFieldByCamelcaseName(key);
-      if (field == nullptr) {
-        out[key] = member;  // libprotobuf names the unknown key with its path
-        continue;
-      }
+      if (field == nullptr) continue;  // libprotobuf names the unknown key with its path
       if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
         if (field->is_repeated() && member.is_array()) {
-          Json list = Json::array();
           for (size_t j = 0; j < member.size(); ++j) {
+            if (!member[j].is_object()) continue;
             steps->push_back({field, static_cast<int>(j)});
-            list.push_back(member[j].is_object()
-                               ? Strip(member[j], field->message_type(), where, steps, unknowns)
-                               : member[j]);
+            Strip(member[j], field->message_type(), where, steps, unknowns, depth);
             steps->pop_back();
           }
-          out[key] = std::move(list);
         } else if (!field->is_repeated() && member.is_object()) {
           steps->push_back({field, -1});
-          out[key] = Strip(member, field->message_type(), where, steps, unknowns);
+          Strip(member, field->message_type(), where, steps, unknowns, depth);
           steps->pop_back();
-        } else {
-          out[key] = member;
         }
       } else if (field->type() == FieldDescriptor::TYPE_BYTES && !field->is_repeated() && member.is_object()) {
         steps->push_back({field, -1});
-        out[key] = Base64(Encode(member, PathText(where, *steps)));
+        member = Base64(Encode(member, PathText(where, *steps), depth + 1));
         steps->pop_back();
-      } else {
-        out[key] = member;
       }
     }
-    return out;
+    if (has_type) value.erase(kTypeKey);
+    if (has_unknown) value.erase(kUnknownKey);
   }
 
   // The bytes of an expanded settings record.
-  std::string Encode(const Json& value, const std::string& where) {
+  std::string Encode(Tree& value, const std::string& where, int depth) {
+    if (depth > kMaxConfigDepth) {
+      throw Error(where, "records inside `config` nested deeper than " + std::to_string(kMaxConfigDepth) +
+                             " levels");
+    }
     auto type_name = value.find(kTypeKey);
     if (type_name == value.end()) {
       throw Error(where, "an object here needs \"@type\" naming the record it holds, or give the "
                          "bytes in base64");
     }
     if (!type_name->is_string()) {
-      throw Error(Join(where, kTypeKey), "expected a record name, found " + JsonTypeName(*type_name));
+      throw Error(Join(where, kTypeKey), std::string("expected a record name, found ") + type_name->type_name());
     }
     const std::string& name = type_name->get_ref<const std::string&>();
     const pb::Descriptor* type = FindRecord(name);
@@ -498,19 +532,21 @@ class Collapser {
                   "no record named \"" + name + "\" in the schema library; run `gcuschema schemas` to "
                   "list them");
     }
-    std::unique_ptr<pb::Message> record = NewRecord(type);
+    std::unique_ptr<pb::Message> record = pool_.Acquire(type);
     Collapser nested;
-    nested.Record(value, record.get(), where);
-    return record->SerializePartialAsString();
+    nested.Record(value, record.get(), where, depth);
+    std::string bytes = record->SerializePartialAsString();
+    pool_.Release(std::move(record));
+    return bytes;
   }
 
   static std::string Join(const std::string& path, const std::string& key) {
     return path.empty() ? key : path + "." + key;
   }
 
-  static std::string DecodeUnknown(const Json& member, const std::string& path) {
+  static std::string DecodeUnknown(const Tree& member, const std::string& path) {
     const std::string where = Join(path, kUnknownKey);
-    if (!member.is_string()) throw Error(where, "expected a base64 string, found " + JsonTypeName(member));
+    if (!member.is_string()) throw Error(where, std::string("expected a base64 string, found ") + member.type_name());
     std::string bytes;
     if (!pb::Base64Unescape(member.get_ref<const std::string&>(), &bytes)) {
       throw Error(where, "not valid base64; keep the value as it was written");
@@ -538,6 +574,8 @@ class Collapser {
                                    static_cast<int>(restore.bytes.size()));
     target->GetReflection()->MutableUnknownFields(target)->MergeFromCodedStream(&input);
   }
+
+  RecordPool pool_;
 };
 
 bool IsEmpty(const pb::Message& record) {
@@ -559,7 +597,9 @@ std::string JsonCodec::ToJsonText(const pb::Message& record, bool expand, int in
   return ToJson(record, expand).dump(indent);
 }
 
-void JsonCodec::FromJson(const Json& value, pb::Message* record) const {
+namespace {
+
+void Collapse(Tree value, pb::Message* record) {
   Collapser collapser;
   if (IsEmpty(*record)) {
     collapser.Record(value, record, "");
@@ -572,11 +612,15 @@ void JsonCodec::FromJson(const Json& value, pb::Message* record) const {
   record->MergeFrom(*fresh);
 }
 
+}  // namespace
+
+void JsonCodec::FromJson(const Json& value, pb::Message* record) const { Collapse(Tree(value), record); }
+
 void JsonCodec::FromJsonText(std::string_view text, pb::Message* record) const {
-  Json value;
+  Tree value;
   try {
-    value = Json::parse(text.begin(), text.end());
-  } catch (const Json::parse_error& e) {
+    value = Tree::parse(text.begin(), text.end());
+  } catch (const Tree::parse_error& e) {
     // nlohmann counts the bytes read, the offending one included.
     const size_t offset = e.byte == 0 ? 0 : std::min<size_t>(e.byte - 1, text.size());
     size_t line = 1;
@@ -595,7 +639,7 @@ void JsonCodec::FromJsonText(std::string_view text, pb::Message* record) const {
     throw Error("line " + std::to_string(line) + ", column " + std::to_string(offset - line_start + 1),
                 message + "; fix the JSON text there");
   }
-  FromJson(value, record);
+  Collapse(std::move(value), record);
 }
 
 }  // namespace gcuschema::doc
