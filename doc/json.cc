@@ -270,8 +270,17 @@ class Expander {
 
     std::vector<std::pair<const FieldDescriptor*, Tree*>> members;
     members.reserve(printed.size());
+    bool has_config = false;
     for (auto& item : printed.items()) {
-      members.emplace_back(type->FindFieldByName(item.key()), &item.value());
+      const FieldDescriptor* field = type->FindFieldByName(item.key());
+      has_config = has_config || (field != nullptr && field == info.config);
+      members.emplace_back(field, &item.value());
+    }
+    // An empty `config` holds the paired record with nothing set: show it
+    // as that record too, although the printer leaves the field out.
+    Tree empty_config = "";
+    if (expand_ && info.config != nullptr && !has_config && Settings(record, info) != nullptr) {
+      members.emplace_back(info.config, &empty_config);
     }
     // Fields the printer names are fields of the record; should one not be,
     // it is kept after them.
@@ -320,9 +329,7 @@ class Expander {
       }
       default:
         if (expand_ && field == info.config && depth < kMaxConfigDepth) {
-          const pb::Descriptor* settings =
-              info.fixed ? info.fixed : pairing_.Find(info.kind, TypeCode(record, info.type_code));
-          if (settings != nullptr) {
+          if (const pb::Descriptor* settings = Settings(record, info)) {
             std::string scratch;
             const std::string& bytes = reflection->GetStringReference(record, field, &scratch);
             if (std::optional<Json> expanded = Expand(settings, bytes, depth + 1)) return std::move(*expanded);
@@ -330,6 +337,10 @@ class Expander {
         }
         return Plain(std::move(value));
     }
+  }
+
+  const pb::Descriptor* Settings(const pb::Message& record, const RecordInfo& info) const {
+    return info.fixed ? info.fixed : pairing_.Find(info.kind, TypeCode(record, info.type_code));
   }
 
   // A value of the reading tree as a value of the result, strings moved.
@@ -369,7 +380,6 @@ class Expander {
   // parse, re-encode to themselves, and hold no value the JSON mapping
   // cannot spell.
   std::optional<Json> Expand(const pb::Descriptor* settings, const std::string& bytes, int depth) {
-    if (bytes.empty()) return std::nullopt;
     std::unique_ptr<pb::Message> record = pool_.Acquire(settings);
     bool exact = record->ParsePartialFromString(bytes);
     if (exact) {

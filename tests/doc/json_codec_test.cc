@@ -141,6 +141,141 @@ std::string RoundTripText(const JsonCodec& codec, const google::protobuf::Messag
   return Encode(*back);
 }
 
+// Sets every field of `record` to a value other than its default: lists get
+// two elements, sub-records are filled in turn (down to `depth`).
+void FillEveryField(google::protobuf::Message* record, int depth = 3) {
+  using google::protobuf::FieldDescriptor;
+  const google::protobuf::Descriptor* type = record->GetDescriptor();
+  const google::protobuf::Reflection* reflection = record->GetReflection();
+  for (int i = 0; i < type->field_count(); ++i) {
+    const FieldDescriptor* field = type->field(i);
+    const int count = field->is_repeated() ? 2 : 1;
+    for (int n = 0; n < count; ++n) {
+      const bool add = field->is_repeated();
+      switch (field->cpp_type()) {
+        case FieldDescriptor::CPPTYPE_INT32:
+          add ? reflection->AddInt32(record, field, -7 - n) : reflection->SetInt32(record, field, -7);
+          break;
+        case FieldDescriptor::CPPTYPE_INT64:
+          add ? reflection->AddInt64(record, field, -1LL << 40) : reflection->SetInt64(record, field, -1LL << 40);
+          break;
+        case FieldDescriptor::CPPTYPE_UINT32:
+          add ? reflection->AddUInt32(record, field, 4000000000u + n) : reflection->SetUInt32(record, field, 4000000000u);
+          break;
+        case FieldDescriptor::CPPTYPE_UINT64:
+          add ? reflection->AddUInt64(record, field, 1ULL << 60) : reflection->SetUInt64(record, field, 1ULL << 60);
+          break;
+        case FieldDescriptor::CPPTYPE_FLOAT:
+          add ? reflection->AddFloat(record, field, 0.1f + n) : reflection->SetFloat(record, field, -3.4e38f);
+          break;
+        case FieldDescriptor::CPPTYPE_DOUBLE:
+          add ? reflection->AddDouble(record, field, 1.0 / 3 + n) : reflection->SetDouble(record, field, 5e-324);
+          break;
+        case FieldDescriptor::CPPTYPE_BOOL:
+          add ? reflection->AddBool(record, field, true) : reflection->SetBool(record, field, true);
+          break;
+        case FieldDescriptor::CPPTYPE_ENUM: {
+          const int last = field->enum_type()->value(field->enum_type()->value_count() - 1)->number();
+          // A number the enumeration does not name travels too (as a number).
+          const int value = n == 0 ? last : 1000;
+          add ? reflection->AddEnumValue(record, field, value) : reflection->SetEnumValue(record, field, value);
+          break;
+        }
+        case FieldDescriptor::CPPTYPE_STRING: {
+          const std::string value = field->type() == FieldDescriptor::TYPE_BYTES ? std::string("\x00\xFF\x7F", 3)
+                                                                                : std::string("caf\xC3\xA9 \"q\"\n");
+          add ? reflection->AddString(record, field, value) : reflection->SetString(record, field, value);
+          break;
+        }
+        case FieldDescriptor::CPPTYPE_MESSAGE:
+          if (depth > 0) {
+            FillEveryField(add ? reflection->AddMessage(record, field) : reflection->MutableMessage(record, field),
+                           depth - 1);
+          }
+          break;
+      }
+    }
+  }
+}
+
+// Every record of every schema file, nested ones included.
+std::vector<const google::protobuf::Descriptor*> EveryRecord() {
+  std::vector<const google::protobuf::Descriptor*> records;
+  std::vector<const google::protobuf::Descriptor*> pending;
+  for (const std::string& name : SchemaFileNames()) {
+    const google::protobuf::FileDescriptor* file =
+        google::protobuf::DescriptorPool::generated_pool()->FindFileByName(name);
+    for (int i = 0; file && i < file->message_type_count(); ++i) pending.push_back(file->message_type(i));
+  }
+  while (!pending.empty()) {
+    const google::protobuf::Descriptor* type = pending.back();
+    pending.pop_back();
+    records.push_back(type);
+    for (int i = 0; i < type->nested_type_count(); ++i) pending.push_back(type->nested_type(i));
+  }
+  return records;
+}
+
+TEST(JsonCodecTest, EveryRecordWithEveryFieldSetRoundTrips) {
+  const std::vector<const google::protobuf::Descriptor*> records = EveryRecord();
+  ASSERT_GT(records.size(), 35u);
+  const JsonCodec codec = CodecWithMaps();
+  for (const google::protobuf::Descriptor* type : records) {
+    std::unique_ptr<google::protobuf::Message> record = NewRecord(type);
+    FillEveryField(record.get());
+    const std::string bytes = Encode(*record);
+    ASSERT_EQ(bytes.empty(), type->field_count() == 0) << type->full_name();
+    EXPECT_EQ(Hex(RoundTrip(codec, *record, true)), Hex(bytes)) << type->full_name();
+    EXPECT_EQ(Hex(RoundTripText(codec, *record, false)), Hex(bytes)) << type->full_name();
+    // Fields in declaration order.
+    const Json j = codec.ToJson(*record);
+    int last = -1;
+    for (const auto& item : j.items()) {
+      const google::protobuf::FieldDescriptor* field = type->FindFieldByName(item.key());
+      ASSERT_NE(field, nullptr) << type->full_name() << " " << item.key();
+      EXPECT_GT(field->index(), last) << type->full_name() << " " << item.key();
+      last = field->index();
+    }
+  }
+}
+
+TEST(JsonCodecTest, EveryPairedSettingsRecordIsExpandedAndRoundTrips) {
+  const JsonCodec codec = CodecWithMaps();
+  int checked = 0;
+  for (const auto& [key, settings] : codec.pairing().entries()) {
+    std::unique_ptr<google::protobuf::Message> record = NewRecord(settings);
+    FillEveryField(record.get());
+    ConfigData doc;
+    std::string list;
+    switch (key.first) {
+      case EntryKind::kInput:
+        doc.add_inputs()->set_type(key.second);
+        doc.mutable_inputs(0)->set_config(Encode(*record));
+        list = "inputs";
+        break;
+      case EntryKind::kOutput:
+        doc.add_outputs()->set_type(key.second);
+        doc.mutable_outputs(0)->set_config(Encode(*record));
+        list = "outputs";
+        break;
+      case EntryKind::kMap:
+        doc.add_maps()->set_type(static_cast<Map_MapType>(key.second));
+        doc.mutable_maps(0)->set_config(Encode(*record));
+        list = "maps";
+        break;
+      default:
+        continue;
+    }
+    const Json j = codec.ToJson(doc);
+    const Json& config = j[list][0]["config"];
+    ASSERT_TRUE(config.is_object()) << settings->full_name() << ": " << config.dump();
+    EXPECT_EQ(config["@type"], settings->full_name());
+    EXPECT_EQ(Hex(RoundTrip(codec, doc, true)), Hex(Encode(doc))) << settings->full_name();
+    ++checked;
+  }
+  EXPECT_EQ(checked, 26 + Map_MapType_descriptor()->value_count());
+}
+
 TEST(JsonCodecTest, ExpandsPairedSettingsAsTheirRecords) {
   const ConfigData doc = HandMadeConfig();
   const Json j = CodecWithMaps().ToJson(doc);
@@ -192,6 +327,18 @@ TEST(JsonCodecTest, OpenTypeCodesStayBase64UntilPaired) {
   // Declaration order (mode is declared second, numbered 9), "@type" first.
   EXPECT_EQ(Keys(adc_switch), (std::vector<std::string>{"@type", "range", "mode", "pullup"}));
   EXPECT_EQ(adc_switch["mode"], "modeVoltage");
+}
+
+TEST(JsonCodecTest, EmptyConfigOfAPairedTypeIsShownAsAnEmptyRecord) {
+  ConfigData doc;
+  doc.add_inputs()->set_type(Input::SystemInput);   // paired; its record has no fields
+  doc.add_inputs()->set_type(Input::FrequencyInput);  // open
+  const Json j = JsonCodec().ToJson(doc);
+  EXPECT_EQ(j["inputs"][0]["config"], Json({{"@type", "SystemInputConfigurationData"}}));
+  EXPECT_EQ(Keys(j["inputs"][0]), (std::vector<std::string>{"type", "config"}));
+  EXPECT_FALSE(j["inputs"][1].contains("config"));
+  EXPECT_FALSE(JsonCodec().ToJson(doc, false)["inputs"][0].contains("config"));
+  EXPECT_EQ(Hex(RoundTrip(JsonCodec(), doc, true)), Hex(Encode(doc)));
 }
 
 TEST(JsonCodecTest, FieldsComeInDeclarationOrder) {
