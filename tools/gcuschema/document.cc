@@ -14,8 +14,7 @@ std::unique_ptr<google::protobuf::Message> ParseEncoded(const Input& input,
   try {
     doc::ParseBinary(input.bytes, record.get());
   } catch (const doc::Error& e) {
-    throw Failure(input.name, e.where(),
-                  e.message() + " (is it an encoded " + type->full_name() + "? see --type)");
+    throw Failure(input.name, e.where(), e.message());
   }
   return record;
 }
