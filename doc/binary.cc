@@ -90,15 +90,19 @@ class WireWalker {
           return Problem{tag_at, path, "a zero byte where a field tag should be (field number 0 does not exist); "
                                        "the data is corrupt or padded"};
         }
-        return Problem{tag_at, path, "field tag: " + VarintProblem(tag_at).value_or("malformed")};
+        return Problem{tag_at, path, "field tag: " + VarintProblem(tag_at).value_or("longer than 5 bytes")};
       }
+      // The runtime reads a tag as at most 5 bytes.
+      if (Position() - tag_at > 5) return Problem{tag_at, path, "a field tag longer than 5 bytes"};
       const int number = static_cast<int>(WireFormatLite::GetTagFieldNumber(tag));
       const int wire_type = static_cast<int>(WireFormatLite::GetTagWireType(tag));
       if (number == 0) {
         return Problem{tag_at, path, "tag " + Hex2(data_[tag_at]) + " names field number 0, which does not exist"};
       }
       const FieldDescriptor* field = type ? type->FindFieldByNumber(number) : nullptr;
-      std::string field_path = Join(path, field ? field->name() : std::to_string(number));
+      // A field the schema does not know is named by its number.
+      std::string field_path = field ? Join(path, field->name())
+                                     : (path.empty() ? "" : path + ", ") + "field " + std::to_string(number);
       if (field && field->is_repeated() && wire_type == WireFormatLite::WIRETYPE_LENGTH_DELIMITED &&
           (field->type() == FieldDescriptor::TYPE_MESSAGE || field->type() == FieldDescriptor::TYPE_STRING ||
            field->type() == FieldDescriptor::TYPE_BYTES)) {
@@ -128,6 +132,10 @@ class WireWalker {
           std::uint32_t length;
           if (!in_.ReadVarint32(&length)) {
             return Problem{length_at, field_path, "length: " + VarintProblem(length_at).value_or("malformed")};
+          }
+          // The runtime reads a length as at most 5 bytes, below 2 GiB.
+          if (Position() - length_at > 5 || length > static_cast<std::uint32_t>(INT_MAX)) {
+            return Problem{length_at, field_path, "a length written in more than 5 bytes or over 2 GiB"};
           }
           if (length > static_cast<std::uint32_t>(Left())) {
             return Problem{length_at, field_path,

@@ -609,6 +609,26 @@ std::string JsonCodec::ToJsonText(const pb::Message& record, bool expand, int in
 
 namespace {
 
+// Far deeper than any record of the library nests, JSON included in
+// `config`; deeper input would only exhaust the stack of the recursive
+// steps that follow.
+constexpr size_t kMaxJsonDepth = 200;
+
+template <typename J>
+void CheckDepth(const J& value) {
+  std::vector<std::pair<const J*, size_t>> pending{{&value, 1}};
+  while (!pending.empty()) {
+    const auto [node, depth] = pending.back();
+    pending.pop_back();
+    if (!node->is_structured()) continue;
+    if (depth > kMaxJsonDepth) {
+      throw Error("", "the JSON nests deeper than " + std::to_string(kMaxJsonDepth) +
+                          " levels, far beyond any record of the library; check the input");
+    }
+    for (const J& child : *node) pending.emplace_back(&child, depth + 1);
+  }
+}
+
 void Collapse(Tree value, pb::Message* record) {
   Collapser collapser;
   if (IsEmpty(*record)) {
@@ -624,7 +644,10 @@ void Collapse(Tree value, pb::Message* record) {
 
 }  // namespace
 
-void JsonCodec::FromJson(const Json& value, pb::Message* record) const { Collapse(Tree(value), record); }
+void JsonCodec::FromJson(const Json& value, pb::Message* record) const {
+  CheckDepth(value);
+  Collapse(Tree(value), record);
+}
 
 void JsonCodec::FromJsonText(std::string_view text, pb::Message* record) const {
   Tree value;
@@ -649,6 +672,7 @@ void JsonCodec::FromJsonText(std::string_view text, pb::Message* record) const {
     throw Error("line " + std::to_string(line) + ", column " + std::to_string(offset - line_start + 1),
                 message + "; fix the JSON text there");
   }
+  CheckDepth(value);
   Collapse(std::move(value), record);
 }
 

@@ -118,8 +118,23 @@ TEST(ParseBinaryTest, CutOffNumbersAndImpossibleTags) {
 
   // An unknown group (field 15, wire type 3) that is never closed.
   e = ParseError(Bytes({0x7B, 0x08, 0x01}), &doc);
-  EXPECT_EQ(e.where(), "byte 0 (15)");
+  EXPECT_EQ(e.where(), "byte 0 (field 15)");
   EXPECT_NE(e.message().find("not closed"), std::string::npos) << e.what();
+
+  // A tag the runtime will not read: six bytes long.
+  e = ParseError(Bytes({0x88, 0x80, 0x80, 0x80, 0x80, 0x00, 0x01}), &doc);
+  EXPECT_EQ(e.where(), "byte 0");
+  EXPECT_NE(e.message().find("longer than 5 bytes"), std::string::npos) << e.what();
+
+  // A length written in ten bytes (its value is 0, but the runtime reads five at most).
+  e = ParseError(Bytes({0x1A, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x00}), &doc);
+  EXPECT_EQ(e.where(), "byte 1 (inputs[0])");
+  EXPECT_NE(e.message().find("more than 5 bytes"), std::string::npos) << e.what();
+
+  // An unknown field inside an entry is named by its number.
+  e = ParseError(Bytes({0x1A, 0x02, 0xF8, 0x06}), &doc);
+  EXPECT_EQ(e.where(), "byte 4 (inputs[0], field 111)");
+  EXPECT_NE(e.message().find("cut off"), std::string::npos) << e.what();
 
   // An end-group tag with no group open.
   e = ParseError(Bytes({0x08, 0x01, 0x7C}), &doc);

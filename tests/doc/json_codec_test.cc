@@ -605,6 +605,18 @@ TEST(JsonCodecTest, ErrorsInsideSettingsNameTheFieldPath) {
   EXPECT_NE(e.message().find("expected a JSON object"), std::string::npos) << e.what();
 }
 
+TEST(JsonCodecTest, DeeplyNestedJsonIsRefusedWithoutExhaustingTheStack) {
+  const int levels = 200000;
+  const std::string text = "{\"inputs\": " + std::string(levels, '[') + std::string(levels, ']') + "}";
+  ConfigData doc;
+  const Error e = FromJsonError(text, &doc);
+  EXPECT_NE(e.message().find("nests deeper than"), std::string::npos) << e.what();
+
+  Json nested = Json::array();
+  for (int i = 0; i < 1000; ++i) nested = Json::array({std::move(nested)});
+  EXPECT_THROW(JsonCodec().FromJson(Json{{"inputs", std::move(nested)}}, &doc), Error);
+}
+
 TEST(JsonCodecTest, MalformedJsonGivesLineAndColumn) {
   ConfigData doc;
   Error e = FromJsonError("{\n  \"version\": 1,\n  \"gcuNo\": tru\n}", &doc);

@@ -6,6 +6,7 @@
 
 #include <google/protobuf/message.h>
 
+#include <gcuschema/doc/error.h>
 #include <gcuschema/doc/export.h>
 
 namespace gcuschema::doc {

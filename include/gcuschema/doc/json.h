@@ -7,6 +7,7 @@
 #include <google/protobuf/message.h>
 #include <nlohmann/json.hpp>
 
+#include <gcuschema/doc/error.h>
 #include <gcuschema/doc/export.h>
 #include <gcuschema/doc/pairing.h>
 

@@ -8,6 +8,7 @@
 
 #include <google/protobuf/descriptor.h>
 
+#include <gcuschema/doc/error.h>
 #include <gcuschema/doc/export.h>
 
 namespace gcuschema::doc {

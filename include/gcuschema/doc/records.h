@@ -10,6 +10,7 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
+#include <gcuschema/doc/error.h>
 #include <gcuschema/doc/export.h>
 
 namespace gcuschema::doc {
