@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include <fmt/format.h>
@@ -85,34 +86,48 @@ mode_t OutputMode(const std::string& path) {
   return 0666 & ~mask;
 }
 
-void WriteFileAtomically(const std::string& path, std::string_view data) {
+void WriteToSpecialFile(const std::string& path, std::string_view data) {
+  int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (fd < 0) throw Failure(path, "", fmt::format("cannot open: {}", ErrnoText(errno)));
+  try {
+    WriteAll(fd, data, path);
+  } catch (...) {
+    ::close(fd);
+    throw;
+  }
+  if (::close(fd) != 0) throw Failure(path, "", fmt::format("cannot write: {}", ErrnoText(errno)));
+}
+
+// `path` is where the bytes go, `name` what the user called it (they differ
+// through a symbolic link).
+void WriteFileAtomically(const std::string& path, std::string_view data, const std::string& name) {
   std::string::size_type slash = path.rfind('/');
   std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
   std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
-  if (base.empty()) throw Failure(path, "", "is a directory; give a file name to -o");
+  if (base.empty()) throw Failure(name, "", "is a directory; give a file name to -o");
   std::string temporary = (slash == std::string::npos ? std::string() : directory) + "." +
                           base + ".gcuschema-XXXXXX";
 
   int fd = ::mkstemp(temporary.data());
   if (fd < 0) {
-    throw Failure(path, "",
+    throw Failure(name, "",
                   fmt::format("cannot create a temporary file in {}: {}", directory,
                               ErrnoText(errno)));
   }
   GuardTemporary(temporary);
   try {
     if (::fchmod(fd, OutputMode(path)) != 0) {
-      throw Failure(path, "", fmt::format("cannot set permissions: {}", ErrnoText(errno)));
+      throw Failure(name, "", fmt::format("cannot set permissions: {}", ErrnoText(errno)));
     }
-    WriteAll(fd, data, path);
+    WriteAll(fd, data, name);
     if (::fsync(fd) != 0) {
-      throw Failure(path, "", fmt::format("cannot write: {}", ErrnoText(errno)));
+      throw Failure(name, "", fmt::format("cannot write: {}", ErrnoText(errno)));
     }
     int closed = ::close(fd);
     fd = -1;
-    if (closed != 0) throw Failure(path, "", fmt::format("cannot write: {}", ErrnoText(errno)));
+    if (closed != 0) throw Failure(name, "", fmt::format("cannot write: {}", ErrnoText(errno)));
     if (::rename(temporary.c_str(), path.c_str()) != 0) {
-      throw Failure(path, "", fmt::format("cannot replace: {}", ErrnoText(errno)));
+      throw Failure(name, "", fmt::format("cannot replace: {}", ErrnoText(errno)));
     }
   } catch (...) {
     if (fd >= 0) ::close(fd);
@@ -189,7 +204,24 @@ void WriteOutput(const std::string& path, std::string_view data) {
     WriteAll(STDOUT_FILENO, data, "<stdout>");
     return;
   }
-  WriteFileAtomically(path, data);
+  struct stat st {};
+  if (::stat(path.c_str(), &st) == 0) {
+    if (S_ISDIR(st.st_mode)) throw Failure(path, "", "is a directory; give a file name to -o");
+    if (!S_ISREG(st.st_mode)) {
+      // A device or a pipe (-o /dev/null, a FIFO): written to as it is,
+      // never replaced by a regular file.
+      WriteToSpecialFile(path, data);
+      return;
+    }
+    // Through a symbolic link: replace the file it points to, keep the link.
+    if (char* target = ::realpath(path.c_str(), nullptr)) {
+      std::string resolved = target;
+      std::free(target);
+      WriteFileAtomically(resolved, data, path);
+      return;
+    }
+  }
+  WriteFileAtomically(path, data, path);
 }
 
 }  // namespace gcuschema::tool

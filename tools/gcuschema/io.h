@@ -32,8 +32,10 @@ void RefuseOverwritingInputs(const std::string& output_path,
 
 // Writes `data` to standard output ("" or "-"), or to a file: first to a
 // temporary file in the same directory, renamed over `path` only once it is
-// complete, so that a failed run leaves no partial file behind. Throws
-// Failure naming the file.
+// complete, so that a failed run leaves no partial file behind (through a
+// symbolic link, the file it points to is replaced and the link kept). A
+// device or a pipe (-o /dev/null) is written to directly. Throws Failure
+// naming the file.
 void WriteOutput(const std::string& path, std::string_view data);
 
 }  // namespace gcuschema::tool
