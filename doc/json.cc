@@ -61,7 +61,6 @@ struct RecordInfo {
   const FieldDescriptor* type_code = nullptr;
   EntryKind kind = EntryKind::kInput;
   const pb::Descriptor* fixed = nullptr;  // DeviceData.config: always a ConfigData
-  bool has_sub_records = false;
   bool has_floats = false;  // float or double fields, here or in sub-records
 };
 
@@ -70,6 +69,8 @@ class InfoCache {
   const RecordInfo& Get(const pb::Descriptor* type) {
     auto found = infos_.find(type);
     if (found != infos_.end()) return found->second;
+    // Entered before it is filled, so that a record type reached again
+    // through its own sub-records ends the descent.
     RecordInfo& info = infos_[type];
     Fill(type, &info);
     return info;
@@ -99,19 +100,14 @@ class InfoCache {
       info->config = type->FindFieldByName("config");
       info->fixed = ConfigData::descriptor();
     }
-    // Recursive types would loop here: mark before descending.
-    info->has_floats = false;
     for (int i = 0; i < type->field_count(); ++i) {
       const FieldDescriptor* field = type->field(i);
       if (field->cpp_type() == FieldDescriptor::CPPTYPE_FLOAT ||
           field->cpp_type() == FieldDescriptor::CPPTYPE_DOUBLE) {
         info->has_floats = true;
       }
-      if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
-        info->has_sub_records = true;
-        if (field->message_type() != type && Get(field->message_type()).has_floats) {
-          infos_[type].has_floats = true;
-        }
+      if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE && Get(field->message_type()).has_floats) {
+        info->has_floats = true;  // map nodes stay put: `info` is still valid
       }
     }
   }
