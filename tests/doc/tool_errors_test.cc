@@ -66,6 +66,21 @@ TEST(ToolErrorsTest, MalformedTextFormatGivesLineAndColumn) {
   EXPECT_TRUE(std::regex_search(result.err, std::regex("line 2, column [0-9]+"))) << result.err;
 }
 
+TEST(ToolErrorsTest, ErrorLineShowsBadBytesEscaped) {
+  // The JSON reader quotes the ill-formed text; the line must stay UTF-8.
+  ProcessResult json = RunTool({"encode", "-o", "/dev/null"}, "{\"password\": \"\xC3\x28\"}");
+  ExpectFailure(json, "<stdin>");
+  EXPECT_TRUE(Contains(json.err, "\\xC3")) << json.err;
+  EXPECT_FALSE(Contains(json.err, "\xC3")) << json.err;
+  // A file name with a terminal escape in it is shown, not obeyed.
+  ScratchDir dir;
+  const std::string name = dir.File("bad\x1B[31mname");
+  ProcessResult escape = RunTool({"decode", name});
+  EXPECT_EQ(escape.exit_status, 2);
+  EXPECT_TRUE(Contains(escape.err, "bad\\x1B[31mname: cannot open")) << escape.err;
+  EXPECT_FALSE(Contains(escape.err, "\x1B")) << escape.err;
+}
+
 TEST(ToolErrorsTest, UnknownAtTypeNamesTheEntryAndTheType) {
   ScratchDir dir;
   const std::string path =

@@ -31,8 +31,9 @@ class Failure : public std::runtime_error {
 
 // The one line printed for a failure, without its newline:
 // "gcuschema: <subject>: <where>: <message>", empty parts left out and
-// line breaks inside the parts turned into spaces, so that every error is
-// exactly one line however the library or the runtime words it.
+// line breaks inside the parts turned into spaces and other control bytes
+// or bytes that are not UTF-8 shown as \xNN, so that every error is exactly
+// one readable line however the library or the runtime words it.
 std::string FailureLine(const std::string& subject, const std::string& where,
                         const std::string& message);
 
