@@ -157,7 +157,7 @@ void FillEveryField(google::protobuf::Message* record, int depth = 3) {
           add ? reflection->AddInt32(record, field, -7 - n) : reflection->SetInt32(record, field, -7);
           break;
         case FieldDescriptor::CPPTYPE_INT64:
-          add ? reflection->AddInt64(record, field, -1LL << 40) : reflection->SetInt64(record, field, -1LL << 40);
+          add ? reflection->AddInt64(record, field, -(1LL << 40)) : reflection->SetInt64(record, field, -(1LL << 40));
           break;
         case FieldDescriptor::CPPTYPE_UINT32:
           add ? reflection->AddUInt32(record, field, 4000000000u + n) : reflection->SetUInt32(record, field, 4000000000u);
