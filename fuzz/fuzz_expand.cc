@@ -1,0 +1,80 @@
+// fuzz_expand: bytes decoded as a ConfigData, DeviceData or CalibrationData
+// (the first byte chooses) and shown as expanded JSON. Whenever that works,
+// collapsing the JSON (as a tree and as text) and encoding gives bytes that
+// decode to the same JSON, and exactly the input whenever the input was
+// canonical (parsing and encoding it reproduces it). The companion library's
+// decoder must accept exactly what the runtime accepts.
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <gcuschema/CalibrationData.pb.h>
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/doc/binary.h>
+#include <gcuschema/doc/error.h>
+#include <gcuschema/doc/json.h>
+#include <gcuschema/doc/records.h>
+
+namespace {
+
+using google::protobuf::Descriptor;
+using google::protobuf::Message;
+namespace doc = gcuschema::doc;
+
+[[noreturn]] void Fail(const Descriptor* type, const std::string& what) {
+  std::fprintf(stderr, "fuzz_expand: %s: %s\n", type->full_name().c_str(), what.c_str());
+  std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const Descriptor* const kTypes[] = {ConfigData::descriptor(), DeviceData::descriptor(),
+                                             CalibrationData::descriptor()};
+  static const doc::JsonCodec codec;
+  if (size == 0) return 0;
+  const Descriptor* type = kTypes[data[0] % 3];
+  const std::string input(reinterpret_cast<const char*>(data) + 1, size - 1);
+
+  std::unique_ptr<Message> by_runtime = doc::NewRecord(type);
+  const bool runtime_parses = by_runtime->ParseFromString(input);
+  std::unique_ptr<Message> record = doc::NewRecord(type);
+  try {
+    doc::ParseBinary(input, record.get());
+  } catch (const doc::Error& e) {
+    if (runtime_parses) Fail(type, std::string("ParseBinary rejects what the runtime parses: ") + e.what());
+    return 0;
+  }
+  if (!runtime_parses) Fail(type, "ParseBinary accepts what the runtime rejects");
+
+  doc::Json json;
+  try {
+    json = codec.ToJson(*record, /*expand=*/true);
+  } catch (const doc::Error&) {
+    return 0;  // not expandable; nothing more to hold it to
+  }
+
+  std::unique_ptr<Message> collapsed = doc::NewRecord(type);
+  std::unique_ptr<Message> from_text = doc::NewRecord(type);
+  try {
+    codec.FromJson(json, collapsed.get());
+    codec.FromJsonText(json.dump(), from_text.get());
+  } catch (const doc::Error& e) {
+    Fail(type, std::string("its own JSON does not collapse: ") + e.what());
+  }
+  const std::string encoded = collapsed->SerializeAsString();
+  if (from_text->SerializeAsString() != encoded) Fail(type, "JSON text and tree collapse differently");
+
+  std::unique_ptr<Message> reparsed = doc::NewRecord(type);
+  if (!reparsed->ParseFromString(encoded)) Fail(type, "the collapsed record's encoding does not parse");
+  if (codec.ToJson(*reparsed, true) != json) Fail(type, "the collapsed encoding decodes to other JSON");
+
+  const bool canonical = record->SerializeAsString() == input;
+  if (canonical && encoded != input) Fail(type, "a canonical input does not come back byte for byte");
+  return 0;
+}
