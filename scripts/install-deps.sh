@@ -9,6 +9,7 @@ packages=(
   protobuf-compiler libprotobuf-dev
   googletest libgtest-dev
   nlohmann-json3-dev libcli11-dev libfmt-dev
+  libbenchmark-dev hyperfine
 )
 
 missing=()
