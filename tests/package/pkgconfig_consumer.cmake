@@ -6,10 +6,22 @@ execute_process(COMMAND pkg-config --cflags --libs gcuschema
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "pkg-config does not know gcuschema:\n${err}")
 endif()
-if(NOT flags MATCHES "-I${STAGE}/include" OR NOT flags MATCHES "-lgcuschema")
+separate_arguments(flag_list UNIX_COMMAND "${flags}")
+# The .pc file locates the prefix from its own directory: its include
+# directory must be the staged one, however the path is spelled.
+set(include_ok FALSE)
+foreach(flag IN LISTS flag_list)
+  if(flag MATCHES "^-I(.*)")
+    file(REAL_PATH "${CMAKE_MATCH_1}" dir)
+    file(REAL_PATH "${STAGE}/include" staged)
+    if(dir STREQUAL staged)
+      set(include_ok TRUE)
+    endif()
+  endif()
+endforeach()
+if(NOT include_ok OR NOT flags MATCHES "-lgcuschema")
   message(FATAL_ERROR "unexpected flags from the staged gcuschema.pc: ${flags}")
 endif()
-separate_arguments(flag_list UNIX_COMMAND "${flags}")
 execute_process(COMMAND ${CXX} -std=c++17 "${SOURCE}" -o "${OUT}" ${flag_list}
                         "-Wl,-rpath,${STAGE}/lib"
                 RESULT_VARIABLE rc ERROR_VARIABLE err)
