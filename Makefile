@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps configure build run test clean test-tsan fuzz fuzz-seeds
+.PHONY: all deps configure build run test clean test-asan test-tsan fuzz fuzz-seeds
 
 all: build
 
@@ -30,12 +30,17 @@ clean:
 # Sanitizer and fuzz builds: clang, each in a build directory of its own, the
 # flags given on the command line so that the ordinary build stays untouched.
 SAN_CXX ?= clang++-14
+ASAN_DIR ?= build-asan
 TSAN_DIR ?= build-tsan
 FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 60
+ASAN_FLAGS := -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
 TSAN_FLAGS := -fsanitize=thread
 FUZZ_FLAGS := -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
 SAN_CMAKE = cmake -S . -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DCMAKE_CXX_COMPILER=$(SAN_CXX)
+
+$(ASAN_DIR)/build.ninja: | deps
+	$(SAN_CMAKE) -B $(ASAN_DIR) "-DCMAKE_CXX_FLAGS=$(ASAN_FLAGS)"
 
 $(TSAN_DIR)/build.ninja: | deps
 	$(SAN_CMAKE) -B $(TSAN_DIR) "-DCMAKE_CXX_FLAGS=$(TSAN_FLAGS)"
@@ -43,6 +48,16 @@ $(TSAN_DIR)/build.ninja: | deps
 $(FUZZ_DIR)/build.ninja: | deps
 	$(SAN_CMAKE) -B $(FUZZ_DIR) "-DCMAKE_CXX_FLAGS=$(FUZZ_FLAGS)" \
 	  -DGCUSCHEMA_BUILD_TESTS=OFF -DGCUSCHEMA_FUZZ=ON
+
+# Every test, instrumented, but the three that compile and link a plain host
+# program against the library: an instrumented library needs the sanitizer
+# runtime in the program that loads it.
+test-asan: $(ASAN_DIR)/build.ninja
+	cmake --build $(ASAN_DIR) -j $(JOBS)
+	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1:halt_on_error=1 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --output-on-failure -j $(JOBS) \
+	    -E '^(HostBuild\.OnlyIncludeAndLibraryFlags|Package\.FindPackageConsumer|Package\.PkgConfigConsumer)$$'
 
 # The concurrency tests, each in a fresh process, under ThreadSanitizer.
 test-tsan: $(TSAN_DIR)/build.ninja
