@@ -3,7 +3,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps configure build run test clean test-asan test-tsan fuzz fuzz-seeds
+.PHONY: all deps configure build run test bench package clean test-asan test-tsan fuzz fuzz-seeds
 
 all: build
 
@@ -18,11 +18,30 @@ configure: $(BUILD_DIR)/build.ninja
 build: configure
 	cmake --build $(BUILD_DIR) -j $(JOBS)
 
+TOOL = $(BUILD_DIR)/tools/gcuschema/gcuschema
+SAMPLE_DIR = $(BUILD_DIR)/sample
+
+# The main job: a sample configuration document, its summary, and the first
+# lines of its expanded JSON (settings shown as the records they hold).
 run: build
-	$(BUILD_DIR)/examples/host/gcuschema_host
+	@mkdir -p $(SAMPLE_DIR)
+	$(TOOL) sample --inputs 24 -o $(SAMPLE_DIR)/config.bin
+	$(TOOL) inspect --map-table Map3D $(SAMPLE_DIR)/config.bin
+	$(TOOL) decode --map-table Map3D -o $(SAMPLE_DIR)/config.json $(SAMPLE_DIR)/config.bin
+	@echo "--- first lines of $(SAMPLE_DIR)/config.json"
+	@head -n 40 $(SAMPLE_DIR)/config.json
 
 test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+
+# Benchmarks: results (JSON) and the summary table go to bench/results/.
+bench: configure
+	cmake --build $(BUILD_DIR) -j $(JOBS) --target gcuschema_bench gcuschema_load_probe gcuschema_tool
+	bench/run.sh $(BUILD_DIR)
+
+# The Debian package, in $(BUILD_DIR)/packages/.
+package: build
+	cd $(BUILD_DIR) && cpack -G DEB -B packages
 
 clean:
 	rm -rf $(BUILD_DIR)
