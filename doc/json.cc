@@ -667,6 +667,8 @@ void JsonCodec::FromJsonText(std::string_view text, pb::Message* record) const {
     if (colon != std::string::npos) message = message.substr(colon + 2);
     throw Error("line " + std::to_string(line) + ", column " + std::to_string(offset - line_start + 1),
                 message + "; fix the JSON text there");
+  } catch (const Tree::out_of_range& e) {  // a number beyond double's range, "1e309"
+    throw Error("", std::string(e.what()) + "; fix the JSON text");
   }
   CheckDepth(value);
   Collapse(std::move(value), record);
