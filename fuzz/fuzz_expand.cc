@@ -2,15 +2,22 @@
 // (the first byte chooses) and shown as expanded JSON. Whenever that works,
 // collapsing the JSON (as a tree and as text) and encoding gives bytes that
 // decode to the same JSON, and exactly the input whenever the input was
-// canonical (parsing and encoding it reproduces it). The companion library's
+// canonical (parsing and encoding it reproduces it) and every float and
+// double of the document can be spelled in JSON. The companion library's
 // decoder must accept exactly what the runtime accepts.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cmath>
 #include <cstdlib>
+#include <cstring>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include <google/protobuf/stubs/logging.h>
 
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/Config.pb.h>
@@ -26,12 +33,54 @@ using google::protobuf::Descriptor;
 using google::protobuf::Message;
 namespace doc = gcuschema::doc;
 
+// The JSON mapping spells every NaN "NaN", which reads back as the plain
+// quiet NaN: a NaN with its sign bit or another payload cannot come back bit
+// for bit. (Inside a config the codec keeps such settings as base64; only
+// the document's own fields are concerned, so config bytes are not entered.)
+template <class T>
+bool IsOtherNan(T value) {
+  const T plain = std::numeric_limits<T>::quiet_NaN();
+  return std::isnan(value) && std::memcmp(&value, &plain, sizeof value) != 0;
+}
+
+bool HoldsUnspellableNan(const Message& record) {
+  const google::protobuf::Reflection* r = record.GetReflection();
+  std::vector<const google::protobuf::FieldDescriptor*> fields;
+  r->ListFields(record, &fields);
+  for (const google::protobuf::FieldDescriptor* f : fields) {
+    const int n = f->is_repeated() ? r->FieldSize(record, f) : 1;
+    for (int i = 0; i < n; ++i) {
+      switch (f->cpp_type()) {
+        case google::protobuf::FieldDescriptor::CPPTYPE_FLOAT:
+          if (IsOtherNan(f->is_repeated() ? r->GetRepeatedFloat(record, f, i) : r->GetFloat(record, f))) return true;
+          break;
+        case google::protobuf::FieldDescriptor::CPPTYPE_DOUBLE:
+          if (IsOtherNan(f->is_repeated() ? r->GetRepeatedDouble(record, f, i) : r->GetDouble(record, f))) return true;
+          break;
+        case google::protobuf::FieldDescriptor::CPPTYPE_MESSAGE:
+          if (HoldsUnspellableNan(f->is_repeated() ? r->GetRepeatedMessage(record, f, i) : r->GetMessage(record, f))) return true;
+          break;
+        default:
+          break;
+      }
+    }
+  }
+  return false;
+}
+
 [[noreturn]] void Fail(const Descriptor* type, const std::string& what) {
   std::fprintf(stderr, "fuzz_expand: %s: %s\n", type->full_name().c_str(), what.c_str());
   std::abort();
 }
 
 }  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  // The runtime logs every invalid UTF-8 string it refuses; that is expected
+  // here and only slows the run down.
+  google::protobuf::SetLogHandler(nullptr);
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const Descriptor* const kTypes[] = {ConfigData::descriptor(), DeviceData::descriptor(),
@@ -75,6 +124,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (codec.ToJson(*reparsed, true) != json) Fail(type, "the collapsed encoding decodes to other JSON");
 
   const bool canonical = record->SerializeAsString() == input;
-  if (canonical && encoded != input) Fail(type, "a canonical input does not come back byte for byte");
+  if (canonical && !HoldsUnspellableNan(*record) && encoded != input) {
+    Fail(type, "a canonical input does not come back byte for byte");
+  }
   return 0;
 }
