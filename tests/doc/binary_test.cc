@@ -5,6 +5,8 @@
 #include <fstream>
 #include <string>
 
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <gcuschema/AdcConfiguration.pb.h>
@@ -153,7 +155,9 @@ TEST(ParseBinaryTest, PackedListCutInsideItsBlock) {
 
 // What protoc prints for `bytes` decoded as `record` from `schema_file`.
 std::string ProtocDecode(const std::string& record, const std::string& schema_file, const std::string& bytes) {
-  const std::string input = ::testing::TempDir() + "gcuschema_decode_input.bin";
+  // ctest runs tests as parallel processes: one input file per process.
+  const std::string input =
+      ::testing::TempDir() + "gcuschema_decode_input." + std::to_string(getpid()) + ".bin";
   {
     std::ofstream out(input, std::ios::binary);
     out << bytes;
