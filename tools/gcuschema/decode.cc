@@ -19,6 +19,7 @@ struct DecodeArguments {
   PairingOptions pairing;
   std::string format = "json";
   bool no_expand = false;
+  int threads = 0;
   std::string output;
   std::string input;
 };
@@ -28,11 +29,16 @@ int RunDecode(const DecodeArguments& args) {
   doc::JsonCodec codec(args.pairing.Resolve());
   RefuseOverwritingInputs(args.output, {args.input});
 
-  std::unique_ptr<google::protobuf::Message> record = LoadEncoded(args.input, type);
-  std::string text;
+  const Input input = ReadInput(args.input);
+  const std::unique_ptr<Document> document = ParseDocument(input, type, args.threads);
   if (args.format == "text") {
-    text = doc::ToText(*record);
-  } else {
+    const doc::TextPieces text = doc::PrintText(document->record(), args.threads);
+    WriteOutput(args.output, text.pieces());
+    return 0;
+  }
+  const google::protobuf::Message* record = document->record();
+  std::string text;
+  {
     text = codec.ToJsonText(*record, !args.no_expand);
     if (text.empty() || text.back() != '\n') text += '\n';
   }
@@ -55,6 +61,7 @@ Command AddDecodeCommand(CLI::App* app) {
   command->add_flag("--no-expand", args->no_expand,
                     "Keep every config as base64 bytes instead of the record it holds");
   args->pairing.AddTo(command);
+  AddThreadsOption(command, &args->threads);
   AddOutputOption(command, &args->output);
   command->add_option("IN", args->input, "Encoded document (standard input if absent or -)");
   return {command, [args] { return RunDecode(*args); }};

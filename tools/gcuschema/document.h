@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include <CLI/CLI.hpp>
+#include <google/protobuf/arena.h>
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
@@ -19,6 +21,28 @@ std::unique_ptr<google::protobuf::Message> ParseEncoded(const Input& input,
 // Reads and parses in one step (file, or standard input for "" or "-").
 std::unique_ptr<google::protobuf::Message> LoadEncoded(const std::string& path,
                                                        const google::protobuf::Descriptor* type);
+
+// A large record, kept with everything it holds on an arena: made in big
+// blocks rather than object by object, and freed all at once.
+class Document {
+ public:
+  explicit Document(const google::protobuf::Descriptor* type);
+  Document(const Document&) = delete;
+  Document& operator=(const Document&) = delete;
+
+  google::protobuf::Message* record() const { return record_; }
+
+ private:
+  std::unique_ptr<google::protobuf::Arena> arena_;
+  google::protobuf::Message* record_;
+};
+
+// ParseEncoded into a Document, on up to `threads` threads (0: one per core).
+std::unique_ptr<Document> ParseDocument(const Input& input, const google::protobuf::Descriptor* type,
+                                        int threads);
+
+// -j/--threads N: how many threads large documents are worked on with.
+void AddThreadsOption(CLI::App* command, int* threads);
 
 // The record's wire encoding, fields in ascending number as the runtime
 // writes them.

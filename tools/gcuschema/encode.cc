@@ -20,6 +20,7 @@ struct EncodeArguments {
   TypeOption type;
   PairingOptions pairing;
   std::string format = "json";
+  int threads = 0;
   std::string output;
   std::string input;
 };
@@ -30,18 +31,18 @@ int RunEncode(const EncodeArguments& args) {
   doc::JsonCodec codec(args.pairing.Resolve());
   RefuseOverwritingInputs(args.output, {args.input});
 
-  Input input = ReadInput(args.input);
-  std::unique_ptr<google::protobuf::Message> record = doc::NewRecord(type);
+  const Input input = ReadInput(args.input);
+  const Document document(type);
   try {
     if (args.format == "text") {
-      doc::FromText(input.bytes, record.get());
+      doc::FromText(input.bytes(), document.record(), args.threads);
     } else {
-      codec.FromJsonText(input.bytes, record.get());
+      codec.FromJsonText(input.bytes(), document.record());
     }
   } catch (const doc::Error& e) {
     throw Failure(input.name, e.where(), e.message());
   }
-  WriteOutput(args.output, Encode(*record));
+  WriteOutput(args.output, Encode(*document.record()));
   return 0;
 }
 
@@ -58,6 +59,7 @@ Command AddEncodeCommand(CLI::App* app) {
       ->check(CLI::IsMember({"json", "text"}))
       ->capture_default_str();
   args->pairing.AddTo(command);
+  AddThreadsOption(command, &args->threads);
   AddOutputOption(command, &args->output);
   command->add_option("IN", args->input, "JSON or text document (standard input if absent or -)");
   return {command, [args] { return RunEncode(*args); }};

@@ -3,9 +3,12 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +21,9 @@ namespace gcuschema::tool {
 namespace {
 
 constexpr std::size_t kReadChunk = 64 * 1024;
+// Regular files from this size on are mapped: reading them would copy
+// every byte once more, into memory that must first be faulted in.
+constexpr std::size_t kMapFrom = 1024 * 1024;
 
 std::string ErrnoText(int error) { return std::strerror(error); }
 
@@ -43,14 +49,46 @@ void ReadAll(int fd, std::size_t size_hint, const std::string& name, std::string
   out->resize(used);
 }
 
-void WriteAll(int fd, std::string_view data, const std::string& name) {
-  while (!data.empty()) {
-    ssize_t n = ::write(fd, data.data(), data.size());
+// Maps what is left to read of a large regular file (from the descriptor's
+// offset on) into `input`; false when it is small or cannot be mapped (some
+// file systems), to be read instead.
+bool MapRest(int fd, const struct stat& st, Input* input) {
+  const off_t offset = ::lseek(fd, 0, SEEK_CUR);
+  if (offset < 0 || offset > st.st_size) return false;
+  const auto size = static_cast<std::size_t>(st.st_size);
+  if (size - static_cast<std::size_t>(offset) < kMapFrom) return false;
+  // Populated up front: the whole file is read, in order, at once.
+  void* start = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+  if (start == MAP_FAILED) return false;
+  input->mapping = std::make_unique<Mapping>(start, size, static_cast<std::size_t>(offset));
+  return true;
+}
+
+// Pieces in as few system calls as the kernel allows (IOV_MAX per call).
+void WriteAll(int fd, std::vector<std::string_view> pieces, const std::string& name) {
+  pieces.erase(std::remove_if(pieces.begin(), pieces.end(), [](std::string_view p) { return p.empty(); }),
+               pieces.end());
+  std::size_t first = 0;
+  std::vector<iovec> vectors;
+  while (first < pieces.size()) {
+    const std::size_t count = std::min<std::size_t>(pieces.size() - first, IOV_MAX);
+    vectors.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+      vectors[i].iov_base = const_cast<char*>(pieces[first + i].data());
+      vectors[i].iov_len = pieces[first + i].size();
+    }
+    ssize_t n = ::writev(fd, vectors.data(), static_cast<int>(count));
     if (n < 0) {
       if (errno == EINTR) continue;
       throw Failure(name, "", fmt::format("cannot write: {}", ErrnoText(errno)));
     }
-    data.remove_prefix(static_cast<std::size_t>(n));
+    // Skip what was written; a piece written in part is continued.
+    auto written = static_cast<std::size_t>(n);
+    while (written > 0 && written >= pieces[first].size()) {
+      written -= pieces[first].size();
+      ++first;
+    }
+    if (written > 0) pieces[first].remove_prefix(written);
   }
 }
 
@@ -86,7 +124,7 @@ mode_t OutputMode(const std::string& path) {
   return 0666 & ~mask;
 }
 
-void WriteToSpecialFile(const std::string& path, std::string_view data) {
+void WriteToSpecialFile(const std::string& path, const std::vector<std::string_view>& data) {
   int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
   if (fd < 0) throw Failure(path, "", fmt::format("cannot open: {}", ErrnoText(errno)));
   try {
@@ -100,7 +138,8 @@ void WriteToSpecialFile(const std::string& path, std::string_view data) {
 
 // `path` is where the bytes go, `name` what the user called it (they differ
 // through a symbolic link).
-void WriteFileAtomically(const std::string& path, std::string_view data, const std::string& name) {
+void WriteFileAtomically(const std::string& path, const std::vector<std::string_view>& data,
+                         const std::string& name) {
   std::string::size_type slash = path.rfind('/');
   std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
   std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
@@ -148,10 +187,10 @@ Input ReadInput(const std::string& path) {
   input.name = DisplayName(path, "<stdin>");
   if (IsStandardStream(path)) {
     struct stat st {};
-    std::size_t hint = ::fstat(STDIN_FILENO, &st) == 0 && S_ISREG(st.st_mode)
-                           ? static_cast<std::size_t>(st.st_size)
-                           : kReadChunk;
-    ReadAll(STDIN_FILENO, hint, input.name, &input.bytes);
+    const bool regular = ::fstat(STDIN_FILENO, &st) == 0 && S_ISREG(st.st_mode);
+    if (regular && MapRest(STDIN_FILENO, st, &input)) return input;
+    ReadAll(STDIN_FILENO, regular ? static_cast<std::size_t>(st.st_size) : kReadChunk, input.name,
+            &input.storage);
     return input;
   }
   int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -164,9 +203,13 @@ Input ReadInput(const std::string& path) {
     ::close(fd);
     throw Failure(input.name, "", fmt::format("cannot read: {}", ErrnoText(error)));
   }
+  if (S_ISREG(st.st_mode) && MapRest(fd, st, &input)) {
+    ::close(fd);
+    return input;
+  }
   try {
     ReadAll(fd, S_ISREG(st.st_mode) ? static_cast<std::size_t>(st.st_size) : kReadChunk,
-            input.name, &input.bytes);
+            input.name, &input.storage);
   } catch (...) {
     ::close(fd);
     throw;
@@ -199,7 +242,13 @@ void RefuseOverwritingInputs(const std::string& output_path,
   }
 }
 
+Mapping::~Mapping() { ::munmap(start_, size_); }
+
 void WriteOutput(const std::string& path, std::string_view data) {
+  WriteOutput(path, std::vector<std::string_view>{data});
+}
+
+void WriteOutput(const std::string& path, const std::vector<std::string_view>& data) {
   if (IsStandardStream(path)) {
     WriteAll(STDOUT_FILENO, data, "<stdout>");
     return;

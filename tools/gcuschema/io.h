@@ -1,17 +1,39 @@
 #ifndef GCUSCHEMA_TOOL_IO_H
 #define GCUSCHEMA_TOOL_IO_H
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace gcuschema::tool {
 
-// A whole input in memory, with the name errors give it.
+// A file mapped into memory, unmapped when destroyed; its content is what
+// follows `offset`.
+class Mapping {
+ public:
+  Mapping(void* start, std::size_t size, std::size_t offset) : start_(start), size_(size), offset_(offset) {}
+  ~Mapping();
+  Mapping(const Mapping&) = delete;
+  Mapping& operator=(const Mapping&) = delete;
+  std::string_view view() const { return {static_cast<const char*>(start_) + offset_, size_ - offset_}; }
+
+ private:
+  void* start_;
+  std::size_t size_;
+  std::size_t offset_;
+};
+
+// A whole input in memory, with the name errors give it. A large regular
+// file is mapped rather than copied.
 struct Input {
   std::string path;  // as given; empty for standard input
   std::string name;  // the path, or "<stdin>"
-  std::string bytes;
+  std::string storage;               // what was read, when not mapped
+  std::unique_ptr<Mapping> mapping;  // the file, when mapped
+
+  std::string_view bytes() const { return mapping ? mapping->view() : std::string_view(storage); }
 };
 
 // True when `path` means standard input or standard output ("" or "-").
@@ -37,6 +59,9 @@ void RefuseOverwritingInputs(const std::string& output_path,
 // device or a pipe (-o /dev/null) is written to directly. Throws Failure
 // naming the file.
 void WriteOutput(const std::string& path, std::string_view data);
+// The same for data in pieces, written one after the other with gathered
+// writes (nothing is copied together first).
+void WriteOutput(const std::string& path, const std::vector<std::string_view>& pieces);
 
 }  // namespace gcuschema::tool
 

@@ -1,8 +1,11 @@
 #ifndef GCUSCHEMA_DOC_BINARY_H
 #define GCUSCHEMA_DOC_BINARY_H
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <google/protobuf/message.h>
 
@@ -21,6 +24,61 @@ GCUSCHEMA_DOC_API void ParseBinary(std::string_view bytes, google::protobuf::Mes
 GCUSCHEMA_DOC_API std::string ToText(const google::protobuf::Message& record);
 // Parses text format; Error carries line and column.
 GCUSCHEMA_DOC_API void FromText(std::string_view text, google::protobuf::Message* record);
+
+// Large documents can be worked on by several threads: `threads` is how
+// many at most (0: one per core; 1: the calling thread only). The results
+// never depend on it.
+
+// A large output made without copying it together: the text is the pieces
+// one after the other, each piece within blocks of memory owned here (so a
+// writer can hand them to the system in one gathered write).
+class GCUSCHEMA_DOC_API TextPieces {
+ public:
+  TextPieces();
+  ~TextPieces();
+  TextPieces(TextPieces&& other) noexcept;
+  TextPieces& operator=(TextPieces&& other) noexcept;
+  TextPieces(const TextPieces&) = delete;
+  TextPieces& operator=(const TextPieces&) = delete;
+
+  const std::vector<std::string_view>& pieces() const { return pieces_; }
+  std::size_t size() const { return size_; }
+  std::string ToString() const;
+
+  // Appends a copy of `text`.
+  void Append(std::string_view text);
+  // Appends `other`'s pieces, taking its blocks over (nothing is copied).
+  void Append(TextPieces&& other);
+
+  // For writers filling memory in place: room at the end, `*size` bytes
+  // (at least `at_least`) counted as written; Unwrite(n) takes back the
+  // last n of them.
+  char* Grab(std::size_t at_least, std::size_t* size);
+  void Unwrite(std::size_t count);
+
+ private:
+  void Extend(const char* start, std::size_t length);
+
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  std::vector<std::string_view> pieces_;
+  std::size_t size_ = 0;
+  std::size_t next_block_size_;
+  char* room_ = nullptr;  // unused end of the last block
+  std::size_t room_size_ = 0;
+};
+
+// ToText on up to `threads` threads, giving exactly ToText(*record). The
+// record's top-level fields (and slices of its large lists) are lent to
+// the threads, each printing its share, and given back before the call
+// returns: the record must not be used by anyone else meanwhile, and its
+// elements stay the same objects.
+GCUSCHEMA_DOC_API TextPieces PrintText(google::protobuf::Message* record, int threads = 0);
+
+// FromText on up to `threads` threads: the same record, or the same Error.
+GCUSCHEMA_DOC_API void FromText(std::string_view text, google::protobuf::Message* record, int threads);
+
+// ParseBinary on up to `threads` threads: the same record, or the same Error.
+GCUSCHEMA_DOC_API void ParseBinary(std::string_view bytes, google::protobuf::Message* record, int threads);
 
 }  // namespace gcuschema::doc
 
