@@ -1,9 +1,12 @@
 #include <gcuschema/doc/json.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -13,6 +16,7 @@
 #include <vector>
 
 #include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/stubs/common.h>
 #include <google/protobuf/stubs/strutil.h>
 #include <google/protobuf/unknown_field_set.h>
 #include <google/protobuf/util/json_util.h>
@@ -23,6 +27,8 @@
 #include <gcuschema/DeviceData.pb.h>
 #include <gcuschema/doc/error.h>
 #include <gcuschema/doc/records.h>
+
+#include "parallel.h"
 
 namespace gcuschema::doc {
 namespace {
@@ -136,6 +142,43 @@ bool IsPlainNan(float value) {
 bool IsPlainNan(double value) {
   const double plain = std::numeric_limits<double>::quiet_NaN();
   return std::memcmp(&value, &plain, sizeof value) == 0;
+}
+
+// Whether a record holds only values the JSON mapping can spell: any NaN
+// but the plain one would read back as different bits.
+bool Spellable(const pb::Message& record, InfoCache* infos) {
+  const pb::Descriptor* type = record.GetDescriptor();
+  if (!infos->Get(type).has_floats) return true;
+  const pb::Reflection* reflection = record.GetReflection();
+  std::vector<const FieldDescriptor*> fields;
+  reflection->ListFields(record, &fields);
+  for (const FieldDescriptor* field : fields) {
+    const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 1;
+    for (int j = 0; j < count; ++j) {
+      switch (field->cpp_type()) {
+        case FieldDescriptor::CPPTYPE_FLOAT: {
+          const float v = field->is_repeated() ? reflection->GetRepeatedFloat(record, field, j)
+                                               : reflection->GetFloat(record, field);
+          if (std::isnan(v) && !IsPlainNan(v)) return false;
+          break;
+        }
+        case FieldDescriptor::CPPTYPE_DOUBLE: {
+          const double v = field->is_repeated() ? reflection->GetRepeatedDouble(record, field, j)
+                                                : reflection->GetDouble(record, field);
+          if (std::isnan(v) && !IsPlainNan(v)) return false;
+          break;
+        }
+        case FieldDescriptor::CPPTYPE_MESSAGE: {
+          const pb::Message& sub = field->is_repeated() ? reflection->GetRepeatedMessage(record, field, j)
+                                                       : reflection->GetMessage(record, field);
+          if (!Spellable(sub, infos)) return false;
+          break;
+        }
+        default: break;
+      }
+    }
+  }
+  return true;
 }
 
 // Re-encodes a JSON-mapped error of libprotobuf ("(inputs[1].type): invalid
@@ -389,44 +432,252 @@ class Expander {
     return expanded;
   }
 
-  bool Spellable(const pb::Message& record) {
-    const pb::Descriptor* type = record.GetDescriptor();
-    if (!infos_.Get(type).has_floats) return true;
-    const pb::Reflection* reflection = record.GetReflection();
-    std::vector<const FieldDescriptor*> fields;
-    reflection->ListFields(record, &fields);
-    for (const FieldDescriptor* field : fields) {
-      const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 1;
-      for (int j = 0; j < count; ++j) {
-        switch (field->cpp_type()) {
-          case FieldDescriptor::CPPTYPE_FLOAT: {
-            const float v = field->is_repeated() ? reflection->GetRepeatedFloat(record, field, j)
-                                                 : reflection->GetFloat(record, field);
-            if (std::isnan(v) && !IsPlainNan(v)) return false;
-            break;
-          }
-          case FieldDescriptor::CPPTYPE_DOUBLE: {
-            const double v = field->is_repeated() ? reflection->GetRepeatedDouble(record, field, j)
-                                                  : reflection->GetDouble(record, field);
-            if (std::isnan(v) && !IsPlainNan(v)) return false;
-            break;
-          }
-          case FieldDescriptor::CPPTYPE_MESSAGE: {
-            const pb::Message& sub = field->is_repeated() ? reflection->GetRepeatedMessage(record, field, j)
-                                                         : reflection->GetMessage(record, field);
-            if (!Spellable(sub)) return false;
-            break;
-          }
-          default: break;
-        }
-      }
-    }
-    return true;
-  }
+  bool Spellable(const pb::Message& record) { return doc::Spellable(record, &infos_); }
 
   const PairingCatalogue& pairing_;
   const bool expand_;
   InfoCache infos_;
+  RecordPool pool_;
+  std::string scratch_;
+};
+
+
+// ---------------------------------------------------------------- the walk
+
+// Raised where the walk meets what it leaves to the runtime's printer (a
+// record it does not cover, text that is not UTF-8): the whole document
+// is then printed the reference way.
+struct NotWalkable {};
+
+// Whether the walk covers a record type: generated records of the library
+// without maps or well-known types (their JSON has mappings of its own).
+class WalkableTypes {
+ public:
+  bool Get(const pb::Descriptor* type) {
+    auto found = known_.find(type);
+    if (found != known_.end()) return found->second;
+    known_[type] = true;  // a type reached again through itself ends the descent
+    bool walkable = type->file()->pool() == pb::DescriptorPool::generated_pool() &&
+                    type->full_name().rfind("google.protobuf.", 0) != 0 && type->extension_range_count() == 0;
+    for (int i = 0; walkable && i < type->field_count(); ++i) {
+      const FieldDescriptor* field = type->field(i);
+      if (field->is_map() || field->is_extension()) walkable = false;
+      if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE && !Get(field->message_type())) walkable = false;
+    }
+    known_[type] = walkable;
+    return walkable;
+  }
+
+ private:
+  std::unordered_map<const pb::Descriptor*, bool> known_;
+};
+
+bool IsGenerated(const pb::Message& record) {
+  const pb::Message* prototype = pb::MessageFactory::generated_factory()->GetPrototype(record.GetDescriptor());
+  return prototype != nullptr && prototype->GetReflection() == record.GetReflection();
+}
+
+// A number as the reading tree holds what the runtime printed: negative
+// integers signed, others unsigned (the JSON reader's own choice).
+Json Integer(std::int64_t value) {
+  return value < 0 ? Json(value) : Json(static_cast<std::uint64_t>(value));
+}
+
+// A float or double as the runtime prints it (shortest text that reads
+// back, "NaN" and the infinities as strings) and the JSON reader then takes
+// that text: an integer when it has no point nor exponent, else a double;
+// a negative zero is kept as one.
+Json FloatingJson(double value, bool single) {
+  if (std::isnan(value)) return "NaN";
+  if (std::isinf(value)) return value > 0 ? "Infinity" : "-Infinity";
+  if (IsNegativeZero(value)) return -0.0;
+  // Whole numbers of up to six digits print as themselves, in either width.
+  if (std::fabs(value) < 1e6 && value == std::trunc(value)) return Integer(static_cast<std::int64_t>(value));
+  const std::string text = single ? pb::SimpleFtoa(static_cast<float>(value)) : pb::SimpleDtoa(value);
+  if (text.find_first_of(".eE") == std::string::npos) {
+    errno = 0;
+    char* end = nullptr;
+    if (text[0] == '-') {
+      const long long integer = std::strtoll(text.c_str(), &end, 10);
+      if (errno == 0 && *end == '\0') return Json(static_cast<std::int64_t>(integer));
+    } else {
+      const unsigned long long integer = std::strtoull(text.c_str(), &end, 10);
+      if (errno == 0 && *end == '\0') return Json(static_cast<std::uint64_t>(integer));
+    }
+  }
+  return Json(std::strtod(text.c_str(), nullptr));
+}
+
+// Builds the JSON of records by walking them: what Expander gives from the
+// runtime's printed JSON, made directly. The protobuf JSON mapping as the
+// runtime prints it: fields that would be encoded (lists with elements,
+// fields with presence when set, others when not zero or empty; a float or
+// double zero of either sign is zero), 64-bit integers as strings, bytes
+// in base64, enumerations by name or else by number.
+class Walker {
+ public:
+  Walker(const PairingCatalogue& pairing, bool expand) : pairing_(pairing), expand_(expand) {}
+
+  // The record with the fields in `deferred` present as null, to be filled
+  // by the caller.
+  Json Record(const pb::Message& record, const std::vector<const FieldDescriptor*>* deferred = nullptr) {
+    if (!walkable_.Get(record.GetDescriptor()) || !IsGenerated(record)) throw NotWalkable{};
+    return Convert(record, nullptr, 0, deferred);
+  }
+
+  // An element of a list of the record given to Record.
+  Json Element(const pb::Message& element) { return Convert(element, nullptr, 0, nullptr); }
+
+ private:
+  Json Convert(const pb::Message& record, const char* type_name, int depth,
+               const std::vector<const FieldDescriptor*>* deferred) {
+    const pb::Descriptor* type = record.GetDescriptor();
+    const pb::Reflection* reflection = record.GetReflection();
+    const RecordInfo& info = infos_.Get(type);
+    Json out = Json::object();
+    Json::object_t& object = Members(out);
+    object.reserve(type->field_count() + 2);
+    if (type_name != nullptr) object.emplace_back(kTypeKey, type_name);
+    for (int i = 0; i < type->field_count(); ++i) {
+      const FieldDescriptor* field = type->field(i);
+      if (deferred != nullptr && std::find(deferred->begin(), deferred->end(), field) != deferred->end()) {
+        if (reflection->FieldSize(record, field) > 0) object.emplace_back(field->name(), nullptr);
+        continue;
+      }
+      if (expand_ && field == info.config) {
+        if (const pb::Descriptor* settings = Settings(record, info)) {
+          std::string scratch;
+          const std::string& bytes = reflection->GetStringReference(record, field, &scratch);
+          if (depth < kMaxConfigDepth) {
+            if (std::optional<Json> expanded = Expand(settings, bytes, depth + 1)) {
+              object.emplace_back(field->name(), std::move(*expanded));
+              continue;
+            }
+          }
+          // Kept as bytes; an empty one still shows, as the empty string.
+          object.emplace_back(field->name(), Base64(bytes));
+          continue;
+        }
+      }
+      if (field->is_repeated()) {
+        const int count = reflection->FieldSize(record, field);
+        if (count == 0) continue;
+        Json list = Json::array();
+        Json::array_t& elements = list.get_ref<Json::array_t&>();
+        elements.reserve(count);
+        for (int j = 0; j < count; ++j) elements.push_back(Value(record, reflection, field, j, depth));
+        object.emplace_back(field->name(), std::move(list));
+      } else if (Present(record, reflection, field)) {
+        object.emplace_back(field->name(), Value(record, reflection, field, -1, depth));
+      }
+    }
+    const pb::UnknownFieldSet& unknown = reflection->GetUnknownFields(record);
+    if (!unknown.empty()) {
+      std::string bytes;
+      unknown.SerializeToString(&bytes);
+      object.emplace_back(kUnknownKey, Base64(bytes));
+    }
+    return out;
+  }
+
+  // Whether a singular field is encoded, and so printed.
+  static bool Present(const pb::Message& record, const pb::Reflection* reflection, const FieldDescriptor* field) {
+    if (field->has_presence()) return reflection->HasField(record, field);
+    switch (field->cpp_type()) {
+      case FieldDescriptor::CPPTYPE_INT32: return reflection->GetInt32(record, field) != 0;
+      case FieldDescriptor::CPPTYPE_INT64: return reflection->GetInt64(record, field) != 0;
+      case FieldDescriptor::CPPTYPE_UINT32: return reflection->GetUInt32(record, field) != 0;
+      case FieldDescriptor::CPPTYPE_UINT64: return reflection->GetUInt64(record, field) != 0;
+      // The generated encoders compare with zero: a negative zero is not
+      // written, a NaN is.
+      case FieldDescriptor::CPPTYPE_FLOAT: return reflection->GetFloat(record, field) != 0;
+      case FieldDescriptor::CPPTYPE_DOUBLE: return reflection->GetDouble(record, field) != 0;
+      case FieldDescriptor::CPPTYPE_BOOL: return reflection->GetBool(record, field);
+      case FieldDescriptor::CPPTYPE_ENUM: return reflection->GetEnumValue(record, field) != 0;
+      case FieldDescriptor::CPPTYPE_STRING: {
+        std::string scratch;
+        return !reflection->GetStringReference(record, field, &scratch).empty();
+      }
+      case FieldDescriptor::CPPTYPE_MESSAGE: return reflection->HasField(record, field);
+    }
+    return false;
+  }
+
+  // The value of a singular field (index -1) or of a list's element.
+  Json Value(const pb::Message& record, const pb::Reflection* reflection, const FieldDescriptor* field, int index,
+             int depth) {
+    const bool one = index < 0;
+    switch (field->cpp_type()) {
+      case FieldDescriptor::CPPTYPE_INT32:
+        return Integer(one ? reflection->GetInt32(record, field) : reflection->GetRepeatedInt32(record, field, index));
+      case FieldDescriptor::CPPTYPE_UINT32:
+        return Json(static_cast<std::uint64_t>(one ? reflection->GetUInt32(record, field)
+                                                   : reflection->GetRepeatedUInt32(record, field, index)));
+      case FieldDescriptor::CPPTYPE_INT64:
+        return std::to_string(one ? reflection->GetInt64(record, field)
+                                  : reflection->GetRepeatedInt64(record, field, index));
+      case FieldDescriptor::CPPTYPE_UINT64:
+        return std::to_string(one ? reflection->GetUInt64(record, field)
+                                  : reflection->GetRepeatedUInt64(record, field, index));
+      case FieldDescriptor::CPPTYPE_FLOAT:
+        return FloatingJson(one ? reflection->GetFloat(record, field) : reflection->GetRepeatedFloat(record, field, index),
+                            true);
+      case FieldDescriptor::CPPTYPE_DOUBLE:
+        return FloatingJson(
+            one ? reflection->GetDouble(record, field) : reflection->GetRepeatedDouble(record, field, index), false);
+      case FieldDescriptor::CPPTYPE_BOOL:
+        return one ? reflection->GetBool(record, field) : reflection->GetRepeatedBool(record, field, index);
+      case FieldDescriptor::CPPTYPE_ENUM: {
+        const int number =
+            one ? reflection->GetEnumValue(record, field) : reflection->GetRepeatedEnumValue(record, field, index);
+        if (const pb::EnumValueDescriptor* value = field->enum_type()->FindValueByNumber(number)) return value->name();
+        return Integer(number);
+      }
+      case FieldDescriptor::CPPTYPE_STRING: {
+        std::string scratch;
+        const std::string& text = one ? reflection->GetStringReference(record, field, &scratch)
+                                      : reflection->GetRepeatedStringReference(record, field, index, &scratch);
+        if (field->type() == FieldDescriptor::TYPE_BYTES) return Base64(text);
+        if (!pb::internal::IsStructurallyValidUTF8(text.data(), static_cast<int>(text.size()))) throw NotWalkable{};
+        return text;
+      }
+      case FieldDescriptor::CPPTYPE_MESSAGE:
+        return Convert(one ? reflection->GetMessage(record, field) : reflection->GetRepeatedMessage(record, field, index),
+                       nullptr, depth, nullptr);
+    }
+    return nullptr;
+  }
+
+  const pb::Descriptor* Settings(const pb::Message& record, const RecordInfo& info) const {
+    return info.fixed ? info.fixed : pairing_.Find(info.kind, TypeCode(record, info.type_code));
+  }
+
+  // As Expander::Expand.
+  std::optional<Json> Expand(const pb::Descriptor* settings, const std::string& bytes, int depth) {
+    if (!walkable_.Get(settings)) throw NotWalkable{};
+    std::unique_ptr<pb::Message> record = pool_.Acquire(settings);
+    bool exact = record->ParsePartialFromString(bytes);
+    if (exact) {
+      scratch_.clear();
+      exact = record->SerializePartialToString(&scratch_) && scratch_ == bytes && Spellable(*record);
+    }
+    std::optional<Json> expanded;
+    try {
+      if (exact) expanded = Convert(*record, settings->full_name().c_str(), depth, nullptr);
+    } catch (...) {
+      pool_.Release(std::move(record));
+      throw;
+    }
+    pool_.Release(std::move(record));
+    return expanded;
+  }
+
+  bool Spellable(const pb::Message& record) { return doc::Spellable(record, &infos_); }
+
+  const PairingCatalogue& pairing_;
+  const bool expand_;
+  InfoCache infos_;
+  WalkableTypes walkable_;
   RecordPool pool_;
   std::string scratch_;
 };
@@ -594,13 +845,229 @@ bool IsEmpty(const pb::Message& record) {
 
 JsonCodec::JsonCodec(PairingCatalogue pairing) : pairing_(std::move(pairing)) {}
 
-Json JsonCodec::ToJson(const pb::Message& record, bool expand) const {
-  Expander expander(pairing_, expand);
+namespace {
+
+// Lists of records from this many elements on are made element by element
+// while writing (never held whole as JSON); from kThreadsFrom elements on,
+// by several threads.
+constexpr int kStreamFrom = 16;
+constexpr int kThreadsFrom = 256;
+// Units of work per thread: enough to even out unequal elements.
+constexpr int kUnitsPerThread = 4;
+
+// The record's lists of records with at least `at_least` elements, in
+// declaration order, and their elements counted through them in turn.
+class LargeLists {
+ public:
+  LargeLists(const pb::Message& record, int at_least) : record_(record) {
+    const pb::Descriptor* type = record.GetDescriptor();
+    const pb::Reflection* reflection = record.GetReflection();
+    for (int i = 0; i < type->field_count(); ++i) {
+      const FieldDescriptor* field = type->field(i);
+      if (!field->is_repeated() || field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE) continue;
+      const int count = reflection->FieldSize(record, field);
+      if (count < at_least) continue;
+      fields_.push_back(field);
+      starts_.push_back(total_);
+      total_ += count;
+    }
+  }
+
+  const std::vector<const FieldDescriptor*>& fields() const { return fields_; }
+  int start(std::size_t list) const { return starts_[list]; }
+  int total() const { return total_; }
+
+  // Element `g` counted through all the lists.
+  const pb::Message& at(int g) const {
+    const std::size_t list = std::upper_bound(starts_.begin(), starts_.end(), g) - starts_.begin() - 1;
+    return record_.GetReflection()->GetRepeatedMessage(record_, fields_[list], g - starts_[list]);
+  }
+
+ private:
+  const pb::Message& record_;
+  std::vector<const FieldDescriptor*> fields_;
+  std::vector<int> starts_;
+  int total_ = 0;
+};
+
+// [begin, end) of unit `u` when `total` elements are cut into `units`.
+std::pair<int, int> UnitRange(int total, int units, int u) {
+  const auto begin = static_cast<int>(static_cast<std::int64_t>(total) * u / units);
+  const auto end = static_cast<int>(static_cast<std::int64_t>(total) * (u + 1) / units);
+  return {begin, end};
+}
+
+int UnitCount(int total, int threads) {
+  return std::max(1, std::min(threads * kUnitsPerThread, total / kStreamFrom));
+}
+
+Json RuntimeJson(const PairingCatalogue& pairing, const pb::Message& record, bool expand) {
+  Expander expander(pairing, expand);
   return expander.Record(record);
 }
 
+// The walk, its large lists made by several threads (each element by one
+// of them, into its place).
+Json WalkedJson(const PairingCatalogue& pairing, const pb::Message& record, bool expand, int threads) {
+  const LargeLists lists(record, threads > 1 ? kThreadsFrom : std::numeric_limits<int>::max());
+  Json out = Walker(pairing, expand).Record(record, &lists.fields());
+  if (lists.total() == 0) return out;
+  std::vector<Json> elements(lists.total());
+  const int units = UnitCount(lists.total(), threads);
+  internal::ForEachIndex(units, threads, [&](int u) {
+    Walker walker(pairing, expand);
+    const auto [begin, end] = UnitRange(lists.total(), units, u);
+    for (int g = begin; g < end; ++g) elements[g] = walker.Element(lists.at(g));
+  });
+  for (std::size_t l = 0; l < lists.fields().size(); ++l) {
+    const int begin = lists.start(l);
+    const int end = l + 1 < lists.fields().size() ? lists.start(l + 1) : lists.total();
+    Json::array_t list(std::make_move_iterator(elements.begin() + begin),
+                       std::make_move_iterator(elements.begin() + end));
+    out[lists.fields()[l]->name()] = std::move(list);
+  }
+  return out;
+}
+
+// nlohmann's serializer writing into TextPieces in place.
+class PiecesAdapter : public nlohmann::detail::output_adapter_protocol<char> {
+ public:
+  explicit PiecesAdapter(TextPieces* out) : out_(out) {}
+  ~PiecesAdapter() override { Finish(); }
+
+  void write_character(char c) override {
+    if (at_ == end_) Refill();
+    *at_++ = c;
+  }
+  void write_characters(const char* s, std::size_t length) override {
+    while (length > 0) {
+      if (at_ == end_) Refill();
+      const std::size_t n = std::min<std::size_t>(length, end_ - at_);
+      std::memcpy(at_, s, n);
+      at_ += n;
+      s += n;
+      length -= n;
+    }
+  }
+  // Gives back the room not written; done before the pieces are read.
+  void Finish() {
+    out_->Unwrite(end_ - at_);
+    at_ = end_ = nullptr;
+  }
+
+ private:
+  void Refill() {
+    std::size_t size;
+    at_ = out_->Grab(1, &size);
+    end_ = at_ + size;
+  }
+
+  TextPieces* out_;
+  char* at_ = nullptr;
+  char* end_ = nullptr;
+};
+
+using Serializer = nlohmann::detail::serializer<Json>;
+
+// Dumps `value` as Json::dump(indent) does, as a value nested `level`
+// levels deep in a document dumped so.
+void Dump(Serializer* serializer, const Json& value, int indent, unsigned level) {
+  if (indent >= 0) {
+    serializer->dump(value, true, false, static_cast<unsigned>(indent), static_cast<unsigned>(indent) * level);
+  } else {
+    serializer->dump(value, false, false, 0);
+  }
+}
+
+void DumpInto(TextPieces* out, const Json& value, int indent) {
+  auto adapter = std::make_shared<PiecesAdapter>(out);
+  Serializer serializer(adapter, ' ', nlohmann::detail::error_handler_t::strict);
+  Dump(&serializer, value, indent, 0);
+  adapter->Finish();
+}
+
+// The walk written element by element: the record's JSON with every
+// element of its large lists replaced by a placeholder is dumped twice,
+// the placeholders 0 and then 1, and the places where the two texts differ
+// are the elements' places; each element is made and dumped (at its depth)
+// into its place, and everything between is the skeleton's own text. So
+// nlohmann writes every character, as one dump of the whole would.
+TextPieces StreamedJson(const PairingCatalogue& pairing, const pb::Message& record, bool expand, int indent,
+                        int threads) {
+  const LargeLists lists(record, kStreamFrom);
+  Json skeleton = Walker(pairing, expand).Record(record, &lists.fields());
+  TextPieces out;
+  if (lists.total() == 0) {
+    DumpInto(&out, skeleton, indent);
+    return out;
+  }
+  auto fill = [&](int placeholder) {
+    for (std::size_t l = 0; l < lists.fields().size(); ++l) {
+      const int end = l + 1 < lists.fields().size() ? lists.start(l + 1) : lists.total();
+      skeleton[lists.fields()[l]->name()] = Json::array_t(end - lists.start(l), Json(placeholder));
+    }
+    return skeleton.dump(indent);
+  };
+  const std::string zeros = fill(0);
+  const std::string ones = fill(1);
+  std::vector<std::size_t> places;
+  places.reserve(lists.total());
+  if (zeros.size() == ones.size()) {
+    for (auto at = std::mismatch(zeros.begin(), zeros.end(), ones.begin()); at.first != zeros.end();
+         at = std::mismatch(at.first + 1, zeros.end(), at.second + 1)) {
+      places.push_back(at.first - zeros.begin());
+    }
+  }
+  if (static_cast<int>(places.size()) != lists.total()) {
+    // Not as the serializer was known to lay values out: dump it whole.
+    DumpInto(&out, WalkedJson(pairing, record, expand, threads), indent);
+    return out;
+  }
+  const int units = UnitCount(lists.total(), threads);
+  std::vector<TextPieces> texts(units);
+  internal::ForEachIndex(units, threads, [&](int u) {
+    Walker walker(pairing, expand);
+    auto adapter = std::make_shared<PiecesAdapter>(&texts[u]);
+    Serializer serializer(adapter, ' ', nlohmann::detail::error_handler_t::strict);
+    const auto [begin, end] = UnitRange(lists.total(), units, u);
+    for (int g = begin; g < end; ++g) {
+      const std::size_t from = g == 0 ? 0 : places[g - 1] + 1;
+      adapter->write_characters(zeros.data() + from, places[g] - from);
+      Dump(&serializer, walker.Element(lists.at(g)), indent, 2);
+    }
+    adapter->Finish();
+  });
+  for (TextPieces& text : texts) out.Append(std::move(text));
+  out.Append(std::string_view(zeros).substr(places.back() + 1));
+  return out;
+}
+
+}  // namespace
+
+Json JsonCodec::ToJson(const pb::Message& record, bool expand) const {
+  if (printer_ == Printer::kWalk) {
+    try {
+      return WalkedJson(pairing_, record, expand, internal::ThreadCount(threads_));
+    } catch (const NotWalkable&) {
+    }
+  }
+  return RuntimeJson(pairing_, record, expand);
+}
+
+TextPieces JsonCodec::ToJsonPieces(const pb::Message& record, bool expand, int indent) const {
+  if (printer_ == Printer::kWalk) {
+    try {
+      return StreamedJson(pairing_, record, expand, indent, internal::ThreadCount(threads_));
+    } catch (const NotWalkable&) {
+    }
+  }
+  TextPieces out;
+  DumpInto(&out, RuntimeJson(pairing_, record, expand), indent);
+  return out;
+}
+
 std::string JsonCodec::ToJsonText(const pb::Message& record, bool expand, int indent) const {
-  return ToJson(record, expand).dump(indent);
+  return ToJsonPieces(record, expand, indent).ToString();
 }
 
 namespace {

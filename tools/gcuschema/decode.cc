@@ -36,13 +36,10 @@ int RunDecode(const DecodeArguments& args) {
     WriteOutput(args.output, text.pieces());
     return 0;
   }
-  const google::protobuf::Message* record = document->record();
-  std::string text;
-  {
-    text = codec.ToJsonText(*record, !args.no_expand);
-    if (text.empty() || text.back() != '\n') text += '\n';
-  }
-  WriteOutput(args.output, text);
+  codec.set_threads(args.threads);
+  doc::TextPieces text = codec.ToJsonPieces(*document->record(), !args.no_expand);
+  text.Append("\n");
+  WriteOutput(args.output, text.pieces());
   return 0;
 }
 

@@ -7,6 +7,7 @@
 #include <google/protobuf/message.h>
 #include <nlohmann/json.hpp>
 
+#include <gcuschema/doc/binary.h>
 #include <gcuschema/doc/error.h>
 #include <gcuschema/doc/export.h>
 #include <gcuschema/doc/pairing.h>
@@ -34,6 +35,25 @@ class GCUSCHEMA_DOC_API JsonCodec {
   Json ToJson(const google::protobuf::Message& record, bool expand = true) const;
   std::string ToJsonText(const google::protobuf::Message& record, bool expand = true,
                          int indent = 2) const;
+  // ToJsonText in pieces, never held whole in one string: the large lists
+  // of records are made and written element by element, by up to
+  // threads() threads.
+  TextPieces ToJsonPieces(const google::protobuf::Message& record, bool expand = true,
+                          int indent = 2) const;
+
+  // How many threads large documents are worked on with (0: one per core,
+  // the default; 1: the calling thread only). The results never depend on it.
+  int threads() const { return threads_; }
+  void set_threads(int threads) { threads_ = threads; }
+
+  // How the JSON of records is made: walked by the codec over the records
+  // (the default), or printed by the protobuf runtime's JSON printer and
+  // arranged after (slower; the reference the walk is tested against). The
+  // two give the same JSON; the walk hands to the runtime what it does not
+  // cover itself.
+  enum class Printer { kWalk, kRuntime };
+  Printer printer() const { return printer_; }
+  void set_printer(Printer printer) { printer_ = printer; }
 
   // The reverse, expanded or not: each "@type" object is encoded into its
   // entry's `config`, each "@unknown" restored. Merges into `record` (clear
@@ -44,6 +64,8 @@ class GCUSCHEMA_DOC_API JsonCodec {
 
  private:
   PairingCatalogue pairing_;
+  int threads_ = 0;
+  Printer printer_ = Printer::kWalk;
 };
 
 }  // namespace gcuschema::doc
