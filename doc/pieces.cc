@@ -1,7 +1,10 @@
 #include <gcuschema/doc/binary.h>
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace gcuschema::doc {
@@ -11,11 +14,39 @@ namespace {
 // allocating them is negligible beside filling them.
 constexpr std::size_t kFirstBlockSize = 16 * 1024;
 constexpr std::size_t kLargestBlockSize = 4 * 1024 * 1024;
+// Blocks from this size on are mapped for themselves and offered to the
+// kernel for huge pages: a large output then costs a few page faults
+// instead of one per 4 KiB.
+constexpr std::size_t kMappedBlockSize = 2 * 1024 * 1024;
+
+char* NewBlock(std::size_t size) {
+  if (size >= kMappedBlockSize) {
+    void* start = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (start == MAP_FAILED) throw std::bad_alloc();
+    ::madvise(start, size, MADV_HUGEPAGE);
+    return static_cast<char*>(start);
+  }
+  // Uninitialized: every byte handed out is written before it is read.
+  return new char[size];
+}
+
+void DeleteBlock(char* start, std::size_t size) {
+  if (size >= kMappedBlockSize) {
+    ::munmap(start, size);
+  } else {
+    delete[] start;
+  }
+}
 
 }  // namespace
 
 TextPieces::TextPieces() : next_block_size_(kFirstBlockSize) {}
-TextPieces::~TextPieces() = default;
+TextPieces::~TextPieces() { Release(); }
+
+void TextPieces::Release() {
+  for (const auto& [start, size] : blocks_) DeleteBlock(start, size);
+  blocks_.clear();
+}
 
 TextPieces::TextPieces(TextPieces&& other) noexcept
     : blocks_(std::move(other.blocks_)),
@@ -67,9 +98,9 @@ char* TextPieces::Grab(std::size_t at_least, std::size_t* size) {
   if (room_size_ < at_least || room_size_ == 0) {
     const std::size_t block_size = std::max(next_block_size_, at_least);
     next_block_size_ = std::min(next_block_size_ * 2, kLargestBlockSize);
-    // Uninitialized: every byte handed out is written before it is read.
-    blocks_.emplace_back(new char[block_size]);
-    room_ = blocks_.back().get();
+    blocks_.reserve(blocks_.size() + 1);
+    blocks_.emplace_back(NewBlock(block_size), block_size);
+    room_ = blocks_.back().first;
     room_size_ = block_size;
   }
   char* start = room_;
@@ -108,7 +139,10 @@ void TextPieces::Append(std::string_view text) {
 
 void TextPieces::Append(TextPieces&& other) {
   if (&other == this || other.pieces_.empty()) return;
-  for (auto& block : other.blocks_) blocks_.push_back(std::move(block));
+  // Room first, so that nothing below throws with the blocks owned twice.
+  blocks_.reserve(blocks_.size() + other.blocks_.size());
+  pieces_.reserve(pieces_.size() + other.pieces_.size());
+  blocks_.insert(blocks_.end(), other.blocks_.begin(), other.blocks_.end());
   pieces_.insert(pieces_.end(), other.pieces_.begin(), other.pieces_.end());
   size_ += other.size_;
   // What follows is written after the other's text: its free room is lost.

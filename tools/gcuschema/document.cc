@@ -1,5 +1,9 @@
 #include "document.h"
 
+#include <sys/mman.h>
+
+#include <cstdlib>
+
 #include <gcuschema/doc/binary.h>
 #include <gcuschema/doc/error.h>
 #include <gcuschema/doc/records.h>
@@ -9,11 +13,34 @@
 namespace gcuschema::tool {
 namespace {
 
+// Arena blocks from this size on are mapped for themselves and offered to
+// the kernel for huge pages: a large document then costs a few page faults
+// instead of one per 4 KiB.
+constexpr std::size_t kHugeBlock = 2 * 1024 * 1024;
+
+void* AllocateBlock(std::size_t size) {
+  if (size < kHugeBlock) return std::malloc(size);
+  void* start = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (start == MAP_FAILED) return nullptr;
+  ::madvise(start, size, MADV_HUGEPAGE);
+  return start;
+}
+
+void FreeBlock(void* start, std::size_t size) {
+  if (size < kHugeBlock) {
+    std::free(start);
+  } else {
+    ::munmap(start, size);
+  }
+}
+
 google::protobuf::ArenaOptions DocumentArena() {
   google::protobuf::ArenaOptions options;
   // A document of any size takes a few blocks, not thousands.
   options.start_block_size = 64 * 1024;
   options.max_block_size = 4 * 1024 * 1024;
+  options.block_alloc = AllocateBlock;
+  options.block_dealloc = FreeBlock;
   return options;
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <google/protobuf/message.h>
@@ -58,8 +59,9 @@ class GCUSCHEMA_DOC_API TextPieces {
 
  private:
   void Extend(const char* start, std::size_t length);
+  void Release();
 
-  std::vector<std::unique_ptr<char[]>> blocks_;
+  std::vector<std::pair<char*, std::size_t>> blocks_;  // start, size
   std::vector<std::string_view> pieces_;
   std::size_t size_ = 0;
   std::size_t next_block_size_;
