@@ -20,6 +20,7 @@
 #include <google/protobuf/stubs/strutil.h>
 #include <google/protobuf/unknown_field_set.h>
 #include <google/protobuf/util/json_util.h>
+#include <google/protobuf/descriptor.pb.h>
 #include <google/protobuf/util/type_resolver.h>
 #include <google/protobuf/util/type_resolver_util.h>
 
@@ -43,6 +44,10 @@ constexpr char kTypeUrlPrefix[] = "type.googleapis.com";
 // driver code with ConfigData); bytes shrink at each level, but a hostile
 // document could still nest deep enough to exhaust the stack.
 constexpr int kMaxConfigDepth = 16;
+// Far deeper than any record of the library nests, JSON included in
+// `config`; deeper input would only exhaust the stack of the recursive
+// steps that follow.
+constexpr size_t kMaxJsonDepthForReader = 200;
 
 pb::util::TypeResolver* Resolver() {
   static pb::util::TypeResolver* const resolver = pb::util::NewTypeResolverForDescriptorPool(
@@ -841,6 +846,372 @@ bool IsEmpty(const pb::Message& record) {
   return fields.empty() && record.GetReflection()->GetUnknownFields(record).empty();
 }
 
+
+// The reading walk: JSON text read by nlohmann's parser straight into the
+// record, event by event (no tree), as the runtime's JSON parser would fill
+// it after the "@type" and "@unknown" of the codec are dealt with. It takes
+// what the codec writes and what is plainly equivalent; on anything else
+// (a spelling it does not know, a value it would have to judge, an error of
+// any kind) it stops and says so, and the text is read the reference way,
+// which gives the record or the error.
+class Reader : public nlohmann::json_sax<Tree> {
+ public:
+  explicit Reader(pb::Message* root) : root_(root) {}
+
+  bool null() override { return false; }
+  bool boolean(bool value) override {
+    return Scalar([&](pb::Message* r, const FieldDescriptor* f, bool add) {
+      if (f->cpp_type() != FieldDescriptor::CPPTYPE_BOOL) return false;
+      add ? r->GetReflection()->AddBool(r, f, value) : r->GetReflection()->SetBool(r, f, value);
+      return true;
+    });
+  }
+  bool number_integer(std::int64_t value) override { return Integral(value < 0, value, 0); }
+  bool number_unsigned(std::uint64_t value) override { return Integral(false, 0, value); }
+  bool number_float(double value, const std::string&) override {
+    return Scalar([&](pb::Message* r, const FieldDescriptor* f, bool add) {
+      const pb::Reflection* reflection = r->GetReflection();
+      if (f->cpp_type() == FieldDescriptor::CPPTYPE_DOUBLE) {
+        add ? reflection->AddDouble(r, f, value) : reflection->SetDouble(r, f, value);
+        return true;
+      }
+      if (f->cpp_type() != FieldDescriptor::CPPTYPE_FLOAT || std::fabs(value) > std::numeric_limits<float>::max()) {
+        return false;
+      }
+      const auto single = static_cast<float>(value);
+      add ? reflection->AddFloat(r, f, single) : reflection->SetFloat(r, f, single);
+      return true;
+    });
+  }
+  bool string(std::string& value) override {
+    if (stack_.empty()) return false;
+    Frame& top = stack_.back();
+    if (top.kind == Frame::kSettingsType) return BeginSettings(value);
+    if (top.kind == Frame::kRecord && top.special == Special::kType) {
+      top.special = Special::kNone;
+      return value == top.record->GetDescriptor()->full_name();
+    }
+    if (top.kind == Frame::kRecord && top.special == Special::kUnknown) {
+      top.special = Special::kNone;
+      return RestoreUnknown(value, top.record);
+    }
+    return Scalar([&](pb::Message* r, const FieldDescriptor* f, bool add) { return Text(r, f, add, &value); });
+  }
+  bool binary(binary_t&) override { return false; }
+
+  bool start_object(std::size_t) override {
+    if (stack_.size() >= kMaxDepth) return false;
+    if (stack_.empty()) {
+      stack_.push_back(Frame::Record(root_, 0));
+      return true;
+    }
+    Frame& top = stack_.back();
+    if (top.kind == Frame::kList) {
+      if (top.field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE) return false;
+      pb::Message* element = top.record->GetReflection()->AddMessage(top.record, top.field);
+      stack_.push_back(Frame::Record(element, top.config_depth));
+      return true;
+    }
+    if (top.kind != Frame::kRecord || top.pending == nullptr || top.pending->is_repeated()) return false;
+    const FieldDescriptor* field = top.pending;
+    top.pending = nullptr;
+    if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+      pb::Message* sub = top.record->GetReflection()->MutableMessage(top.record, field);
+      stack_.push_back(Frame::Record(sub, top.config_depth));
+      return true;
+    }
+    if (field->type() == FieldDescriptor::TYPE_BYTES && top.config_depth < kMaxConfigDepth) {
+      // Settings in an entry's bytes: "@type" must come first to say which.
+      Frame settings;
+      settings.kind = Frame::kSettingsType;
+      settings.record = top.record;
+      settings.field = field;
+      settings.config_depth = top.config_depth + 1;
+      stack_.push_back(settings);
+      return true;
+    }
+    return false;
+  }
+
+  bool key(std::string& name) override {
+    if (stack_.empty()) return false;
+    Frame& top = stack_.back();
+    if (top.kind == Frame::kSettingsType) {
+      if (name != kTypeKey || top.type_seen) return false;
+      top.type_seen = true;
+      return true;
+    }
+    if (top.kind != Frame::kRecord) return false;
+    if (name == kTypeKey || name == kUnknownKey) {
+      const Special special = name == kTypeKey ? Special::kType : Special::kUnknown;
+      if ((top.seen_specials & static_cast<int>(special)) != 0) return false;
+      top.seen_specials |= static_cast<int>(special);
+      top.special = special;
+      return true;
+    }
+    const pb::Descriptor* type = top.record->GetDescriptor();
+    // Fields come in declaration order as the codec writes them: look
+    // after the last one first.
+    const FieldDescriptor* field = nullptr;
+    for (int i = top.next_index; i < type->field_count() && i < top.next_index + 4; ++i) {
+      if (type->field(i)->name() == name) {
+        field = type->field(i);
+        break;
+      }
+    }
+    if (field == nullptr) field = type->FindFieldByName(name);
+    if (field == nullptr || field->is_map()) return false;
+    if (top.seen.size() < static_cast<std::size_t>(type->field_count())) top.seen.resize(type->field_count());
+    if (top.seen[field->index()]) return false;
+    top.seen[field->index()] = true;
+    if (const pb::OneofDescriptor* oneof = field->containing_oneof()) {
+      if (std::find(top.oneofs.begin(), top.oneofs.end(), oneof) != top.oneofs.end()) return false;
+      top.oneofs.push_back(oneof);
+    }
+    top.next_index = field->index() + 1;
+    top.pending = field;
+    return true;
+  }
+
+  bool end_object() override {
+    if (stack_.empty() || stack_.back().kind != Frame::kRecord || stack_.back().pending != nullptr ||
+        stack_.back().special != Special::kNone) {
+      return false;
+    }
+    Frame done = std::move(stack_.back());
+    stack_.pop_back();
+    if (done.settings_of != nullptr) {
+      // The settings record becomes its entry's bytes.
+      std::string bytes = done.record->SerializePartialAsString();
+      done.settings_of->GetReflection()->SetString(done.settings_of, done.settings_field, std::move(bytes));
+      pool_.Release(std::unique_ptr<pb::Message>(done.record));
+    }
+    return true;
+  }
+
+  bool start_array(std::size_t) override {
+    if (stack_.size() >= kMaxDepth || stack_.empty()) return false;
+    Frame& top = stack_.back();
+    if (top.kind != Frame::kRecord || top.pending == nullptr || !top.pending->is_repeated()) return false;
+    Frame list;
+    list.kind = Frame::kList;
+    list.record = top.record;
+    list.field = top.pending;
+    list.config_depth = top.config_depth;
+    top.pending = nullptr;
+    stack_.push_back(list);
+    return true;
+  }
+
+  bool end_array() override {
+    if (stack_.empty() || stack_.back().kind != Frame::kList) return false;
+    stack_.pop_back();
+    return true;
+  }
+
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
+
+  ~Reader() override {
+    // Settings records still open when reading stopped.
+    for (Frame& frame : stack_) {
+      if (frame.settings_of != nullptr) delete frame.record;
+    }
+  }
+
+ private:
+  // Deeper than the reference way reads: left to it, to be refused there.
+  static constexpr std::size_t kMaxDepth = kMaxJsonDepthForReader;
+
+  enum class Special { kNone = 0, kType = 1, kUnknown = 2 };
+
+  struct Frame {
+    enum Kind { kRecord, kList, kSettingsType };
+    Kind kind = kRecord;
+    pb::Message* record = nullptr;          // the record filled, or holding the list or the settings
+    const FieldDescriptor* field = nullptr;  // kList: the list; kSettingsType: the bytes field
+    const FieldDescriptor* pending = nullptr;  // kRecord: the field whose value comes next
+    Special special = Special::kNone;          // kRecord: "@type" or "@unknown" comes next
+    int seen_specials = 0;
+    int next_index = 0;
+    int config_depth = 0;
+    bool type_seen = false;
+    std::vector<bool> seen;
+    std::vector<const pb::OneofDescriptor*> oneofs;
+    pb::Message* settings_of = nullptr;  // a settings record: the entry whose bytes it becomes
+    const FieldDescriptor* settings_field = nullptr;
+
+    static Frame Record(pb::Message* record, int config_depth) {
+      Frame frame;
+      frame.record = record;
+      frame.config_depth = config_depth;
+      return frame;
+    }
+  };
+
+  bool BeginSettings(const std::string& name) {
+    Frame& top = stack_.back();
+    const pb::Descriptor* type = FindRecord(name);
+    if (type == nullptr || type->full_name() != name) return false;
+    std::unique_ptr<pb::Message> settings = pool_.Acquire(type);
+    settings->Clear();
+    Frame frame = Frame::Record(settings.release(), top.config_depth);
+    frame.settings_of = top.record;
+    frame.settings_field = top.field;
+    frame.seen_specials = static_cast<int>(Special::kType);
+    stack_.back() = std::move(frame);
+    return true;
+  }
+
+  static bool RestoreUnknown(const std::string& text, pb::Message* record) {
+    std::string bytes;
+    if (!pb::Base64Unescape(text, &bytes)) return false;
+    pb::UnknownFieldSet check;
+    if (!check.ParseFromString(bytes)) return false;
+    pb::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                   static_cast<int>(bytes.size()));
+    return record->GetReflection()->MutableUnknownFields(record)->MergeFromCodedStream(&input);
+  }
+
+  // A value for the pending field of the record on top, or an element of
+  // the list on top: `set(record, field, add)`.
+  template <typename Set>
+  bool Scalar(Set set) {
+    if (stack_.empty()) return false;
+    Frame& top = stack_.back();
+    if (top.kind == Frame::kList) return set(top.record, top.field, true);
+    if (top.kind != Frame::kRecord || top.pending == nullptr || top.pending->is_repeated() ||
+        top.special != Special::kNone) {
+      return false;
+    }
+    const FieldDescriptor* field = top.pending;
+    top.pending = nullptr;
+    return set(top.record, field, false);
+  }
+
+  bool Integral(bool negative, std::int64_t signed_value, std::uint64_t unsigned_value) {
+    return Scalar([&](pb::Message* r, const FieldDescriptor* f, bool add) {
+      const pb::Reflection* reflection = r->GetReflection();
+      // The value, when it fits the type exactly.
+      auto fits = [&](std::int64_t low, std::uint64_t high) {
+        return negative ? signed_value >= low : unsigned_value <= high;
+      };
+      const std::int64_t as_signed = negative ? signed_value : static_cast<std::int64_t>(unsigned_value);
+      switch (f->cpp_type()) {
+        case FieldDescriptor::CPPTYPE_INT32:
+          if (!fits(std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max())) return false;
+          add ? reflection->AddInt32(r, f, static_cast<std::int32_t>(as_signed))
+              : reflection->SetInt32(r, f, static_cast<std::int32_t>(as_signed));
+          return true;
+        case FieldDescriptor::CPPTYPE_UINT32:
+          if (negative || unsigned_value > std::numeric_limits<std::uint32_t>::max()) return false;
+          add ? reflection->AddUInt32(r, f, static_cast<std::uint32_t>(unsigned_value))
+              : reflection->SetUInt32(r, f, static_cast<std::uint32_t>(unsigned_value));
+          return true;
+        case FieldDescriptor::CPPTYPE_INT64:
+          if (!fits(std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max())) return false;
+          add ? reflection->AddInt64(r, f, as_signed) : reflection->SetInt64(r, f, as_signed);
+          return true;
+        case FieldDescriptor::CPPTYPE_UINT64:
+          if (negative) return false;
+          add ? reflection->AddUInt64(r, f, unsigned_value) : reflection->SetUInt64(r, f, unsigned_value);
+          return true;
+        case FieldDescriptor::CPPTYPE_ENUM: {
+          if (!fits(std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max())) return false;
+          const auto number = static_cast<int>(as_signed);
+          // A closed enumeration takes only the numbers it names.
+          if (f->enum_type()->file()->syntax() != pb::FileDescriptor::SYNTAX_PROTO3 &&
+              f->enum_type()->FindValueByNumber(number) == nullptr) {
+            return false;
+          }
+          add ? reflection->AddEnumValue(r, f, number) : reflection->SetEnumValue(r, f, number);
+          return true;
+        }
+        case FieldDescriptor::CPPTYPE_FLOAT: {
+          // Whole numbers the float holds exactly, as the runtime takes them.
+          if (as_signed > (1 << 24) || as_signed < -(1 << 24) || (!negative && unsigned_value > (1u << 24))) return false;
+          const auto single = static_cast<float>(as_signed);
+          add ? reflection->AddFloat(r, f, single) : reflection->SetFloat(r, f, single);
+          return true;
+        }
+        case FieldDescriptor::CPPTYPE_DOUBLE: {
+          constexpr std::int64_t kExact = std::int64_t{1} << 53;
+          if (as_signed > kExact || as_signed < -kExact || (!negative && unsigned_value > static_cast<std::uint64_t>(kExact))) {
+            return false;
+          }
+          const auto value = static_cast<double>(as_signed);
+          add ? reflection->AddDouble(r, f, value) : reflection->SetDouble(r, f, value);
+          return true;
+        }
+        default: return false;
+      }
+    });
+  }
+
+  bool Text(pb::Message* r, const FieldDescriptor* f, bool add, std::string* value) {
+    const pb::Reflection* reflection = r->GetReflection();
+    switch (f->cpp_type()) {
+      case FieldDescriptor::CPPTYPE_STRING: {
+        if (f->type() == FieldDescriptor::TYPE_BYTES) {
+          std::string bytes;
+          // Canonical base64 only, as the codec writes it.
+          if (!pb::Base64Unescape(*value, &bytes) || Base64(bytes) != *value) return false;
+          add ? reflection->AddString(r, f, std::move(bytes)) : reflection->SetString(r, f, std::move(bytes));
+          return true;
+        }
+        add ? reflection->AddString(r, f, std::move(*value)) : reflection->SetString(r, f, std::move(*value));
+        return true;
+      }
+      case FieldDescriptor::CPPTYPE_ENUM: {
+        const pb::EnumValueDescriptor* named = f->enum_type()->FindValueByName(*value);
+        if (named == nullptr) return false;
+        add ? reflection->AddEnumValue(r, f, named->number()) : reflection->SetEnumValue(r, f, named->number());
+        return true;
+      }
+      case FieldDescriptor::CPPTYPE_FLOAT:
+      case FieldDescriptor::CPPTYPE_DOUBLE: {
+        double special;
+        if (*value == "NaN") {
+          special = std::numeric_limits<double>::quiet_NaN();
+        } else if (*value == "Infinity") {
+          special = std::numeric_limits<double>::infinity();
+        } else if (*value == "-Infinity") {
+          special = -std::numeric_limits<double>::infinity();
+        } else {
+          return false;
+        }
+        if (f->cpp_type() == FieldDescriptor::CPPTYPE_FLOAT) {
+          add ? reflection->AddFloat(r, f, static_cast<float>(special))
+              : reflection->SetFloat(r, f, static_cast<float>(special));
+        } else {
+          add ? reflection->AddDouble(r, f, special) : reflection->SetDouble(r, f, special);
+        }
+        return true;
+      }
+      case FieldDescriptor::CPPTYPE_INT64:
+      case FieldDescriptor::CPPTYPE_UINT64: {
+        // 64-bit integers as the codec writes them: plain decimal.
+        errno = 0;
+        char* end = nullptr;
+        if (f->cpp_type() == FieldDescriptor::CPPTYPE_INT64) {
+          const long long number = std::strtoll(value->c_str(), &end, 10);
+          if (errno != 0 || *end != '\0' || std::to_string(number) != *value) return false;
+          add ? reflection->AddInt64(r, f, number) : reflection->SetInt64(r, f, number);
+        } else {
+          const unsigned long long number = std::strtoull(value->c_str(), &end, 10);
+          if (errno != 0 || *end != '\0' || std::to_string(number) != *value) return false;
+          add ? reflection->AddUInt64(r, f, number) : reflection->SetUInt64(r, f, number);
+        }
+        return true;
+      }
+      default: return false;
+    }
+  }
+
+  pb::Message* root_;
+  std::vector<Frame> stack_;
+  RecordPool pool_;
+};
+
 }  // namespace
 
 JsonCodec::JsonCodec(PairingCatalogue pairing) : pairing_(std::move(pairing)) {}
@@ -1045,7 +1416,7 @@ TextPieces StreamedJson(const PairingCatalogue& pairing, const pb::Message& reco
 }  // namespace
 
 Json JsonCodec::ToJson(const pb::Message& record, bool expand) const {
-  if (printer_ == Printer::kWalk) {
+  if (engine_ == Engine::kWalk) {
     try {
       return WalkedJson(pairing_, record, expand, internal::ThreadCount(threads_));
     } catch (const NotWalkable&) {
@@ -1055,7 +1426,7 @@ Json JsonCodec::ToJson(const pb::Message& record, bool expand) const {
 }
 
 TextPieces JsonCodec::ToJsonPieces(const pb::Message& record, bool expand, int indent) const {
-  if (printer_ == Printer::kWalk) {
+  if (engine_ == Engine::kWalk) {
     try {
       return StreamedJson(pairing_, record, expand, indent, internal::ThreadCount(threads_));
     } catch (const NotWalkable&) {
@@ -1072,10 +1443,7 @@ std::string JsonCodec::ToJsonText(const pb::Message& record, bool expand, int in
 
 namespace {
 
-// Far deeper than any record of the library nests, JSON included in
-// `config`; deeper input would only exhaust the stack of the recursive
-// steps that follow.
-constexpr size_t kMaxJsonDepth = 200;
+constexpr size_t kMaxJsonDepth = kMaxJsonDepthForReader;
 
 template <typename J>
 void CheckDepth(const J& value) {
@@ -1105,6 +1473,33 @@ void Collapse(Tree value, pb::Message* record) {
   record->MergeFrom(*fresh);
 }
 
+// Reads `text` into `record` walking; false (and `record` as it was) when
+// the text is to be read the reference way.
+bool ReadWalking(std::string_view text, pb::Message* record) {
+  if (!internal::CanShare(*record)) return false;
+  const bool empty = IsEmpty(*record);
+  std::unique_ptr<pb::Message> fresh;
+  pb::Message* target = record;
+  if (!empty) {
+    // Merging: read apart, then merged in as the reference way does.
+    fresh.reset(record->New());
+    target = fresh.get();
+  }
+  Reader reader(target);
+  bool read = false;
+  try {
+    read = Tree::sax_parse(text.begin(), text.end(), &reader);
+  } catch (const std::exception&) {
+    read = false;
+  }
+  if (!read) {
+    if (empty) record->Clear();
+    return false;
+  }
+  if (!empty) record->MergeFrom(*fresh);
+  return true;
+}
+
 }  // namespace
 
 void JsonCodec::FromJson(const Json& value, pb::Message* record) const {
@@ -1113,6 +1508,7 @@ void JsonCodec::FromJson(const Json& value, pb::Message* record) const {
 }
 
 void JsonCodec::FromJsonText(std::string_view text, pb::Message* record) const {
+  if (engine_ == Engine::kWalk && ReadWalking(text, record)) return;
   Tree value;
   try {
     value = Tree::parse(text.begin(), text.end());

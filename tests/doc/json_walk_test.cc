@@ -187,19 +187,19 @@ std::vector<const pb::Descriptor*> EveryRecord() {
   return records;
 }
 
-JsonCodec Codec(JsonCodec::Printer printer, bool with_maps = true) {
+JsonCodec Codec(JsonCodec::Engine engine, bool with_maps = true) {
   PairingCatalogue pairing = PairingCatalogue::Standard();
   if (with_maps) pairing.SetMapTable(FindRecord("Map3D"));
   JsonCodec codec(pairing);
-  codec.set_printer(printer);
+  codec.set_engine(engine);
   return codec;
 }
 
 // Both ways, as text: every character must agree.
 void ExpectWalkIsRuntime(const pb::Message& record, const std::string& what) {
   for (bool expand : {false, true}) {
-    const std::string walked = Codec(JsonCodec::Printer::kWalk).ToJson(record, expand).dump(1);
-    const std::string printed = Codec(JsonCodec::Printer::kRuntime).ToJson(record, expand).dump(1);
+    const std::string walked = Codec(JsonCodec::Engine::kWalk).ToJson(record, expand).dump(1);
+    const std::string printed = Codec(JsonCodec::Engine::kRuntime).ToJson(record, expand).dump(1);
     EXPECT_EQ(walked, printed) << what << (expand ? " expanded" : "");
   }
 }
@@ -221,7 +221,7 @@ TEST(JsonWalkTest, EveryRecordFilledEveryWayIsWhatTheRuntimePrints) {
       pb::util::JsonPrintOptions options;
       options.preserve_proto_field_names = true;
       ASSERT_TRUE(pb::util::MessageToJsonString(*record, &runtime, options).ok()) << what;
-      const Json walked = Codec(JsonCodec::Printer::kWalk).ToJson(*record, false);
+      const Json walked = Codec(JsonCodec::Engine::kWalk).ToJson(*record, false);
       EXPECT_EQ(nlohmann::json::parse(walked.dump()), nlohmann::json::parse(runtime)) << what << "\n" << runtime;
 
       ExpectWalkIsRuntime(*record, what);
@@ -247,7 +247,7 @@ TEST(JsonWalkTest, EdgeValuesOneByOne) {
     estimation->add_thetavalues(v);
     ExpectWalkIsRuntime(doc, "double " + std::to_string(v));
   }
-  const Json j = Codec(JsonCodec::Printer::kWalk).ToJson([] {
+  const Json j = Codec(JsonCodec::Engine::kWalk).ToJson([] {
     ConfigData doc;
     doc.add_inputs()->set_minvalue(-0.0f);
     doc.add_estimationdata()->add_thetavalues(-0.0);
@@ -258,7 +258,7 @@ TEST(JsonWalkTest, EdgeValuesOneByOne) {
 }
 
 TEST(JsonWalkTest, UnknownFieldsAndSettingsOfEveryPairedRecord) {
-  const JsonCodec codec = Codec(JsonCodec::Printer::kWalk);
+  const JsonCodec codec = Codec(JsonCodec::Engine::kWalk);
   for (const auto& [key, settings] : codec.pairing().entries()) {
     std::unique_ptr<pb::Message> record = NewRecord(settings);
     Fill(record.get(), static_cast<std::uint32_t>(key.second) + 1);
@@ -313,8 +313,8 @@ TEST(JsonWalkTest, RecordsTheWalkLeavesToTheRuntimeStillPrint) {
   ConfigData doc;
   doc.set_gcuno("ok");
   doc.add_inputs()->set_alias("bad \xC3");
-  const JsonCodec walk = Codec(JsonCodec::Printer::kWalk);
-  const JsonCodec runtime = Codec(JsonCodec::Printer::kRuntime);
+  const JsonCodec walk = Codec(JsonCodec::Engine::kWalk);
+  const JsonCodec runtime = Codec(JsonCodec::Engine::kRuntime);
   std::string walked;
   std::string printed;
   try {
@@ -343,14 +343,14 @@ TEST(JsonPiecesTest, SameAsOneDumpForAnyIndentAndThreads) {
   small.add_inputs()->set_id(1);
   const ConfigData empty;
   const std::vector<const pb::Message*> records = {&config, &image, &calibration, &small, &empty};
-  JsonCodec reference = Codec(JsonCodec::Printer::kRuntime);
+  JsonCodec reference = Codec(JsonCodec::Engine::kRuntime);
   for (const pb::Message* record : records) {
     for (bool expand : {true, false}) {
       const Json j = reference.ToJson(*record, expand);
       for (int indent : {-1, 0, 1, 2, 4}) {
         const std::string expected = j.dump(indent);
         for (int threads : {1, 2, 3}) {
-          JsonCodec codec = Codec(JsonCodec::Printer::kWalk);
+          JsonCodec codec = Codec(JsonCodec::Engine::kWalk);
           codec.set_threads(threads);
           const TextPieces pieces = codec.ToJsonPieces(*record, expand, indent);
           EXPECT_TRUE(pieces.ToString() == expected)

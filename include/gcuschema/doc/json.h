@@ -46,14 +46,14 @@ class GCUSCHEMA_DOC_API JsonCodec {
   int threads() const { return threads_; }
   void set_threads(int threads) { threads_ = threads; }
 
-  // How the JSON of records is made: walked by the codec over the records
-  // (the default), or printed by the protobuf runtime's JSON printer and
-  // arranged after (slower; the reference the walk is tested against). The
-  // two give the same JSON; the walk hands to the runtime what it does not
-  // cover itself.
-  enum class Printer { kWalk, kRuntime };
-  Printer printer() const { return printer_; }
-  void set_printer(Printer printer) { printer_ = printer; }
+  // How records and JSON are mapped onto each other: walked by the codec
+  // itself (the default), or through the protobuf runtime's JSON printer
+  // and parser (slower; the reference the walks are tested against). The
+  // two give the same JSON and the same records; the walks hand to the
+  // runtime whatever they do not cover themselves, errors included.
+  enum class Engine { kWalk, kRuntime };
+  Engine engine() const { return engine_; }
+  void set_engine(Engine engine) { engine_ = engine; }
 
   // The reverse, expanded or not: each "@type" object is encoded into its
   // entry's `config`, each "@unknown" restored. Merges into `record` (clear
@@ -65,7 +65,7 @@ class GCUSCHEMA_DOC_API JsonCodec {
  private:
   PairingCatalogue pairing_;
   int threads_ = 0;
-  Printer printer_ = Printer::kWalk;
+  Engine engine_ = Engine::kWalk;
 };
 
 }  // namespace gcuschema::doc
