@@ -1473,9 +1473,11 @@ void Collapse(Tree value, pb::Message* record) {
   record->MergeFrom(*fresh);
 }
 
-// Reads `text` into `record` walking; false (and `record` as it was) when
-// the text is to be read the reference way.
-bool ReadWalking(std::string_view text, pb::Message* record) {
+// Reads into `record` with a Reader fed by `feed` (true when it read all);
+// false, and `record` as it was, when the input is to be read the
+// reference way.
+template <typename Feed>
+bool ReadWalking(pb::Message* record, Feed feed) {
   if (!internal::CanShare(*record)) return false;
   const bool empty = IsEmpty(*record);
   std::unique_ptr<pb::Message> fresh;
@@ -1485,12 +1487,14 @@ bool ReadWalking(std::string_view text, pb::Message* record) {
     fresh.reset(record->New());
     target = fresh.get();
   }
-  Reader reader(target);
   bool read = false;
-  try {
-    read = Tree::sax_parse(text.begin(), text.end(), &reader);
-  } catch (const std::exception&) {
-    read = false;
+  {
+    Reader reader(target);
+    try {
+      read = feed(&reader);
+    } catch (const std::exception&) {
+      read = false;
+    }
   }
   if (!read) {
     if (empty) record->Clear();
@@ -1500,15 +1504,50 @@ bool ReadWalking(std::string_view text, pb::Message* record) {
   return true;
 }
 
+// Feeds the events of a JSON tree to a Reader, as its parser would from
+// the tree's text; false as soon as the reader stops.
+bool Replay(const Json& value, Reader* reader) {
+  switch (value.type()) {
+    case Json::value_t::object: {
+      if (!reader->start_object(value.size())) return false;
+      for (const auto& [name, member] : value.items()) {
+        std::string key = name;
+        if (!reader->key(key) || !Replay(member, reader)) return false;
+      }
+      return reader->end_object();
+    }
+    case Json::value_t::array: {
+      if (!reader->start_array(value.size())) return false;
+      for (const Json& element : value) {
+        if (!Replay(element, reader)) return false;
+      }
+      return reader->end_array();
+    }
+    case Json::value_t::string: {
+      std::string text = value.get_ref<const std::string&>();
+      return reader->string(text);
+    }
+    case Json::value_t::boolean: return reader->boolean(value.get<bool>());
+    case Json::value_t::number_integer: return reader->number_integer(value.get<std::int64_t>());
+    case Json::value_t::number_unsigned: return reader->number_unsigned(value.get<std::uint64_t>());
+    case Json::value_t::number_float: return reader->number_float(value.get<double>(), "");
+    default: return false;  // null, binary, discarded: the reference way decides
+  }
+}
+
 }  // namespace
 
 void JsonCodec::FromJson(const Json& value, pb::Message* record) const {
   CheckDepth(value);
+  if (engine_ == Engine::kWalk && ReadWalking(record, [&](Reader* reader) { return Replay(value, reader); })) return;
   Collapse(Tree(value), record);
 }
 
 void JsonCodec::FromJsonText(std::string_view text, pb::Message* record) const {
-  if (engine_ == Engine::kWalk && ReadWalking(text, record)) return;
+  if (engine_ == Engine::kWalk &&
+      ReadWalking(record, [&](Reader* reader) { return Tree::sax_parse(text.begin(), text.end(), reader); })) {
+    return;
+  }
   Tree value;
   try {
     value = Tree::parse(text.begin(), text.end());

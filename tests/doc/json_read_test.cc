@@ -1,6 +1,7 @@
-// JSON text read by the codec's walk gives what the protobuf runtime's JSON
-// parser gives (the reference way of the codec): the same record, or the
-// same error, for what the codec writes and for hand-written variations.
+// JSON read by the codec's walk (text or tree) gives what the protobuf
+// runtime's JSON parser gives (the reference way of the codec): the same
+// record, or the same error, for what the codec writes and for hand-written
+// variations.
 #include <gcuschema/doc/json.h>
 
 #include <cmath>
@@ -50,9 +51,26 @@ std::string Read(JsonCodec::Engine engine, const std::string& text, const pb::De
   return test::Hex(test::Encode(*record));
 }
 
+// The same from a tree (FromJson), when the text is JSON at all.
+std::string ReadTree(JsonCodec::Engine engine, const Json& tree, const pb::Descriptor* type, const std::string& start) {
+  std::unique_ptr<pb::Message> record = NewRecord(type);
+  EXPECT_TRUE(record->ParseFromString(start));
+  try {
+    Codec(engine).FromJson(tree, record.get());
+  } catch (const Error& e) {
+    return std::string("error at ") + e.where() + ": " + e.message();
+  }
+  return test::Hex(test::Encode(*record));
+}
+
 void ExpectSameRead(const std::string& text, const pb::Descriptor* type = ConfigData::descriptor(),
                     const std::string& start = "") {
   EXPECT_EQ(Read(JsonCodec::Engine::kWalk, text, type, start), Read(JsonCodec::Engine::kRuntime, text, type, start))
+      << text.substr(0, 400);
+  const Json tree = Json::parse(text, nullptr, false);
+  if (tree.is_discarded()) return;
+  EXPECT_EQ(ReadTree(JsonCodec::Engine::kWalk, tree, type, start),
+            ReadTree(JsonCodec::Engine::kRuntime, tree, type, start))
       << text.substr(0, 400);
 }
 
