@@ -55,6 +55,25 @@ TEST(ToolThreadsTest, TextEncodesBackOnAnyNumberOfThreads) {
   }
 }
 
+TEST(ToolThreadsTest, JsonIsTheSameOnAnyNumberOfThreadsAndEncodesBack) {
+  const std::string bytes = LargeDocument();
+  ScratchDir dir;
+  const std::string file = dir.Put("doc.bin", bytes);
+  for (const char* expand : {"", "--no-expand"}) {
+    SCOPED_TRACE(expand);
+    std::vector<std::string> one = {"decode", "-j", "1", file};
+    if (*expand != '\0') one.push_back(expand);
+    const std::string json = RunOk(one).out;
+    ASSERT_FALSE(json.empty());
+    for (const char* threads : {"2", "3"}) {
+      std::vector<std::string> more = {"decode", "-j", threads, file};
+      if (*expand != '\0') more.push_back(expand);
+      EXPECT_TRUE(RunOk(more).out == json) << threads;
+    }
+    EXPECT_TRUE(RunOk({"encode"}, json).out == bytes);
+  }
+}
+
 TEST(ToolThreadsTest, ErrorsAreTheSameOnAnyNumberOfThreads) {
   const std::string text = RunOk({"decode", "--format", "text", "-j", "1"}, LargeDocument()).out;
   const std::string bad = text + "inputs {\n  id: \"seven\"\n}\n";

@@ -26,10 +26,6 @@ GCUSCHEMA_DOC_API std::string ToText(const google::protobuf::Message& record);
 // Parses text format; Error carries line and column.
 GCUSCHEMA_DOC_API void FromText(std::string_view text, google::protobuf::Message* record);
 
-// Large documents can be worked on by several threads: `threads` is how
-// many at most (0: one per core; 1: the calling thread only). The results
-// never depend on it.
-
 // A large output made without copying it together: the text is the pieces
 // one after the other, each piece within blocks of memory owned here (so a
 // writer can hand them to the system in one gathered write).
@@ -68,6 +64,10 @@ class GCUSCHEMA_DOC_API TextPieces {
   char* room_ = nullptr;  // unused end of the last block
   std::size_t room_size_ = 0;
 };
+
+// Large documents can be worked on by several threads: `threads` below is
+// how many at most (0: one per core; 1: the calling thread only). The
+// results never depend on it; small documents stay on the calling thread.
 
 // ToText on up to `threads` threads, giving exactly ToText(*record). The
 // record's top-level fields (and slices of its large lists) are lent to
