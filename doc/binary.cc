@@ -557,7 +557,9 @@ TextPieces PrintText(pb::Message* record, int threads) {
   // of its own, and the unknown fields last: shares of them, printed apart
   // and put one after the other, give the same text.
   internal::Lender lender(record, threads * kSharesPerThread);
-  std::vector<TextPieces> texts(lender.size());
+  std::vector<TextPieces> texts;
+  texts.reserve(lender.size());
+  for (int k = 0; k < lender.size(); ++k) texts.emplace_back(internal::kShareBlockSize);
   internal::ForEachIndex(lender.size(), threads, [&](int k) {
     internal::PiecesOutput stream(&texts[k]);
     printer.Print(lender.share(k), &stream);

@@ -1395,7 +1395,9 @@ TextPieces StreamedJson(const PairingCatalogue& pairing, const pb::Message& reco
     return out;
   }
   const int units = UnitCount(lists.total(), threads);
-  std::vector<TextPieces> texts(units);
+  std::vector<TextPieces> texts;
+  texts.reserve(units);
+  for (int u = 0; u < units; ++u) texts.emplace_back(lists.total() >= kThreadsFrom ? internal::kShareBlockSize : 0);
   internal::ForEachIndex(units, threads, [&](int u) {
     Walker walker(pairing, expand);
     auto adapter = std::make_shared<PiecesAdapter>(&texts[u]);

@@ -23,6 +23,10 @@ int ThreadCount(int requested);
 // index that threw is rethrown once all threads have stopped.
 void ForEachIndex(int count, int threads, const std::function<void(int)>& work);
 
+// The first block of each share of a large output printed apart: a huge
+// page, and no small blocks on the way to it.
+constexpr std::size_t kShareBlockSize = 2 * 1024 * 1024;
+
 // A protobuf output stream that writes into TextPieces.
 class PiecesOutput : public google::protobuf::io::ZeroCopyOutputStream {
  public:

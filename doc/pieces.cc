@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -19,13 +20,22 @@ constexpr std::size_t kLargestBlockSize = 4 * 1024 * 1024;
 // instead of one per 4 KiB.
 constexpr std::size_t kMappedBlockSize = 2 * 1024 * 1024;
 
+// A mapping of `size` bytes starting on a huge page boundary (only whole,
+// aligned 2 MiB stretches can be huge pages), offered for huge pages.
+char* MapBlock(std::size_t size) {
+  const std::size_t spare = kMappedBlockSize;
+  void* start = ::mmap(nullptr, size + spare, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (start == MAP_FAILED) throw std::bad_alloc();
+  const auto address = reinterpret_cast<std::uintptr_t>(start);
+  const std::uintptr_t aligned = (address + spare - 1) & ~(spare - 1);
+  if (aligned > address) ::munmap(start, aligned - address);
+  if (address + spare > aligned) ::munmap(reinterpret_cast<void*>(aligned + size), address + spare - aligned);
+  ::madvise(reinterpret_cast<void*>(aligned), size, MADV_HUGEPAGE);
+  return reinterpret_cast<char*>(aligned);
+}
+
 char* NewBlock(std::size_t size) {
-  if (size >= kMappedBlockSize) {
-    void* start = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (start == MAP_FAILED) throw std::bad_alloc();
-    ::madvise(start, size, MADV_HUGEPAGE);
-    return static_cast<char*>(start);
-  }
+  if (size >= kMappedBlockSize) return MapBlock(size);
   // Uninitialized: every byte handed out is written before it is read.
   return new char[size];
 }
@@ -41,6 +51,8 @@ void DeleteBlock(char* start, std::size_t size) {
 }  // namespace
 
 TextPieces::TextPieces() : next_block_size_(kFirstBlockSize) {}
+TextPieces::TextPieces(std::size_t first_block_size)
+    : next_block_size_(first_block_size == 0 ? kFirstBlockSize : first_block_size) {}
 TextPieces::~TextPieces() { Release(); }
 
 void TextPieces::Release() {

@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <cstdint>
 #include <cstdlib>
 
 #include <gcuschema/doc/binary.h>
@@ -20,10 +21,18 @@ constexpr std::size_t kHugeBlock = 2 * 1024 * 1024;
 
 void* AllocateBlock(std::size_t size) {
   if (size < kHugeBlock) return std::malloc(size);
-  void* start = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  // Started on a huge page boundary: only whole, aligned 2 MiB stretches
+  // can be huge pages.
+  void* start = ::mmap(nullptr, size + kHugeBlock, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (start == MAP_FAILED) return nullptr;
-  ::madvise(start, size, MADV_HUGEPAGE);
-  return start;
+  const auto address = reinterpret_cast<std::uintptr_t>(start);
+  const std::uintptr_t aligned = (address + kHugeBlock - 1) & ~(kHugeBlock - 1);
+  if (aligned > address) ::munmap(start, aligned - address);
+  if (address + kHugeBlock > aligned) {
+    ::munmap(reinterpret_cast<void*>(aligned + size), address + kHugeBlock - aligned);
+  }
+  ::madvise(reinterpret_cast<void*>(aligned), size, MADV_HUGEPAGE);
+  return reinterpret_cast<void*>(aligned);
 }
 
 void FreeBlock(void* start, std::size_t size) {

@@ -32,6 +32,9 @@ GCUSCHEMA_DOC_API void FromText(std::string_view text, google::protobuf::Message
 class GCUSCHEMA_DOC_API TextPieces {
  public:
   TextPieces();
+  // Starting with blocks of `first_block_size` bytes, for an output known
+  // to be large (blocks otherwise start small and grow; 0 as by default).
+  explicit TextPieces(std::size_t first_block_size);
   ~TextPieces();
   TextPieces(TextPieces&& other) noexcept;
   TextPieces& operator=(TextPieces&& other) noexcept;
