@@ -274,8 +274,11 @@ class FirstError : public pb::io::ErrorCollector {
 // the work would not repay starting others.
 constexpr std::size_t kParallelBytes = 512 * 1024;
 constexpr std::int64_t kParallelElements = 512;
-// Shares per thread when printing: enough to even out unequal elements.
+// Shares per thread when printing: enough to even out unequal elements;
+// and at least so many that, written as they are done, the memory of the
+// first is filled again by the later ones.
 constexpr int kSharesPerThread = 4;
+constexpr int kStreamShares = 16;
 
 bool IsWordChar(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
 
@@ -535,12 +538,14 @@ std::string ToText(const pb::Message& record) {
   return out.ToString();
 }
 
-TextPieces PrintText(pb::Message* record, int threads) {
+namespace {
+
+// Prints `record` in units handed to `write` in order (see StreamUnits).
+void PrintUnits(pb::Message* record, int threads, const std::function<void(TextPieces*)>& write) {
   threads = internal::ThreadCount(threads);
-  TextPieces out;
   const pb::TextFormat::Printer printer;
   std::int64_t elements = 0;
-  if (threads > 1 && internal::CanShare(*record)) {
+  if (internal::CanShare(*record)) {
     const pb::Reflection* reflection = record->GetReflection();
     std::vector<const FieldDescriptor*> fields;
     reflection->ListFields(*record, &fields);
@@ -549,23 +554,38 @@ TextPieces PrintText(pb::Message* record, int threads) {
     }
   }
   if (elements < kParallelElements) {
-    internal::PiecesOutput stream(&out);
-    printer.Print(*record, &stream);
-    return out;
+    TextPieces out;
+    {
+      internal::PiecesOutput stream(&out);
+      printer.Print(*record, &stream);
+    }
+    write(&out);
+    return;
   }
   // The printer writes the top-level fields in number order, each on lines
   // of its own, and the unknown fields last: shares of them, printed apart
-  // and put one after the other, give the same text.
-  internal::Lender lender(record, threads * kSharesPerThread);
-  std::vector<TextPieces> texts;
-  texts.reserve(lender.size());
-  for (int k = 0; k < lender.size(); ++k) texts.emplace_back(internal::kShareBlockSize);
-  internal::ForEachIndex(lender.size(), threads, [&](int k) {
-    internal::PiecesOutput stream(&texts[k]);
-    printer.Print(lender.share(k), &stream);
-  });
-  for (TextPieces& text : texts) out.Append(std::move(text));
+  // and put one after the other, give the same text. Even on one thread,
+  // shares let the memory of those written be filled again.
+  internal::Lender lender(record, std::max(kStreamShares, threads * kSharesPerThread));
+  internal::StreamUnits(
+      lender.size(), threads, internal::kShareBlockSize,
+      [&](int k, TextPieces* text) {
+        internal::PiecesOutput stream(text);
+        printer.Print(lender.share(k), &stream);
+      },
+      write);
+}
+
+}  // namespace
+
+TextPieces PrintText(pb::Message* record, int threads) {
+  TextPieces out;
+  PrintUnits(record, threads, [&out](TextPieces* text) { out.Append(std::move(*text)); });
   return out;
+}
+
+void PrintText(pb::Message* record, const TextWriter& write, int threads) {
+  PrintUnits(record, threads, [&write](TextPieces* text) { write(text->pieces()); });
 }
 
 void FromText(std::string_view text, pb::Message* record) {

@@ -1223,8 +1223,8 @@ namespace {
 // by several threads.
 constexpr int kStreamFrom = 16;
 constexpr int kThreadsFrom = 256;
-// Units of work per thread: enough to even out unequal elements.
 constexpr int kUnitsPerThread = 4;
+constexpr int kStreamUnits = 16;
 
 // The record's lists of records with at least `at_least` elements, in
 // declaration order, and their elements counted through them in turn.
@@ -1268,8 +1268,11 @@ std::pair<int, int> UnitRange(int total, int units, int u) {
   return {begin, end};
 }
 
+// Enough units to even out unequal elements between threads, and enough
+// that, written as they are done, the memory of the first is filled again
+// by the later ones.
 int UnitCount(int total, int threads) {
-  return std::max(1, std::min(threads * kUnitsPerThread, total / kStreamFrom));
+  return std::max(1, std::min(std::max(kStreamUnits, threads * kUnitsPerThread), total / kStreamFrom));
 }
 
 Json RuntimeJson(const PairingCatalogue& pairing, const pb::Message& record, bool expand) {
@@ -1357,21 +1360,23 @@ void DumpInto(TextPieces* out, const Json& value, int indent) {
   adapter->Finish();
 }
 
-// The walk written element by element: the record's JSON with every
-// element of its large lists replaced by a placeholder is dumped twice,
-// the placeholders 0 and then 1, and the places where the two texts differ
-// are the elements' places; each element is made and dumped (at its depth)
-// into its place, and everything between is the skeleton's own text. So
-// nlohmann writes every character, as one dump of the whole would.
-TextPieces StreamedJson(const PairingCatalogue& pairing, const pb::Message& record, bool expand, int indent,
-                        int threads) {
+// The walk written element by element, in units handed to `write` in
+// order (see StreamUnits): the record's JSON with every element of its
+// large lists replaced by a placeholder is dumped twice, the placeholders 0
+// and then 1, and the places where the two texts differ are the elements'
+// places; each element is made and dumped (at its depth) into its place,
+// and everything between is the skeleton's own text. So nlohmann writes
+// every character, as one dump of the whole would.
+void StreamJson(const PairingCatalogue& pairing, const pb::Message& record, bool expand, int indent, int threads,
+                const std::function<void(TextPieces*)>& write) {
   const LargeLists lists(record, kStreamFrom);
   Json skeleton = Walker(pairing, expand).Record(record, &lists.fields());
-  TextPieces out;
-  if (lists.total() == 0) {
-    DumpInto(&out, skeleton, indent);
-    return out;
-  }
+  auto whole = [&](const Json& value) {
+    TextPieces out;
+    DumpInto(&out, value, indent);
+    write(&out);
+  };
+  if (lists.total() == 0) return whole(skeleton);
   auto fill = [&](int placeholder) {
     for (std::size_t l = 0; l < lists.fields().size(); ++l) {
       const int end = l + 1 < lists.fields().size() ? lists.start(l + 1) : lists.total();
@@ -1391,29 +1396,97 @@ TextPieces StreamedJson(const PairingCatalogue& pairing, const pb::Message& reco
   }
   if (static_cast<int>(places.size()) != lists.total()) {
     // Not as the serializer was known to lay values out: dump it whole.
-    DumpInto(&out, WalkedJson(pairing, record, expand, threads), indent);
-    return out;
+    return whole(WalkedJson(pairing, record, expand, threads));
   }
   const int units = UnitCount(lists.total(), threads);
-  std::vector<TextPieces> texts;
-  texts.reserve(units);
-  for (int u = 0; u < units; ++u) texts.emplace_back(lists.total() >= kThreadsFrom ? internal::kShareBlockSize : 0);
-  internal::ForEachIndex(units, threads, [&](int u) {
-    Walker walker(pairing, expand);
-    auto adapter = std::make_shared<PiecesAdapter>(&texts[u]);
-    Serializer serializer(adapter, ' ', nlohmann::detail::error_handler_t::strict);
-    const auto [begin, end] = UnitRange(lists.total(), units, u);
-    for (int g = begin; g < end; ++g) {
-      const std::size_t from = g == 0 ? 0 : places[g - 1] + 1;
-      adapter->write_characters(zeros.data() + from, places[g] - from);
-      Dump(&serializer, walker.Element(lists.at(g)), indent, 2);
-    }
-    adapter->Finish();
-  });
-  for (TextPieces& text : texts) out.Append(std::move(text));
-  out.Append(std::string_view(zeros).substr(places.back() + 1));
-  return out;
+  internal::StreamUnits(
+      units, threads, lists.total() >= kThreadsFrom ? internal::kShareBlockSize : 0,
+      [&](int u, TextPieces* text) {
+        Walker walker(pairing, expand);
+        auto adapter = std::make_shared<PiecesAdapter>(text);
+        Serializer serializer(adapter, ' ', nlohmann::detail::error_handler_t::strict);
+        const auto [begin, end] = UnitRange(lists.total(), units, u);
+        for (int g = begin; g < end; ++g) {
+          const std::size_t from = g == 0 ? 0 : places[g - 1] + 1;
+          adapter->write_characters(zeros.data() + from, places[g] - from);
+          Dump(&serializer, walker.Element(lists.at(g)), indent, 2);
+        }
+        adapter->Finish();
+      },
+      write);
+  TextPieces tail;
+  tail.Append(std::string_view(zeros).substr(places.back() + 1));
+  write(&tail);
 }
+
+// Whether the walk goes through `record` without handing anything to the
+// runtime's printer, so that what it writes can be given out as it is
+// made: every record type it meets is walkable, every text of the record
+// is UTF-8, and settings records (read from bytes as they are met) hold
+// text only where their parser checks it.
+class WalkCheck {
+ public:
+  explicit WalkCheck(const PairingCatalogue& pairing) {
+    settings_.push_back(ConfigData::descriptor());
+    for (const auto& [key, type] : pairing.entries()) settings_.push_back(type);
+  }
+
+  bool Record(const pb::Message& record) {
+    if (!walkable_.Get(record.GetDescriptor()) || !IsGenerated(record)) return false;
+    for (const pb::Descriptor* type : settings_) {
+      if (!walkable_.Get(type) || UncheckedText(type)) return false;
+    }
+    return TextIsUtf8(record);
+  }
+
+ private:
+  // Text fields the parser does not check for UTF-8 (outside proto3).
+  bool UncheckedText(const pb::Descriptor* type) {
+    auto [found, fresh] = unchecked_.emplace(type, false);
+    if (!fresh) return found->second;
+    bool unchecked = false;
+    for (int i = 0; i < type->field_count() && !unchecked; ++i) {
+      const FieldDescriptor* field = type->field(i);
+      if (field->type() == FieldDescriptor::TYPE_STRING &&
+          field->file()->syntax() != pb::FileDescriptor::SYNTAX_PROTO3) {
+        unchecked = true;
+      }
+      if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE && UncheckedText(field->message_type())) {
+        unchecked = true;
+      }
+    }
+    unchecked_[type] = unchecked;
+    return unchecked;
+  }
+
+  static bool TextIsUtf8(const pb::Message& record) {
+    const pb::Reflection* reflection = record.GetReflection();
+    std::vector<const FieldDescriptor*> fields;
+    reflection->ListFields(record, &fields);
+    for (const FieldDescriptor* field : fields) {
+      const bool text = field->type() == FieldDescriptor::TYPE_STRING;
+      if (!text && field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE) continue;
+      const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 1;
+      for (int j = 0; j < count; ++j) {
+        if (text) {
+          std::string scratch;
+          const std::string& value = field->is_repeated()
+                                         ? reflection->GetRepeatedStringReference(record, field, j, &scratch)
+                                         : reflection->GetStringReference(record, field, &scratch);
+          if (!pb::internal::IsStructurallyValidUTF8(value.data(), static_cast<int>(value.size()))) return false;
+        } else if (!TextIsUtf8(field->is_repeated() ? reflection->GetRepeatedMessage(record, field, j)
+                                                    : reflection->GetMessage(record, field))) {
+          return false;
+        }
+      }
+    }
+    return true;
+  }
+
+  std::vector<const pb::Descriptor*> settings_;
+  WalkableTypes walkable_;
+  std::unordered_map<const pb::Descriptor*, bool> unchecked_;
+};
 
 }  // namespace
 
@@ -1428,15 +1501,32 @@ Json JsonCodec::ToJson(const pb::Message& record, bool expand) const {
 }
 
 TextPieces JsonCodec::ToJsonPieces(const pb::Message& record, bool expand, int indent) const {
+  TextPieces out;
   if (engine_ == Engine::kWalk) {
     try {
-      return StreamedJson(pairing_, record, expand, indent, internal::ThreadCount(threads_));
+      StreamJson(pairing_, record, expand, indent, internal::ThreadCount(threads_),
+                 [&out](TextPieces* text) { out.Append(std::move(*text)); });
+      return out;
     } catch (const NotWalkable&) {
+      out = TextPieces();
     }
   }
-  TextPieces out;
   DumpInto(&out, RuntimeJson(pairing_, record, expand), indent);
   return out;
+}
+
+void JsonCodec::WriteJson(const pb::Message& record, const TextWriter& write, bool expand, int indent) const {
+  if (engine_ == Engine::kWalk && WalkCheck(pairing_).Record(record)) {
+    try {
+      StreamJson(pairing_, record, expand, indent, internal::ThreadCount(threads_),
+                 [&write](TextPieces* text) { write(text->pieces()); });
+    } catch (const NotWalkable&) {
+      // Ruled out by the check above; were it not, part would be written.
+      throw std::logic_error("JSON walk: a record passed the check but could not be walked");
+    }
+    return;
+  }
+  write(ToJsonPieces(record, expand, indent).pieces());
 }
 
 std::string JsonCodec::ToJsonText(const pb::Message& record, bool expand, int indent) const {

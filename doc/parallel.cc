@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <exception>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -52,6 +55,101 @@ void ForEachIndex(int count, int threads, const std::function<void(int)>& work) 
   for (std::exception_ptr& error : errors) {
     if (error) std::rethrow_exception(error);
   }
+}
+
+void StreamUnits(int count, int threads, std::size_t first_block_size,
+                 const std::function<void(int, TextPieces*)>& make, const std::function<void(TextPieces*)>& write) {
+  if (count <= 0) return;
+  threads = std::max(1, std::min(threads, count));
+  std::mutex mutex;
+  std::condition_variable made_one;
+  std::vector<std::optional<TextPieces>> made(count);  // made, not yet written
+  std::vector<TextPieces> written;                       // their blocks, to fill again
+  std::vector<std::exception_ptr> errors(count);
+  std::atomic<int> next{0};
+  std::atomic<bool> failed{false};
+
+  auto make_one = [&](int u) {
+    TextPieces text(first_block_size);
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      if (!written.empty()) {
+        text.Reuse(std::move(written.back()));
+        written.pop_back();
+      }
+    }
+    try {
+      make(u, &text);
+    } catch (...) {
+      errors[u] = std::current_exception();
+      failed.store(true);
+    }
+    std::lock_guard<std::mutex> lock(mutex);
+    made[u].emplace(std::move(text));
+    made_one.notify_all();
+  };
+  auto help = [&] {
+    for (int u = next.fetch_add(1); u < count; u = next.fetch_add(1)) {
+      if (!failed.load()) make_one(u);
+      else {
+        std::lock_guard<std::mutex> lock(mutex);
+        made[u].emplace();
+        made_one.notify_all();
+      }
+    }
+  };
+  std::vector<std::thread> helpers;
+  helpers.reserve(threads - 1);
+  for (int t = 1; t < threads; ++t) {
+    try {
+      helpers.emplace_back(help);
+    } catch (const std::system_error&) {
+      break;  // no more threads to be had: the ones running share the work
+    }
+  }
+
+  // The calling thread makes units too, and writes what is ready in order
+  // between them.
+  std::exception_ptr write_error;
+  int flushed = 0;
+  auto flush = [&](bool wait) {
+    std::unique_lock<std::mutex> lock(mutex);
+    while (flushed < count) {
+      if (!made[flushed]) {
+        if (!wait) return;
+        made_one.wait(lock, [&] { return made[flushed].has_value(); });
+      }
+      TextPieces text = std::move(*made[flushed]);
+      made[flushed].reset();
+      ++flushed;
+      lock.unlock();
+      if (!failed.load()) {
+        try {
+          write(&text);
+        } catch (...) {
+          write_error = std::current_exception();
+          failed.store(true);
+        }
+      }
+      lock.lock();
+      written.push_back(std::move(text));
+    }
+  };
+  for (int u = next.fetch_add(1); u < count; u = next.fetch_add(1)) {
+    if (!failed.load()) {
+      make_one(u);
+    } else {
+      std::lock_guard<std::mutex> lock(mutex);
+      made[u].emplace();
+    }
+    flush(false);
+  }
+  flush(true);
+  for (std::thread& helper : helpers) helper.join();
+  for (std::exception_ptr& error : errors) {
+    if (error) std::rethrow_exception(error);
+  }
+  if (write_error) std::rethrow_exception(write_error);
 }
 
 bool PiecesOutput::Next(void** data, int* size) {

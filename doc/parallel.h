@@ -23,6 +23,16 @@ int ThreadCount(int requested);
 // index that threw is rethrown once all threads have stopped.
 void ForEachIndex(int count, int threads, const std::function<void(int)>& work);
 
+// Makes `count` units of text, make(u, &text) for each, on up to `threads`
+// threads (the calling one included), and hands each to `write` on the
+// calling thread, in order, as soon as it and all before it are made.
+// Whatever blocks `write` leaves in a unit are filled again by later
+// units, so that a long output is written through memory already in use.
+// When anything throws, the rest is skipped and the exception of the
+// lowest unit that threw (or of `write`) is rethrown once all have stopped.
+void StreamUnits(int count, int threads, std::size_t first_block_size,
+                 const std::function<void(int, TextPieces*)>& make, const std::function<void(TextPieces*)>& write);
+
 // The first block of each share of a large output printed apart: a huge
 // page, and no small blocks on the way to it.
 constexpr std::size_t kShareBlockSize = 2 * 1024 * 1024;

@@ -57,17 +57,21 @@ TextPieces::~TextPieces() { Release(); }
 
 void TextPieces::Release() {
   for (const auto& [start, size] : blocks_) DeleteBlock(start, size);
+  for (const auto& [start, size] : spare_) DeleteBlock(start, size);
   blocks_.clear();
+  spare_.clear();
 }
 
 TextPieces::TextPieces(TextPieces&& other) noexcept
     : blocks_(std::move(other.blocks_)),
+      spare_(std::move(other.spare_)),
       pieces_(std::move(other.pieces_)),
       size_(other.size_),
       next_block_size_(other.next_block_size_),
       room_(other.room_),
       room_size_(other.room_size_) {
   other.blocks_.clear();
+  other.spare_.clear();
   other.pieces_.clear();
   other.size_ = 0;
   other.next_block_size_ = kFirstBlockSize;
@@ -79,6 +83,7 @@ TextPieces& TextPieces::operator=(TextPieces&& other) noexcept {
   if (this != &other) {
     TextPieces moved(std::move(other));
     std::swap(blocks_, moved.blocks_);
+    std::swap(spare_, moved.spare_);
     std::swap(pieces_, moved.pieces_);
     std::swap(size_, moved.size_);
     std::swap(next_block_size_, moved.next_block_size_);
@@ -108,12 +113,17 @@ void TextPieces::Extend(const char* start, std::size_t length) {
 
 char* TextPieces::Grab(std::size_t at_least, std::size_t* size) {
   if (room_size_ < at_least || room_size_ == 0) {
-    const std::size_t block_size = std::max(next_block_size_, at_least);
-    next_block_size_ = std::min(next_block_size_ * 2, kLargestBlockSize);
     blocks_.reserve(blocks_.size() + 1);
-    blocks_.emplace_back(NewBlock(block_size), block_size);
+    if (!spare_.empty() && spare_.back().second >= at_least) {
+      blocks_.push_back(spare_.back());
+      spare_.pop_back();
+    } else {
+      const std::size_t block_size = std::max(next_block_size_, at_least);
+      next_block_size_ = std::min(next_block_size_ * 2, kLargestBlockSize);
+      blocks_.emplace_back(NewBlock(block_size), block_size);
+    }
     room_ = blocks_.back().first;
-    room_size_ = block_size;
+    room_size_ = blocks_.back().second;
   }
   char* start = room_;
   *size = room_size_;
@@ -147,6 +157,19 @@ void TextPieces::Append(std::string_view text) {
     room_size_ -= n;
     text.remove_prefix(n);
   }
+}
+
+void TextPieces::Reuse(TextPieces&& written) {
+  if (&written == this) return;
+  spare_.reserve(spare_.size() + written.blocks_.size() + written.spare_.size());
+  spare_.insert(spare_.end(), written.spare_.begin(), written.spare_.end());
+  spare_.insert(spare_.end(), written.blocks_.begin(), written.blocks_.end());
+  written.blocks_.clear();
+  written.spare_.clear();
+  written.pieces_.clear();
+  written.size_ = 0;
+  written.room_ = nullptr;
+  written.room_size_ = 0;
 }
 
 void TextPieces::Append(TextPieces&& other) {

@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <google/protobuf/descriptor.h>
@@ -360,6 +361,49 @@ TEST(JsonPiecesTest, SameAsOneDumpForAnyIndentAndThreads) {
       }
     }
   }
+}
+
+TEST(JsonPiecesTest, WrittenAsItIsMadeInOrder) {
+  ConfigData config;
+  SampleConfig({3000, 2}, &config);
+  ConfigData small;
+  small.set_gcuno("x");
+  for (const ConfigData* record : {&config, &small}) {
+    for (int threads : {1, 2, 3}) {
+      JsonCodec codec;
+      codec.set_threads(threads);
+      std::string written;
+      int calls = 0;
+      // The pieces are valid during the call only: copied at once.
+      codec.WriteJson(*record, [&](const std::vector<std::string_view>& pieces) {
+        ++calls;
+        for (std::string_view piece : pieces) written.append(piece.data(), piece.size());
+      });
+      EXPECT_TRUE(written == codec.ToJson(*record).dump(2)) << threads;
+      if (record == &config) EXPECT_GT(calls, 4) << threads;
+    }
+  }
+  // A record the walk leaves to the runtime is written whole, the same.
+  ConfigData bad;
+  bad.add_inputs()->set_alias("bad \xC3");
+  std::string written;
+  std::string error;
+  try {
+    JsonCodec().WriteJson(bad, [&](const std::vector<std::string_view>& pieces) {
+      for (std::string_view piece : pieces) written.append(piece.data(), piece.size());
+    });
+  } catch (const std::exception& e) {
+    error = e.what();
+  }
+  std::string expected;
+  std::string expected_error;
+  try {
+    expected = Codec(JsonCodec::Engine::kRuntime).ToJsonText(bad);
+  } catch (const std::exception& e) {
+    expected_error = e.what();
+  }
+  EXPECT_EQ(written, expected);
+  EXPECT_EQ(error, expected_error);
 }
 
 TEST(JsonPiecesTest, LargeListsAreWrittenInManyPieces) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <google/protobuf/arena.h>
@@ -95,6 +96,36 @@ TEST(PrintTextTest, OtherRecordsAndSmallOnes) {
   EXPECT_EQ(PrintText(&small, 2).ToString(), ToText(small));
   ConfigData empty;
   EXPECT_EQ(PrintText(&empty, 2).ToString(), "");
+}
+
+TEST(PrintTextTest, WrittenAsItIsMadeInOrder) {
+  ConfigData doc = BigConfig();
+  const std::string expected = ToText(doc);
+  for (int threads : {1, 2, 3}) {
+    std::string written;
+    int calls = 0;
+    // The pieces are valid during the call only: copied at once.
+    PrintText(
+        &doc,
+        [&](const std::vector<std::string_view>& pieces) {
+          ++calls;
+          for (std::string_view piece : pieces) written.append(piece.data(), piece.size());
+        },
+        threads);
+    EXPECT_TRUE(written == expected) << threads;
+    EXPECT_GT(calls, 4) << threads;
+  }
+}
+
+TEST(TextPiecesTest, ReusedBlocksHoldNewText) {
+  TextPieces first(64);
+  first.Append(std::string(1000, 'a'));
+  TextPieces second(64);
+  second.Reuse(std::move(first));
+  EXPECT_EQ(first.size(), 0u);
+  second.Append(std::string(500, 'b'));
+  second.Append(std::string(700, 'c'));
+  EXPECT_EQ(second.ToString(), std::string(500, 'b') + std::string(700, 'c'));
 }
 
 TEST(TextPiecesTest, AppendsCopiesAndMovesInOrder) {

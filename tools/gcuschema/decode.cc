@@ -2,6 +2,8 @@
 // protobuf text format.
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <gcuschema/doc/binary.h>
 #include <gcuschema/doc/json.h>
@@ -31,15 +33,17 @@ int RunDecode(const DecodeArguments& args) {
 
   const Input input = ReadInput(args.input);
   const std::unique_ptr<Document> document = ParseDocument(input, type, args.threads);
+  // Written out as it is made: a large document's text is never held whole.
+  Output output(args.output);
+  const doc::TextWriter write = [&output](const std::vector<std::string_view>& pieces) { output.Write(pieces); };
   if (args.format == "text") {
-    const doc::TextPieces text = doc::PrintText(document->record(), args.threads);
-    WriteOutput(args.output, text.pieces());
-    return 0;
+    doc::PrintText(document->record(), write, args.threads);
+  } else {
+    codec.set_threads(args.threads);
+    codec.WriteJson(*document->record(), write, !args.no_expand);
+    output.Write({"\n"});
   }
-  codec.set_threads(args.threads);
-  doc::TextPieces text = codec.ToJsonPieces(*document->record(), !args.no_expand);
-  text.Append("\n");
-  WriteOutput(args.output, text.pieces());
+  output.Commit();
   return 0;
 }
 

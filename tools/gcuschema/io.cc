@@ -124,59 +124,6 @@ mode_t OutputMode(const std::string& path) {
   return 0666 & ~mask;
 }
 
-void WriteToSpecialFile(const std::string& path, const std::vector<std::string_view>& data) {
-  int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-  if (fd < 0) throw Failure(path, "", fmt::format("cannot open: {}", ErrnoText(errno)));
-  try {
-    WriteAll(fd, data, path);
-  } catch (...) {
-    ::close(fd);
-    throw;
-  }
-  if (::close(fd) != 0) throw Failure(path, "", fmt::format("cannot write: {}", ErrnoText(errno)));
-}
-
-// `path` is where the bytes go, `name` what the user called it (they differ
-// through a symbolic link).
-void WriteFileAtomically(const std::string& path, const std::vector<std::string_view>& data,
-                         const std::string& name) {
-  std::string::size_type slash = path.rfind('/');
-  std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
-  if (base.empty()) throw Failure(name, "", "is a directory; give a file name to -o");
-  std::string temporary = (slash == std::string::npos ? std::string() : directory) + "." +
-                          base + ".gcuschema-XXXXXX";
-
-  int fd = ::mkstemp(temporary.data());
-  if (fd < 0) {
-    throw Failure(name, "",
-                  fmt::format("cannot create a temporary file in {}: {}", directory,
-                              ErrnoText(errno)));
-  }
-  GuardTemporary(temporary);
-  try {
-    if (::fchmod(fd, OutputMode(path)) != 0) {
-      throw Failure(name, "", fmt::format("cannot set permissions: {}", ErrnoText(errno)));
-    }
-    WriteAll(fd, data, name);
-    if (::fsync(fd) != 0) {
-      throw Failure(name, "", fmt::format("cannot write: {}", ErrnoText(errno)));
-    }
-    int closed = ::close(fd);
-    fd = -1;
-    if (closed != 0) throw Failure(name, "", fmt::format("cannot write: {}", ErrnoText(errno)));
-    if (::rename(temporary.c_str(), path.c_str()) != 0) {
-      throw Failure(name, "", fmt::format("cannot replace: {}", ErrnoText(errno)));
-    }
-  } catch (...) {
-    if (fd >= 0) ::close(fd);
-    ::unlink(temporary.c_str());
-    ReleaseTemporary();
-    throw;
-  }
-  ReleaseTemporary();
-}
-
 }  // namespace
 
 bool IsStandardStream(const std::string& path) { return path.empty() || path == "-"; }
@@ -244,33 +191,90 @@ void RefuseOverwritingInputs(const std::string& output_path,
 
 Mapping::~Mapping() { ::munmap(start_, size_); }
 
-void WriteOutput(const std::string& path, std::string_view data) {
-  WriteOutput(path, std::vector<std::string_view>{data});
-}
-
-void WriteOutput(const std::string& path, const std::vector<std::string_view>& data) {
+Output::Output(const std::string& path) : name_(path) {
   if (IsStandardStream(path)) {
-    WriteAll(STDOUT_FILENO, data, "<stdout>");
+    name_ = "<stdout>";
+    fd_ = STDOUT_FILENO;
     return;
   }
+  std::string target = path;
   struct stat st {};
   if (::stat(path.c_str(), &st) == 0) {
     if (S_ISDIR(st.st_mode)) throw Failure(path, "", "is a directory; give a file name to -o");
     if (!S_ISREG(st.st_mode)) {
       // A device or a pipe (-o /dev/null, a FIFO): written to as it is,
       // never replaced by a regular file.
-      WriteToSpecialFile(path, data);
+      fd_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+      if (fd_ < 0) throw Failure(path, "", fmt::format("cannot open: {}", ErrnoText(errno)));
+      owned_ = true;
       return;
     }
     // Through a symbolic link: replace the file it points to, keep the link.
-    if (char* target = ::realpath(path.c_str(), nullptr)) {
-      std::string resolved = target;
-      std::free(target);
-      WriteFileAtomically(resolved, data, path);
-      return;
+    if (char* resolved = ::realpath(path.c_str(), nullptr)) {
+      target = resolved;
+      std::free(resolved);
     }
   }
-  WriteFileAtomically(path, data, path);
+  std::string::size_type slash = target.rfind('/');
+  std::string directory = slash == std::string::npos ? "." : target.substr(0, slash + 1);
+  std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
+  if (base.empty()) throw Failure(path, "", "is a directory; give a file name to -o");
+  std::string temporary = (slash == std::string::npos ? std::string() : directory) + "." + base +
+                          ".gcuschema-XXXXXX";
+  fd_ = ::mkstemp(temporary.data());
+  if (fd_ < 0) {
+    throw Failure(path, "",
+                  fmt::format("cannot create a temporary file in {}: {}", directory, ErrnoText(errno)));
+  }
+  owned_ = true;
+  target_ = target;
+  temporary_ = temporary;
+  GuardTemporary(temporary_);
+  if (::fchmod(fd_, OutputMode(target_)) != 0) {
+    const int error = errno;
+    Discard();
+    throw Failure(path, "", fmt::format("cannot set permissions: {}", ErrnoText(error)));
+  }
+}
+
+Output::~Output() { Discard(); }
+
+void Output::Discard() {
+  if (owned_ && fd_ >= 0) ::close(fd_);
+  fd_ = -1;
+  if (!temporary_.empty()) {
+    ::unlink(temporary_.c_str());
+    ReleaseTemporary();
+    temporary_.clear();
+  }
+}
+
+void Output::Write(const std::vector<std::string_view>& pieces) { WriteAll(fd_, pieces, name_); }
+
+void Output::Commit() {
+  if (!owned_) return;
+  if (!temporary_.empty() && ::fsync(fd_) != 0) {
+    throw Failure(name_, "", fmt::format("cannot write: {}", ErrnoText(errno)));
+  }
+  const int closed = ::close(fd_);
+  fd_ = -1;
+  if (closed != 0) throw Failure(name_, "", fmt::format("cannot write: {}", ErrnoText(errno)));
+  if (temporary_.empty()) return;
+  if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
+    throw Failure(name_, "", fmt::format("cannot replace: {}", ErrnoText(errno)));
+  }
+  ReleaseTemporary();
+  temporary_.clear();
+}
+
+void WriteOutput(const std::string& path, std::string_view data) {
+  WriteOutput(path, std::vector<std::string_view>{data});
+}
+
+void WriteOutput(const std::string& path, const std::vector<std::string_view>& data) {
+  Output output(path);
+  output.Write(data);
+  output.Commit();
 }
 
 }  // namespace gcuschema::tool

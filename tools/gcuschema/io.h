@@ -52,6 +52,33 @@ void RefuseBinaryToTerminal(const std::string& output_path);
 void RefuseOverwritingInputs(const std::string& output_path,
                              const std::vector<std::string>& input_paths);
 
+// Where a result goes, written in parts as it is made: standard output
+// ("" or "-"); a device or a pipe (-o /dev/null), written to in place; or a
+// regular file, written to a temporary file in the same directory and
+// renamed over it by Commit() (through a symbolic link, the file it points
+// to is replaced and the link kept). Destroyed without Commit(), or
+// interrupted, it removes the temporary file and replaces nothing. Throws
+// Failure naming the file.
+class Output {
+ public:
+  explicit Output(const std::string& path);
+  ~Output();
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  void Write(const std::vector<std::string_view>& pieces);
+  void Commit();
+
+ private:
+  void Discard();
+
+  std::string name_;       // as the user gave it, or "<stdout>"
+  std::string target_;     // the regular file replaced
+  std::string temporary_;  // written in its place until Commit()
+  int fd_ = -1;
+  bool owned_ = false;  // opened here, closed here
+};
+
 // Writes `data` to standard output ("" or "-"), or to a file: first to a
 // temporary file in the same directory, renamed over `path` only once it is
 // complete, so that a failed run leaves no partial file behind (through a

@@ -2,6 +2,7 @@
 #define GCUSCHEMA_DOC_BINARY_H
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -49,6 +50,10 @@ class GCUSCHEMA_DOC_API TextPieces {
   void Append(std::string_view text);
   // Appends `other`'s pieces, taking its blocks over (nothing is copied).
   void Append(TextPieces&& other);
+  // Takes over the blocks of `written`, whose text is no longer needed, to
+  // fill before allocating new ones: memory already in use is much cheaper
+  // to write than fresh memory, which the system must first clear.
+  void Reuse(TextPieces&& written);
 
   // For writers filling memory in place: room at the end, `*size` bytes
   // (at least `at_least`) counted as written; Unwrite(n) takes back the
@@ -61,6 +66,7 @@ class GCUSCHEMA_DOC_API TextPieces {
   void Release();
 
   std::vector<std::pair<char*, std::size_t>> blocks_;  // start, size
+  std::vector<std::pair<char*, std::size_t>> spare_;   // to fill before allocating
   std::vector<std::string_view> pieces_;
   std::size_t size_ = 0;
   std::size_t next_block_size_;
@@ -78,6 +84,14 @@ class GCUSCHEMA_DOC_API TextPieces {
 // returns: the record must not be used by anyone else meanwhile, and its
 // elements stay the same objects.
 GCUSCHEMA_DOC_API TextPieces PrintText(google::protobuf::Message* record, int threads = 0);
+
+// Where a long output goes as it is made: called in order with consecutive
+// stretches of it, the pieces valid during the call only.
+using TextWriter = std::function<void(const std::vector<std::string_view>& pieces)>;
+
+// PrintText handing the text to `write` as it is made, through memory that
+// is filled again once written (never all of it at once).
+GCUSCHEMA_DOC_API void PrintText(google::protobuf::Message* record, const TextWriter& write, int threads = 0);
 
 // FromText on up to `threads` threads: the same record, or the same Error.
 GCUSCHEMA_DOC_API void FromText(std::string_view text, google::protobuf::Message* record, int threads);

@@ -40,6 +40,10 @@ class GCUSCHEMA_DOC_API JsonCodec {
   // threads() threads.
   TextPieces ToJsonPieces(const google::protobuf::Message& record, bool expand = true,
                           int indent = 2) const;
+  // ToJsonText handed to `write` as it is made, through memory that is
+  // filled again once written (never all of it at once).
+  void WriteJson(const google::protobuf::Message& record, const TextWriter& write, bool expand = true,
+                 int indent = 2) const;
 
   // How many threads large documents are worked on with (0: one per core,
   // the default; 1: the calling thread only). The results never depend on it.
