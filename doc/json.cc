@@ -1459,23 +1459,47 @@ class WalkCheck {
     return unchecked;
   }
 
-  static bool TextIsUtf8(const pb::Message& record) {
+  // The fields of a type that hold text, or records that may (text fields
+  // first), worked out once per type.
+  const std::vector<const FieldDescriptor*>& TextPaths(const pb::Descriptor* type) {
+    auto found = text_paths_.find(type);
+    if (found != text_paths_.end()) return found->second;
+    text_paths_[type];  // a type reached again through itself ends the descent
+    std::vector<const FieldDescriptor*> paths;
+    for (int i = 0; i < type->field_count(); ++i) {
+      if (type->field(i)->type() == FieldDescriptor::TYPE_STRING) paths.push_back(type->field(i));
+    }
+    for (int i = 0; i < type->field_count(); ++i) {
+      const FieldDescriptor* field = type->field(i);
+      if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE &&
+          (field->message_type() == type || !TextPaths(field->message_type()).empty())) {
+        paths.push_back(field);
+      }
+    }
+    return text_paths_[type] = std::move(paths);
+  }
+
+  bool TextIsUtf8(const pb::Message& record) {
     const pb::Reflection* reflection = record.GetReflection();
-    std::vector<const FieldDescriptor*> fields;
-    reflection->ListFields(record, &fields);
-    for (const FieldDescriptor* field : fields) {
+    for (const FieldDescriptor* field : TextPaths(record.GetDescriptor())) {
       const bool text = field->type() == FieldDescriptor::TYPE_STRING;
-      if (!text && field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE) continue;
-      const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 1;
+      if (!field->is_repeated()) {
+        if (text) {
+          std::string scratch;
+          const std::string& value = reflection->GetStringReference(record, field, &scratch);
+          if (!pb::internal::IsStructurallyValidUTF8(value.data(), static_cast<int>(value.size()))) return false;
+        } else if (reflection->HasField(record, field) && !TextIsUtf8(reflection->GetMessage(record, field))) {
+          return false;
+        }
+        continue;
+      }
+      const int count = reflection->FieldSize(record, field);
       for (int j = 0; j < count; ++j) {
         if (text) {
           std::string scratch;
-          const std::string& value = field->is_repeated()
-                                         ? reflection->GetRepeatedStringReference(record, field, j, &scratch)
-                                         : reflection->GetStringReference(record, field, &scratch);
+          const std::string& value = reflection->GetRepeatedStringReference(record, field, j, &scratch);
           if (!pb::internal::IsStructurallyValidUTF8(value.data(), static_cast<int>(value.size()))) return false;
-        } else if (!TextIsUtf8(field->is_repeated() ? reflection->GetRepeatedMessage(record, field, j)
-                                                    : reflection->GetMessage(record, field))) {
+        } else if (!TextIsUtf8(reflection->GetRepeatedMessage(record, field, j))) {
           return false;
         }
       }
@@ -1486,6 +1510,7 @@ class WalkCheck {
   std::vector<const pb::Descriptor*> settings_;
   WalkableTypes walkable_;
   std::unordered_map<const pb::Descriptor*, bool> unchecked_;
+  std::unordered_map<const pb::Descriptor*, std::vector<const FieldDescriptor*>> text_paths_;
 };
 
 }  // namespace
