@@ -18,6 +18,7 @@
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
 #include <gcuschema/MapConfig.pb.h>
+#include <gcuschema/PhonicWheelConfiguration.pb.h>
 #include <gcuschema/doc/error.h>
 #include <gcuschema/doc/records.h>
 #include <gcuschema/doc/samples.h>
@@ -106,18 +107,20 @@ TEST(JsonReadTest, FloatsAndDoublesOfEveryKind) {
     z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
     return z ^ (z >> 31);
   };
-  Map3D table;
+  PhonicWheelConfiguration wheel;
   for (int i = 0; i < 3000; ++i) {
     const auto bits = static_cast<std::uint32_t>(next());
     float value;
     std::memcpy(&value, &bits, sizeof value);
     if (std::isnan(value)) continue;
-    table.add_values(value);
+    wheel.add_referencebpvoltage(value);
   }
-  for (float value : {0.1f, -0.0f, 3.4028235e38f, 1e-45f, 16777217.0f, 1e6f, 999999.5f}) table.add_values(value);
+  for (float value : {0.1f, -0.0f, 3.4028235e38f, 1e-45f, 16777217.0f, 1e6f, 999999.5f}) {
+    wheel.add_referencebpvoltage(value);
+  }
   ConfigData doc;
-  doc.add_maps()->set_type(Map::Interpolated3dMap);
-  doc.mutable_maps(0)->set_config(test::Encode(table));
+  doc.add_inputs()->set_type(Input::PhonicWheelInput);
+  doc.mutable_inputs(0)->set_config(test::Encode(wheel));
   for (int i = 0; i < 2000; ++i) {
     const std::uint64_t bits = next();
     double value;
@@ -137,6 +140,8 @@ TEST(JsonReadTest, FloatsAndDoublesOfEveryKind) {
     ExpectSameRead("{\"estimationData\": [{\"yMaxSaturation\": " + n + ", \"thetaValues\": [" + n + "]}]}");
     ExpectSameRead("{\"maps\": [{\"type\": \"Interpolated3dMap\", \"config\": {\"@type\": \"Map3D\", \"values\": [" + n +
                    "]}}]}");
+    ExpectSameRead("{\"inputs\": [{\"type\": \"PhonicWheelInput\", \"config\": {\"@type\": \"PhonicWheelConfiguration\", "
+                   "\"referenceBpVoltage\": [" + n + "]}}]}");
   }
 }
 
