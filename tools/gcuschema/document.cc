@@ -95,6 +95,18 @@ void AddThreadsOption(CLI::App* command, int* threads) {
       ->capture_default_str();
 }
 
+doc::TextPieces EncodeLarge(const google::protobuf::Message& record) {
+  const std::size_t size = record.ByteSizeLong();
+  doc::TextPieces out(size);
+  if (size == 0) return out;
+  std::size_t room;
+  auto* start = reinterpret_cast<std::uint8_t*>(out.Grab(size, &room));
+  // The sizes ByteSizeLong() just worked out are the ones written with.
+  record.SerializeWithCachedSizesToArray(start);
+  out.Unwrite(room - size);
+  return out;
+}
+
 std::string Encode(const google::protobuf::Message& record) {
   // Partial: a record of the library has no required fields, and nothing a
   // document holds should stop it from being written back.

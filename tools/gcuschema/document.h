@@ -9,6 +9,8 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
+#include <gcuschema/doc/binary.h>
+
 #include "io.h"
 
 namespace gcuschema::tool {
@@ -47,6 +49,9 @@ void AddThreadsOption(CLI::App* command, int* threads);
 // The record's wire encoding, fields in ascending number as the runtime
 // writes them.
 std::string Encode(const google::protobuf::Message& record);
+// The same for a large record, written in place into memory offered for
+// huge pages (no string cleared first, no small pages faulted in).
+doc::TextPieces EncodeLarge(const google::protobuf::Message& record);
 
 }  // namespace gcuschema::tool
 

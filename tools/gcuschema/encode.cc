@@ -42,7 +42,7 @@ int RunEncode(const EncodeArguments& args) {
   } catch (const doc::Error& e) {
     throw Failure(input.name, e.where(), e.message());
   }
-  WriteOutput(args.output, Encode(*document.record()));
+  WriteOutput(args.output, EncodeLarge(*document.record()).pieces());
   return 0;
 }
 
