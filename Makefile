@@ -78,11 +78,14 @@ test-asan: $(ASAN_DIR)/build.ninja
 	  ctest --output-on-failure -j $(JOBS) \
 	    -E '^(HostBuild\.OnlyIncludeAndLibraryFlags|Package\.FindPackageConsumer|Package\.PkgConfigConsumer)$$'
 
-# The concurrency tests, each in a fresh process, under ThreadSanitizer.
+# The concurrency tests, each in a fresh process, and the companion library's
+# suite (its codec and the tool it runs work on several threads), under
+# ThreadSanitizer.
+TSAN_ENV = TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$(CURDIR)/tests/concurrency/tsan.supp"
 test-tsan: $(TSAN_DIR)/build.ninja
-	cmake --build $(TSAN_DIR) -j $(JOBS) --target gcuschema_concurrency_tests
-	cd $(TSAN_DIR) && TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$(CURDIR)/tests/concurrency/tsan.supp" \
-	  ctest --output-on-failure -j $(JOBS) -L concurrency
+	cmake --build $(TSAN_DIR) -j $(JOBS) --target gcuschema_concurrency_tests gcuschema_doc_tests
+	cd $(TSAN_DIR) && $(TSAN_ENV) ctest --output-on-failure -j $(JOBS) -L concurrency
+	cd $(TSAN_DIR) && $(TSAN_ENV) tests/gcuschema_doc_tests --gtest_brief=1
 
 # Each fuzz target in turn for FUZZ_SECONDS, from the committed seeds.
 fuzz: $(FUZZ_DIR)/build.ninja
