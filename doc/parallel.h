@@ -11,6 +11,7 @@
 #include <google/protobuf/message.h>
 
 #include <gcuschema/doc/binary.h>
+#include <gcuschema/doc/memory.h>
 
 namespace gcuschema::doc::internal {
 
@@ -35,7 +36,7 @@ void StreamUnits(int count, int threads, std::size_t first_block_size,
 
 // The first block of each share of a large output printed apart: a huge
 // page, and no small blocks on the way to it.
-constexpr std::size_t kShareBlockSize = 2 * 1024 * 1024;
+constexpr std::size_t kShareBlockSize = kLargeBlockSize;
 
 // A protobuf output stream that writes into TextPieces.
 class PiecesOutput : public google::protobuf::io::ZeroCopyOutputStream {

@@ -1,6 +1,5 @@
 #include <gcuschema/doc/binary.h>
-
-#include <sys/mman.h>
+#include <gcuschema/doc/memory.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -15,38 +14,15 @@ namespace {
 // allocating them is negligible beside filling them.
 constexpr std::size_t kFirstBlockSize = 16 * 1024;
 constexpr std::size_t kLargestBlockSize = 4 * 1024 * 1024;
-// Blocks from this size on are mapped for themselves and offered to the
-// kernel for huge pages: a large output then costs a few page faults
-// instead of one per 4 KiB.
-constexpr std::size_t kMappedBlockSize = 2 * 1024 * 1024;
-
-// A mapping of `size` bytes starting on a huge page boundary (only whole,
-// aligned 2 MiB stretches can be huge pages), offered for huge pages.
-char* MapBlock(std::size_t size) {
-  const std::size_t spare = kMappedBlockSize;
-  void* start = ::mmap(nullptr, size + spare, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (start == MAP_FAILED) throw std::bad_alloc();
-  const auto address = reinterpret_cast<std::uintptr_t>(start);
-  const std::uintptr_t aligned = (address + spare - 1) & ~(spare - 1);
-  if (aligned > address) ::munmap(start, aligned - address);
-  if (address + spare > aligned) ::munmap(reinterpret_cast<void*>(aligned + size), address + spare - aligned);
-  ::madvise(reinterpret_cast<void*>(aligned), size, MADV_HUGEPAGE);
-  return reinterpret_cast<char*>(aligned);
-}
 
 char* NewBlock(std::size_t size) {
-  if (size >= kMappedBlockSize) return MapBlock(size);
   // Uninitialized: every byte handed out is written before it is read.
-  return new char[size];
+  void* block = AllocateBlock(size);
+  if (block == nullptr) throw std::bad_alloc();
+  return static_cast<char*>(block);
 }
 
-void DeleteBlock(char* start, std::size_t size) {
-  if (size >= kMappedBlockSize) {
-    ::munmap(start, size);
-  } else {
-    delete[] start;
-  }
-}
+void DeleteBlock(char* start, std::size_t size) { FreeBlock(start, size); }
 
 }  // namespace
 
