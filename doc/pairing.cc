@@ -133,17 +133,17 @@ void PairingCatalogue::SetMapTable(const pb::Descriptor* record) {
   for (int i = 0; i < types->value_count(); ++i) Set(EntryKind::kMap, types->value(i)->number(), record);
 }
 
-void PairingCatalogue::Apply(std::string_view spec) {
-  const std::string where = "pairing \"" + std::string(spec) + "\"";
+void PairingCatalogue::Apply(std::string_view text) {
+  const std::string where = "pairing \"" + std::string(text) + "\"";
   const std::string form = "write KIND:CODE=RECORD, e.g. input:5=AdcSwitchConfiguration";
-  const size_t colon = spec.find(':');
-  const size_t equals = spec.find('=');
+  const size_t colon = text.find(':');
+  const size_t equals = text.find('=');
   if (colon == std::string_view::npos || equals == std::string_view::npos || equals < colon) {
     throw Error(where, "expected KIND:CODE=RECORD; " + form);
   }
-  const std::string_view kind_text = Trim(spec.substr(0, colon));
-  const std::string_view code_text = Trim(spec.substr(colon + 1, equals - colon - 1));
-  const std::string_view record_text = Trim(spec.substr(equals + 1));
+  const std::string_view kind_text = Trim(text.substr(0, colon));
+  const std::string_view code_text = Trim(text.substr(colon + 1, equals - colon - 1));
+  const std::string_view record_text = Trim(text.substr(equals + 1));
 
   const KindInfo* kind = nullptr;
   for (const KindInfo& info : kKinds) {

@@ -130,15 +130,15 @@ TEST(PairingTest, ApplyTakesNumbersAndValueNames) {
   EXPECT_EQ(catalogue.Find(EntryKind::kInput, 5), nullptr);
 }
 
-std::string ApplyError(const std::string& spec) {
+std::string ApplyError(const std::string& text) {
   PairingCatalogue catalogue;
   try {
-    catalogue.Apply(spec);
+    catalogue.Apply(text);
   } catch (const Error& e) {
-    EXPECT_NE(e.where().find(spec), std::string::npos) << e.what();
+    EXPECT_NE(e.where().find(text), std::string::npos) << e.what();
     return e.message();
   }
-  ADD_FAILURE() << "no error for " << spec;
+  ADD_FAILURE() << "no error for " << text;
   return "";
 }
 

@@ -51,7 +51,7 @@ class GCUSCHEMA_DOC_API PairingCatalogue {
   // driver, handler; the code is a number or a value name of the entry's
   // Type enumeration; an empty record name removes the pairing).
   // Throws Error saying what is wrong with the text.
-  void Apply(std::string_view spec);
+  void Apply(std::string_view text);
 
   const std::map<std::pair<EntryKind, int>, const google::protobuf::Descriptor*>& entries() const {
     return pairs_;
