@@ -12,6 +12,7 @@
 
 #include <gcuschema/CalibrationData.pb.h>
 
+#include "support/runtime_log.h"
 #include "support/wire.h"
 
 namespace gcuschema::test {
@@ -229,20 +230,16 @@ TEST(CalibrationDataTest, FailedParseKeepsWhatWasMergedBeforeTheBadSerialNumber)
   EXPECT_EQ(Hex(calibration.serialno()), "FF");
 }
 
-std::string* g_logged = nullptr;
-void CaptureLog(google::protobuf::LogLevel, const char*, int, const std::string& message) {
-  if (g_logged != nullptr) *g_logged += message;
-}
-
 TEST(CalibrationDataTest, InvalidUtf8SerialNumberIsLoggedAndWrittenAnyway) {
   CalibrationData calibration;
   calibration.set_serialno(Bytes({0xFF}));
+  std::string bytes;
   std::string logged;
-  g_logged = &logged;
-  google::protobuf::LogHandler* previous = google::protobuf::SetLogHandler(&CaptureLog);
-  const std::string bytes = Encode(calibration);
-  google::protobuf::SetLogHandler(previous);
-  g_logged = nullptr;
+  {
+    LogCapture log;
+    bytes = Encode(calibration);
+    logged = log.Text();
+  }
   EXPECT_EQ(Hex(bytes), "CA 0C 01 FF");
   EXPECT_NE(logged.find("CalibrationData.serialNo"), std::string::npos) << logged;
 }

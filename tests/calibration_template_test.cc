@@ -18,6 +18,7 @@
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/CalibrationDataLimits.pb.h>
 
+#include "support/runtime_log.h"
 #include "support/wire.h"
 
 namespace gcuschema::test {
@@ -242,20 +243,16 @@ TEST(CalibrationTemplateTest, InvalidUtf8SerialNumberFailsTheParse) {
   EXPECT_FALSE(Parse(&tmpl, Bytes({0xCA, 0x0C, 0x01, 0xFF})));
 }
 
-std::string* g_logged = nullptr;
-void CaptureLog(google::protobuf::LogLevel, const char*, int, const std::string& message) {
-  if (g_logged != nullptr) *g_logged += message;
-}
-
 TEST(CalibrationTemplateTest, InvalidUtf8SerialNumberIsLoggedUnderTheTemplateName) {
   CalibrationTemplateData tmpl;
   tmpl.set_serialno(Bytes({0xFF}));
+  std::string bytes;
   std::string logged;
-  g_logged = &logged;
-  google::protobuf::LogHandler* previous = google::protobuf::SetLogHandler(&CaptureLog);
-  const std::string bytes = Encode(tmpl);
-  google::protobuf::SetLogHandler(previous);
-  g_logged = nullptr;
+  {
+    LogCapture log;
+    bytes = Encode(tmpl);
+    logged = log.Text();
+  }
   EXPECT_EQ(Hex(bytes), "CA 0C 01 FF");
   EXPECT_NE(logged.find("CalibrationTemplateData.serialNo"), std::string::npos) << logged;
 }

@@ -9,6 +9,7 @@
 
 #include <gcuschema/DeviceData.pb.h>
 
+#include "support/runtime_log.h"
 #include "support/wire.h"
 
 namespace gcuschema::test {
@@ -108,20 +109,16 @@ TEST(DeviceDataTest, BlockRunningPastTheEndOfInputFailsTheParse) {
 
 // An invalid serial number is still written; the runtime logs the field's
 // name. Captured here so that the name is the one the record registers.
-std::string* g_logged = nullptr;
-void CaptureLog(google::protobuf::LogLevel, const char*, int, const std::string& message) {
-  if (g_logged != nullptr) *g_logged += message;
-}
-
 TEST(DeviceDataTest, InvalidUtf8InSerialNumberIsLoggedAndWrittenAnyway) {
   DeviceData image;
   image.set_gcuserialno(Bytes({0xC0}));
+  std::string bytes;
   std::string logged;
-  g_logged = &logged;
-  google::protobuf::LogHandler* previous = google::protobuf::SetLogHandler(&CaptureLog);
-  std::string bytes = Encode(image);
-  google::protobuf::SetLogHandler(previous);
-  g_logged = nullptr;
+  {
+    LogCapture log;
+    bytes = Encode(image);
+    logged = log.Text();
+  }
   EXPECT_EQ(Hex(bytes), "12 01 C0");
   EXPECT_NE(logged.find("DeviceData.gcuSerialNo"), std::string::npos) << logged;
 }

@@ -24,6 +24,7 @@
 
 #include "support/populate.h"
 #include "support/schema_files.h"
+#include "support/runtime_log.h"
 #include "support/wire.h"
 
 namespace gcuschema::test {
@@ -109,33 +110,6 @@ void ExpectFailsCleanly(Message* record, const std::string& bytes, const std::st
   EXPECT_EQ(record->ByteSizeLong(), 0u) << context;
   EXPECT_TRUE(record->ParseFromString(std::string())) << context;
 }
-
-// Collects what the runtime logs (it names the field of a failed UTF-8
-// check) instead of letting it reach the test output.
-class LogCapture {
- public:
-  LogCapture() {
-    Messages().clear();
-    previous_ = google::protobuf::SetLogHandler(&Handle);
-  }
-  ~LogCapture() { google::protobuf::SetLogHandler(previous_); }
-  static std::vector<std::string>& Messages() {
-    static std::vector<std::string> messages;
-    return messages;
-  }
-  bool Mentions(const std::string& text) const {
-    for (const std::string& m : Messages()) {
-      if (m.find(text) != std::string::npos) return true;
-    }
-    return false;
-  }
-
- private:
-  static void Handle(google::protobuf::LogLevel, const char*, int, const std::string& message) {
-    Messages().push_back(message);
-  }
-  google::protobuf::LogHandler* previous_;
-};
 
 // A configuration document as a host writes it: settings records encoded in
 // the entries' config, a linearization, every other field set.

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include <google/protobuf/message.h>
-#include <google/protobuf/stubs/logging.h>
 #include <gtest/gtest.h>
 
 #include <gcuschema/doc/binary.h>
@@ -18,6 +17,7 @@
 #include <gcuschema/doc/records.h>
 
 #include "support/process.h"
+#include "support/runtime_log.h"
 #include "support/tool_scratch.h"
 
 namespace gcuschema::test {
@@ -27,17 +27,6 @@ using google::protobuf::Message;
 
 const char* const kDocumentTypes[] = {"ConfigData", "DeviceData", "CalibrationData",
                                       "CalibrationTemplateData"};
-
-// Keeps the runtime's UTF-8 complaints about flipped string bytes out of
-// the test output.
-class QuietRuntimeLog {
- public:
-  QuietRuntimeLog() : previous_(google::protobuf::SetLogHandler(nullptr)) {}
-  ~QuietRuntimeLog() { google::protobuf::SetLogHandler(previous_); }
-
- private:
-  google::protobuf::LogHandler* previous_;
-};
 
 // Parses with the runtime and with doc::ParseBinary; they must agree, and a
 // refusal must say something. Returns whether the bytes parse.
@@ -103,7 +92,7 @@ TEST_P(MalformedDocumentTest, EveryPrefixParsesAlikeAndRoundTripsWhenItParses) {
 TEST_P(MalformedDocumentTest, EverySingleBitFlipParsesAlikeAndRoundTripsWhenItParses) {
   const std::string bytes = Sample();
   const doc::JsonCodec codec;
-  QuietRuntimeLog quiet;
+  LogCapture quiet;  // the runtime's UTF-8 complaints about flipped string bytes
   std::unique_ptr<Message> record = NewRecord();
   int parsed = 0, refused = 0;
   for (size_t i = 0; i < bytes.size(); ++i) {
