@@ -83,9 +83,9 @@ test-asan: $(ASAN_DIR)/build.ninja
 # ThreadSanitizer.
 TSAN_ENV = TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$(CURDIR)/tests/concurrency/tsan.supp"
 test-tsan: $(TSAN_DIR)/build.ninja
-	cmake --build $(TSAN_DIR) -j $(JOBS) --target gcuschema_concurrency_tests gcuschema_doc_tests
+	cmake --build $(TSAN_DIR) -j $(JOBS) --target gcuschema_concurrency_tests gcuschema_document_tests
 	cd $(TSAN_DIR) && $(TSAN_ENV) ctest --output-on-failure -j $(JOBS) -L concurrency
-	cd $(TSAN_DIR) && $(TSAN_ENV) tests/gcuschema_doc_tests --gtest_brief=1
+	cd $(TSAN_DIR) && $(TSAN_ENV) tests/gcuschema_document_tests --gtest_brief=1
 
 # Each fuzz target in turn for FUZZ_SECONDS, from the committed seeds.
 fuzz: $(FUZZ_DIR)/build.ninja

@@ -8,8 +8,8 @@
 
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
-#include <gcuschema/doc/pairing.h>
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/pairing.h>
+#include <gcuschema/document/records.h>
 
 #include "register.h"
 #include "workloads.h"
@@ -20,15 +20,15 @@ namespace {
 using google::protobuf::Arena;
 using google::protobuf::Message;
 
-const doc::PairingCatalogue& Pairing() {
-  static const doc::PairingCatalogue pairing = doc::PairingCatalogue::Standard();
+const document::PairingCatalogue& Pairing() {
+  static const document::PairingCatalogue pairing = document::PairingCatalogue::Standard();
   return pairing;
 }
 
 // Decodes the entries' settings of one document; heap records are kept in
 // `owned` so that heap and arena runs hold the same records alive.
 template <class Entries>
-int DecodeEntries(const Entries& entries, doc::EntryKind kind, Arena* arena,
+int DecodeEntries(const Entries& entries, document::EntryKind kind, Arena* arena,
                   std::vector<std::unique_ptr<Message>>* owned) {
   int decoded = 0;
   for (const auto& entry : entries) {
@@ -36,9 +36,9 @@ int DecodeEntries(const Entries& entries, doc::EntryKind kind, Arena* arena,
     if (type == nullptr) continue;
     Message* settings;
     if (arena != nullptr) {
-      settings = doc::NewRecord(type, arena);
+      settings = document::NewRecord(type, arena);
     } else {
-      owned->push_back(doc::NewRecord(type));
+      owned->push_back(document::NewRecord(type));
       settings = owned->back().get();
     }
     decoded += settings->ParseFromString(entry.config()) ? 1 : 0;
@@ -56,8 +56,8 @@ int DeepDecode(const std::string& bytes, Arena* arena, std::vector<std::unique_p
     document = heap_document.get();
   }
   if (!document->ParseFromString(bytes)) return -1;
-  return DecodeEntries(document->inputs(), doc::EntryKind::kInput, arena, owned) +
-         DecodeEntries(document->outputs(), doc::EntryKind::kOutput, arena, owned);
+  return DecodeEntries(document->inputs(), document::EntryKind::kInput, arena, owned) +
+         DecodeEntries(document->outputs(), document::EntryKind::kOutput, arena, owned);
 }
 
 void DeepDecodeHeap(benchmark::State& state, const Workload* w) {

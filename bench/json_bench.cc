@@ -4,8 +4,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include <gcuschema/doc/json.h>
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/json.h>
+#include <gcuschema/document/records.h>
 
 #include "register.h"
 #include "workloads.h"
@@ -14,11 +14,11 @@ namespace gcuschema::bench {
 namespace {
 
 void JsonDecode(benchmark::State& state, const Workload* w) {
-  const doc::JsonCodec codec;
-  const google::protobuf::Descriptor* type = doc::FindRecord(w->record);
+  const document::JsonCodec codec;
+  const google::protobuf::Descriptor* type = document::FindRecord(w->record);
   size_t text_size = 0;
   for (auto _ : state) {
-    std::unique_ptr<google::protobuf::Message> record = doc::NewRecord(type);
+    std::unique_ptr<google::protobuf::Message> record = document::NewRecord(type);
     record->ParseFromString(w->bytes);
     std::string text = codec.ToJsonText(*record);
     text_size = text.size();
@@ -29,13 +29,13 @@ void JsonDecode(benchmark::State& state, const Workload* w) {
 }
 
 void JsonEncode(benchmark::State& state, const Workload* w) {
-  const doc::JsonCodec codec;
-  const google::protobuf::Descriptor* type = doc::FindRecord(w->record);
-  std::unique_ptr<google::protobuf::Message> parsed = doc::NewRecord(type);
+  const document::JsonCodec codec;
+  const google::protobuf::Descriptor* type = document::FindRecord(w->record);
+  std::unique_ptr<google::protobuf::Message> parsed = document::NewRecord(type);
   parsed->ParseFromString(w->bytes);
   const std::string text = codec.ToJsonText(*parsed);
   for (auto _ : state) {
-    std::unique_ptr<google::protobuf::Message> record = doc::NewRecord(type);
+    std::unique_ptr<google::protobuf::Message> record = document::NewRecord(type);
     codec.FromJsonText(text, record.get());
     std::string bytes = record->SerializeAsString();
     if (bytes.size() != w->bytes.size()) state.SkipWithError("JSON did not give the same bytes");

@@ -6,7 +6,7 @@
 #include <google/protobuf/arena.h>
 #include <google/protobuf/message.h>
 
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/records.h>
 
 #include "register.h"
 #include "workloads.h"
@@ -24,9 +24,9 @@ void Account(benchmark::State& state, const Workload& w) {
 }
 
 void ParseHeap(benchmark::State& state, const Workload* w) {
-  const google::protobuf::Descriptor* type = doc::FindRecord(w->record);
+  const google::protobuf::Descriptor* type = document::FindRecord(w->record);
   for (auto _ : state) {
-    std::unique_ptr<google::protobuf::Message> record = doc::NewRecord(type);
+    std::unique_ptr<google::protobuf::Message> record = document::NewRecord(type);
     if (!record->ParseFromString(w->bytes)) state.SkipWithError("parse failed");
     benchmark::DoNotOptimize(record.get());
   }
@@ -34,7 +34,7 @@ void ParseHeap(benchmark::State& state, const Workload* w) {
 }
 
 void ParseArena(benchmark::State& state, const Workload* w) {
-  const google::protobuf::Descriptor* type = doc::FindRecord(w->record);
+  const google::protobuf::Descriptor* type = document::FindRecord(w->record);
   google::protobuf::ArenaOptions options;
   // Start with a block in proportion to the document: a parse then takes few
   // blocks whatever the size.
@@ -42,7 +42,7 @@ void ParseArena(benchmark::State& state, const Workload* w) {
   options.max_block_size = std::max<size_t>(1 << 20, 2 * w->bytes.size());
   for (auto _ : state) {
     google::protobuf::Arena arena(options);
-    google::protobuf::Message* record = doc::NewRecord(type, &arena);
+    google::protobuf::Message* record = document::NewRecord(type, &arena);
     if (!record->ParseFromString(w->bytes)) state.SkipWithError("parse failed");
     benchmark::DoNotOptimize(record);
   }

@@ -6,7 +6,7 @@
 #include <benchmark/benchmark.h>
 #include <google/protobuf/message.h>
 
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/records.h>
 
 #include "register.h"
 #include "workloads.h"
@@ -28,7 +28,7 @@ void Serialize(benchmark::State& state, const google::protobuf::Message& record,
 }
 
 void SerializeGenerated(benchmark::State& state, const Workload* w) {
-  std::unique_ptr<google::protobuf::Message> record = doc::NewRecord(doc::FindRecord(w->record));
+  std::unique_ptr<google::protobuf::Message> record = document::NewRecord(document::FindRecord(w->record));
   record->ParseFromString(w->bytes);
   Serialize(state, *record, *w);
 }

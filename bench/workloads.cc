@@ -6,7 +6,7 @@
 
 #include <google/protobuf/descriptor.pb.h>
 
-#include <gcuschema/doc/samples.h>
+#include <gcuschema/document/samples.h>
 
 namespace gcuschema::bench {
 namespace {
@@ -15,14 +15,14 @@ std::vector<Workload> MakeWorkloads() {
   std::vector<Workload> out;
   for (int n : {100, 1000, 10000, 100000}) {
     ConfigData doc;
-    doc::SampleConfig({n, 1}, &doc);
+    document::SampleConfig({n, 1}, &doc);
     out.push_back({"config_" + std::to_string(n), "ConfigData", n, doc.SerializeAsString()});
   }
   DeviceData image;
-  doc::SampleDeviceData({10000, 1}, &image);
+  document::SampleDeviceData({10000, 1}, &image);
   out.push_back({"device_10000", "DeviceData", 10000, image.SerializeAsString()});
   CalibrationData calibration;
-  doc::SampleCalibration({24, 1}, &calibration);
+  document::SampleCalibration({24, 1}, &calibration);
   out.push_back({"calibration", "CalibrationData", 0, calibration.SerializeAsString()});
   return out;
 }

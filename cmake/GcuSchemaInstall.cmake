@@ -5,7 +5,7 @@ set(GCUSCHEMA_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/GcuSchema")
 set(GCUSCHEMA_PYTHON_INSTALL_DIR "lib/python3/dist-packages"
     CACHE STRING "Where the Python package is installed, relative to the prefix")
 
-install(TARGETS gcuschema gcuschema_doc EXPORT GcuSchemaTargets
+install(TARGETS gcuschema gcuschema_document EXPORT GcuSchemaTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
           NAMELINK_COMPONENT development
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
@@ -33,6 +33,8 @@ install(FILES "${CMAKE_CURRENT_BINARY_DIR}/GcuSchemaConfig.cmake"
 # relocated install works without editing it.
 file(RELATIVE_PATH GCUSCHEMA_PC_PREFIX_FROM_PCDIR
      "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
-configure_file(cmake/gcuschema.pc.in "${CMAKE_CURRENT_BINARY_DIR}/gcuschema.pc" @ONLY)
-install(FILES "${CMAKE_CURRENT_BINARY_DIR}/gcuschema.pc"
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+foreach(pc IN ITEMS gcuschema gcuschema-document)
+  configure_file(cmake/${pc}.pc.in "${CMAKE_CURRENT_BINARY_DIR}/${pc}.pc" @ONLY)
+  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/${pc}.pc"
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endforeach()

@@ -22,16 +22,16 @@
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
-#include <gcuschema/doc/binary.h>
-#include <gcuschema/doc/error.h>
-#include <gcuschema/doc/json.h>
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/binary.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/json.h>
+#include <gcuschema/document/records.h>
 
 namespace {
 
 using google::protobuf::Descriptor;
 using google::protobuf::Message;
-namespace doc = gcuschema::doc;
+namespace document = gcuschema::document;
 
 // The JSON mapping spells every NaN "NaN", which reads back as the plain
 // quiet NaN: a NaN with its sign bit or another payload cannot come back bit
@@ -85,41 +85,41 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const Descriptor* const kTypes[] = {ConfigData::descriptor(), DeviceData::descriptor(),
                                              CalibrationData::descriptor()};
-  static const doc::JsonCodec codec;
+  static const document::JsonCodec codec;
   if (size == 0) return 0;
   const Descriptor* type = kTypes[data[0] % 3];
   const std::string input(reinterpret_cast<const char*>(data) + 1, size - 1);
 
-  std::unique_ptr<Message> by_runtime = doc::NewRecord(type);
+  std::unique_ptr<Message> by_runtime = document::NewRecord(type);
   const bool runtime_parses = by_runtime->ParseFromString(input);
-  std::unique_ptr<Message> record = doc::NewRecord(type);
+  std::unique_ptr<Message> record = document::NewRecord(type);
   try {
-    doc::ParseBinary(input, record.get());
-  } catch (const doc::Error& e) {
+    document::ParseBinary(input, record.get());
+  } catch (const document::Error& e) {
     if (runtime_parses) Fail(type, std::string("ParseBinary rejects what the runtime parses: ") + e.what());
     return 0;
   }
   if (!runtime_parses) Fail(type, "ParseBinary accepts what the runtime rejects");
 
-  doc::Json json;
+  document::Json json;
   try {
     json = codec.ToJson(*record, /*expand=*/true);
-  } catch (const doc::Error&) {
+  } catch (const document::Error&) {
     return 0;  // not expandable; nothing more to hold it to
   }
 
-  std::unique_ptr<Message> collapsed = doc::NewRecord(type);
-  std::unique_ptr<Message> from_text = doc::NewRecord(type);
+  std::unique_ptr<Message> collapsed = document::NewRecord(type);
+  std::unique_ptr<Message> from_text = document::NewRecord(type);
   try {
     codec.FromJson(json, collapsed.get());
     codec.FromJsonText(json.dump(), from_text.get());
-  } catch (const doc::Error& e) {
+  } catch (const document::Error& e) {
     Fail(type, std::string("its own JSON does not collapse: ") + e.what());
   }
   const std::string encoded = collapsed->SerializeAsString();
   if (from_text->SerializeAsString() != encoded) Fail(type, "JSON text and tree collapse differently");
 
-  std::unique_ptr<Message> reparsed = doc::NewRecord(type);
+  std::unique_ptr<Message> reparsed = document::NewRecord(type);
   if (!reparsed->ParseFromString(encoded)) Fail(type, "the collapsed record's encoding does not parse");
   if (codec.ToJson(*reparsed, true) != json) Fail(type, "the collapsed encoding decodes to other JSON");
 

@@ -1,6 +1,6 @@
 // fuzz_json: arbitrary text given to the JSON collapse (JsonCodec::FromJsonText)
 // for the record the first byte chooses (order of AllRecords()). It never
-// crashes and reports every rejection as doc::Error with a message; what it
+// crashes and reports every rejection as document::Error with a message; what it
 // accepts encodes, re-parses, and shows as JSON that collapses to the same
 // bytes.
 #include <cstddef>
@@ -16,9 +16,9 @@
 #include <google/protobuf/message.h>
 #include <google/protobuf/stubs/logging.h>
 
-#include <gcuschema/doc/error.h>
-#include <gcuschema/doc/json.h>
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/json.h>
+#include <gcuschema/document/records.h>
 
 #include "support/schema_files.h"
 
@@ -26,7 +26,7 @@ namespace {
 
 using google::protobuf::Descriptor;
 using google::protobuf::Message;
-namespace doc = gcuschema::doc;
+namespace document = gcuschema::document;
 
 [[noreturn]] void Fail(const Descriptor* type, const std::string& what) {
   std::fprintf(stderr, "fuzz_json: %s: %s\n", type->full_name().c_str(), what.c_str());
@@ -44,28 +44,28 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const std::vector<const Descriptor*> types = gcuschema::test::AllRecords();
-  static const doc::JsonCodec codec;
+  static const document::JsonCodec codec;
   if (size == 0 || types.empty()) return 0;
   const Descriptor* type = types[data[0] % types.size()];
   const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
 
-  std::unique_ptr<Message> record = doc::NewRecord(type);
+  std::unique_ptr<Message> record = document::NewRecord(type);
   try {
     codec.FromJsonText(text, record.get());
-  } catch (const doc::Error& e) {
+  } catch (const document::Error& e) {
     if (e.message().empty()) Fail(type, "an error without a message");
     return 0;
   }
 
   std::string encoded;
   if (!record->SerializeToString(&encoded)) Fail(type, "an accepted document does not encode");
-  std::unique_ptr<Message> reparsed = doc::NewRecord(type);
+  std::unique_ptr<Message> reparsed = document::NewRecord(type);
   if (!reparsed->ParseFromString(encoded)) Fail(type, "an accepted document's encoding does not parse");
 
-  std::unique_ptr<Message> again = doc::NewRecord(type);
+  std::unique_ptr<Message> again = document::NewRecord(type);
   try {
     codec.FromJson(codec.ToJson(*reparsed, true), again.get());
-  } catch (const doc::Error& e) {
+  } catch (const document::Error& e) {
     Fail(type, std::string("the JSON of an accepted document does not collapse: ") + e.what());
   }
   if (again->SerializeAsString() != reparsed->SerializeAsString()) {

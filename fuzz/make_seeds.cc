@@ -25,8 +25,8 @@
 #include <google/protobuf/message.h>
 #include <google/protobuf/wire_format.h>
 
-#include <gcuschema/doc/json.h>
-#include <gcuschema/doc/samples.h>
+#include <gcuschema/document/json.h>
+#include <gcuschema/document/samples.h>
 
 #include "support/populate.h"
 #include "support/schema_files.h"
@@ -187,21 +187,21 @@ void WriteJsonDict(const std::string& dir) {
 std::vector<std::pair<std::string, std::unique_ptr<Message>>> Samples() {
   std::vector<std::pair<std::string, std::unique_ptr<Message>>> out;
   for (int inputs : {2, 20}) {
-    gcuschema::doc::SampleOptions options;
+    gcuschema::document::SampleOptions options;
     options.inputs = inputs;
     options.seed = static_cast<std::uint64_t>(inputs);
     const std::string suffix = ".sample" + std::to_string(inputs);
     auto config = std::make_unique<ConfigData>();
-    gcuschema::doc::SampleConfig(options, config.get());
+    gcuschema::document::SampleConfig(options, config.get());
     out.emplace_back("ConfigData" + suffix, std::move(config));
     auto image = std::make_unique<DeviceData>();
-    gcuschema::doc::SampleDeviceData(options, image.get());
+    gcuschema::document::SampleDeviceData(options, image.get());
     out.emplace_back("DeviceData" + suffix, std::move(image));
     auto calibration = std::make_unique<CalibrationData>();
-    gcuschema::doc::SampleCalibration(options, calibration.get());
+    gcuschema::document::SampleCalibration(options, calibration.get());
     out.emplace_back("CalibrationData" + suffix, std::move(calibration));
     auto limits = std::make_unique<CalibrationTemplateData>();
-    gcuschema::doc::SampleCalibrationTemplate(options, limits.get());
+    gcuschema::document::SampleCalibrationTemplate(options, limits.get());
     out.emplace_back("CalibrationTemplateData" + suffix, std::move(limits));
   }
   return out;
@@ -219,7 +219,7 @@ void WriteExpandCorpus(const std::string& dir) {
 }
 
 void WriteJsonCorpus(const std::string& dir) {
-  const gcuschema::doc::JsonCodec codec;
+  const gcuschema::document::JsonCodec codec;
   const std::vector<const Descriptor*> records = gcuschema::test::AllRecords();
   std::map<std::string, char> index;
   for (size_t i = 0; i < records.size(); ++i) {

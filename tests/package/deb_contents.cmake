@@ -16,11 +16,11 @@ if(NOT rc EQUAL 0)
 endif()
 foreach(pattern
     "/usr/lib/[^ \n]*libgcuschema\\.so\\.0"
-    "/usr/lib/[^ \n]*libgcuschema_doc\\.so\\.0"
+    "/usr/lib/[^ \n]*libgcuschema_document\\.so\\.0"
     "/usr/bin/gcuschema\n"
     "/usr/include/gcuschema/Config\\.pb\\.h"
     "/usr/include/gcuschema/export\\.h"
-    "/usr/include/gcuschema/doc/json\\.h"
+    "/usr/include/gcuschema/document/json\\.h"
     "/usr/lib/[^ \n]*cmake/GcuSchema/GcuSchemaConfig\\.cmake"
     "/usr/lib/[^ \n]*pkgconfig/gcuschema\\.pc"
     "/usr/share/gcuschema/proto/CalibrationDataLimits\\.proto"

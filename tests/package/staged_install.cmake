@@ -5,8 +5,8 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${ST
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "install into ${STAGE} failed:\n${err}")
 endif()
-foreach(f lib/libgcuschema.so lib/libgcuschema_doc.so include/gcuschema/Config.pb.h
-          include/gcuschema/export.h include/gcuschema/doc/json.h
+foreach(f lib/libgcuschema.so lib/libgcuschema_document.so include/gcuschema/Config.pb.h
+          include/gcuschema/export.h include/gcuschema/document/json.h
           share/gcuschema/proto/Config.proto share/gcuschema/proto/SplitterOutputConfig.proto
           bin/gcuschema lib/cmake/GcuSchema/GcuSchemaConfig.cmake
           lib/cmake/GcuSchema/GcuSchemaConfigVersion.cmake lib/cmake/GcuSchema/GcuSchemaTargets.cmake

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include <gcuschema/doc/binary.h>
-#include <gcuschema/doc/json.h>
+#include <gcuschema/document/binary.h>
+#include <gcuschema/document/json.h>
 
 #include "commands.h"
 #include "document.h"
@@ -28,16 +28,16 @@ struct DecodeArguments {
 
 int RunDecode(const DecodeArguments& args) {
   const google::protobuf::Descriptor* type = args.type.Resolve();
-  doc::JsonCodec codec(args.pairing.Resolve());
+  document::JsonCodec codec(args.pairing.Resolve());
   RefuseOverwritingInputs(args.output, {args.input});
 
   const Input input = ReadInput(args.input);
   const std::unique_ptr<Document> document = ParseDocument(input, type, args.threads);
   // Written out as it is made: a large document's text is never held whole.
   Output output(args.output);
-  const doc::TextWriter write = [&output](const std::vector<std::string_view>& pieces) { output.Write(pieces); };
+  const document::TextWriter write = [&output](const std::vector<std::string_view>& pieces) { output.Write(pieces); };
   if (args.format == "text") {
-    doc::PrintText(document->record(), write, args.threads);
+    document::PrintText(document->record(), write, args.threads);
   } else {
     codec.set_threads(args.threads);
     codec.WriteJson(*document->record(), write, !args.no_expand);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include <gcuschema/doc/diff.h>
+#include <gcuschema/document/diff.h>
 
 #include "commands.h"
 #include "document.h"
@@ -24,14 +24,14 @@ struct DiffArguments {
 
 int RunDiff(const DiffArguments& args) {
   const google::protobuf::Descriptor* type = args.type.Resolve();
-  doc::PairingCatalogue pairing = args.pairing.Resolve();
+  document::PairingCatalogue pairing = args.pairing.Resolve();
   if (IsStandardStream(args.old_input) && IsStandardStream(args.new_input)) {
     throw Failure("<stdin>", "", "only one of the two documents can come from standard input");
   }
   std::unique_ptr<google::protobuf::Message> a = LoadEncoded(args.old_input, type);
   std::unique_ptr<google::protobuf::Message> b = LoadEncoded(args.new_input, type);
-  std::vector<doc::Difference> differences = doc::Diff(*a, *b, pairing);
-  std::string report = doc::FormatDifferences(differences);
+  std::vector<document::Difference> differences = document::Diff(*a, *b, pairing);
+  std::string report = document::FormatDifferences(differences);
   if (!report.empty() && report.back() != '\n') report += '\n';
   WriteOutput("", report);
   return differences.empty() ? kExitOk : kExitFindings;

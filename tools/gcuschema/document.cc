@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include <gcuschema/doc/binary.h>
-#include <gcuschema/doc/error.h>
-#include <gcuschema/doc/memory.h>
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/binary.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/memory.h>
+#include <gcuschema/document/records.h>
 
 #include "failure.h"
 
@@ -14,10 +14,10 @@ namespace gcuschema::tool {
 
 std::unique_ptr<google::protobuf::Message> ParseEncoded(const Input& input,
                                                         const google::protobuf::Descriptor* type) {
-  std::unique_ptr<google::protobuf::Message> record = doc::NewRecord(type);
+  std::unique_ptr<google::protobuf::Message> record = document::NewRecord(type);
   try {
-    doc::ParseBinary(input.bytes(), record.get());
-  } catch (const doc::Error& e) {
+    document::ParseBinary(input.bytes(), record.get());
+  } catch (const document::Error& e) {
     throw Failure(input.name, e.where(), e.message());
   }
   return record;
@@ -29,15 +29,15 @@ std::unique_ptr<google::protobuf::Message> LoadEncoded(const std::string& path,
 }
 
 Document::Document(const google::protobuf::Descriptor* type)
-    : arena_(std::make_unique<google::protobuf::Arena>(doc::LargeDocumentArenaOptions())),
-      record_(doc::NewRecord(type, arena_.get())) {}
+    : arena_(std::make_unique<google::protobuf::Arena>(document::LargeDocumentArenaOptions())),
+      record_(document::NewRecord(type, arena_.get())) {}
 
 std::unique_ptr<Document> ParseDocument(const Input& input, const google::protobuf::Descriptor* type,
                                         int threads) {
   auto document = std::make_unique<Document>(type);
   try {
-    doc::ParseBinary(input.bytes(), document->record(), threads);
-  } catch (const doc::Error& e) {
+    document::ParseBinary(input.bytes(), document->record(), threads);
+  } catch (const document::Error& e) {
     throw Failure(input.name, e.where(), e.message());
   }
   return document;
@@ -52,9 +52,9 @@ void AddThreadsOption(CLI::App* command, int* threads) {
       ->capture_default_str();
 }
 
-doc::TextPieces EncodeLarge(const google::protobuf::Message& record) {
+document::TextPieces EncodeLarge(const google::protobuf::Message& record) {
   const std::size_t size = record.ByteSizeLong();
-  doc::TextPieces out(size);
+  document::TextPieces out(size);
   if (size == 0) return out;
   std::size_t room;
   auto* start = reinterpret_cast<std::uint8_t*>(out.Grab(size, &room));

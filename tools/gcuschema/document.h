@@ -9,7 +9,7 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
-#include <gcuschema/doc/binary.h>
+#include <gcuschema/document/binary.h>
 
 #include "io.h"
 
@@ -51,7 +51,7 @@ void AddThreadsOption(CLI::App* command, int* threads);
 std::string Encode(const google::protobuf::Message& record);
 // The same for a large record, written in place into memory offered for
 // huge pages (no string cleared first, no small pages faulted in).
-doc::TextPieces EncodeLarge(const google::protobuf::Message& record);
+document::TextPieces EncodeLarge(const google::protobuf::Message& record);
 
 }  // namespace gcuschema::tool
 

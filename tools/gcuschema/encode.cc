@@ -2,10 +2,10 @@
 #include <memory>
 #include <string>
 
-#include <gcuschema/doc/binary.h>
-#include <gcuschema/doc/error.h>
-#include <gcuschema/doc/json.h>
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/binary.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/json.h>
+#include <gcuschema/document/records.h>
 
 #include "commands.h"
 #include "document.h"
@@ -28,18 +28,18 @@ struct EncodeArguments {
 int RunEncode(const EncodeArguments& args) {
   RefuseBinaryToTerminal(args.output);
   const google::protobuf::Descriptor* type = args.type.Resolve();
-  doc::JsonCodec codec(args.pairing.Resolve());
+  document::JsonCodec codec(args.pairing.Resolve());
   RefuseOverwritingInputs(args.output, {args.input});
 
   const Input input = ReadInput(args.input);
   const Document document(type);
   try {
     if (args.format == "text") {
-      doc::FromText(input.bytes(), document.record(), args.threads);
+      document::FromText(input.bytes(), document.record(), args.threads);
     } else {
       codec.FromJsonText(input.bytes(), document.record());
     }
-  } catch (const doc::Error& e) {
+  } catch (const document::Error& e) {
     throw Failure(input.name, e.where(), e.message());
   }
   WriteOutput(args.output, EncodeLarge(*document.record()).pieces());

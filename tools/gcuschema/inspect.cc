@@ -2,7 +2,7 @@
 #include <memory>
 #include <string>
 
-#include <gcuschema/doc/inspect.h>
+#include <gcuschema/document/inspect.h>
 
 #include "commands.h"
 #include "document.h"
@@ -20,9 +20,9 @@ struct InspectArguments {
 
 int RunInspect(const InspectArguments& args) {
   const google::protobuf::Descriptor* type = args.type.Resolve();
-  doc::PairingCatalogue pairing = args.pairing.Resolve();
+  document::PairingCatalogue pairing = args.pairing.Resolve();
   std::unique_ptr<google::protobuf::Message> record = LoadEncoded(args.input, type);
-  std::string summary = doc::Inspect(*record, pairing);
+  std::string summary = document::Inspect(*record, pairing);
   if (!summary.empty() && summary.back() != '\n') summary += '\n';
   WriteOutput("", summary);
   return 0;

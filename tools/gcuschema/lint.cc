@@ -6,7 +6,7 @@
 
 #include <fmt/format.h>
 
-#include <gcuschema/doc/lint.h>
+#include <gcuschema/document/lint.h>
 
 #include "commands.h"
 #include "document.h"
@@ -23,21 +23,21 @@ struct LintArguments {
   std::string input;
 };
 
-std::string FormatFinding(const doc::Finding& finding) {
+std::string FormatFinding(const document::Finding& finding) {
   return fmt::format("{}: {}: {} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
-                     finding.severity == doc::Severity::kError ? "error" : "warning",
+                     finding.severity == document::Severity::kError ? "error" : "warning",
                      finding.message, finding.rule);
 }
 
 int RunLint(const LintArguments& args) {
   const google::protobuf::Descriptor* type = args.type.Resolve();
-  doc::PairingCatalogue pairing = args.pairing.Resolve();
+  document::PairingCatalogue pairing = args.pairing.Resolve();
   std::unique_ptr<google::protobuf::Message> record = LoadEncoded(args.input, type);
-  std::vector<doc::Finding> findings = doc::Lint(*record, pairing);
+  std::vector<document::Finding> findings = document::Lint(*record, pairing);
   std::string report;
-  for (const doc::Finding& finding : findings) report += FormatFinding(finding);
+  for (const document::Finding& finding : findings) report += FormatFinding(finding);
   WriteOutput("", report);
-  return doc::HasErrors(findings) ? kExitFindings : kExitOk;
+  return document::HasErrors(findings) ? kExitFindings : kExitOk;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// gcuschema: command-line access to device documents through gcuschema_doc.
+// gcuschema: command-line access to device documents through gcuschema_document.
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -9,7 +9,7 @@
 #include <fmt/format.h>
 #include <google/protobuf/stubs/logging.h>
 
-#include <gcuschema/doc/error.h>
+#include <gcuschema/document/error.h>
 
 #include "commands.h"
 #include "failure.h"
@@ -46,7 +46,7 @@ int Run(const Command& command) {
     return command.run();
   } catch (const Failure& e) {
     return ReportFailure(e.what());
-  } catch (const doc::Error& e) {
+  } catch (const document::Error& e) {
     return ReportFailure(FailureLine("", e.where(), e.message()));
   } catch (const std::bad_alloc&) {
     return ReportFailure(FailureLine("", "", "out of memory"));

@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include <gcuschema/doc/error.h>
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/records.h>
 
 #include "failure.h"
 
@@ -19,8 +19,8 @@ void TypeOption::AddTo(CLI::App* command) {
 
 const google::protobuf::Descriptor* TypeOption::Resolve() const {
   try {
-    return doc::RequireRecord(name);
-  } catch (const doc::Error& e) {
+    return document::RequireRecord(name);
+  } catch (const document::Error& e) {
     throw Failure("--type", e.where(), e.message());
   }
 }
@@ -42,19 +42,19 @@ void PairingOptions::AddTo(CLI::App* command) {
       ->type_name("RECORD");
 }
 
-doc::PairingCatalogue PairingOptions::Resolve() const {
-  doc::PairingCatalogue catalogue = doc::PairingCatalogue::Standard();
+document::PairingCatalogue PairingOptions::Resolve() const {
+  document::PairingCatalogue catalogue = document::PairingCatalogue::Standard();
   if (!map_table.empty()) {
     try {
-      catalogue.SetMapTable(doc::RequireRecord(map_table));
-    } catch (const doc::Error& e) {
+      catalogue.SetMapTable(document::RequireRecord(map_table));
+    } catch (const document::Error& e) {
       throw Failure("--map-table", e.where(), e.message());
     }
   }
   for (const std::string& pair : pairs) {
     try {
       catalogue.Apply(pair);
-    } catch (const doc::Error& e) {
+    } catch (const document::Error& e) {
       throw Failure("--pair", e.where(), e.message());
     }
   }

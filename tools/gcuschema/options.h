@@ -7,7 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <google/protobuf/descriptor.h>
 
-#include <gcuschema/doc/pairing.h>
+#include <gcuschema/document/pairing.h>
 
 namespace gcuschema::tool {
 
@@ -29,7 +29,7 @@ struct PairingOptions {
   void AddTo(CLI::App* command);
   // The standard catalogue, with the map table and then each --pair
   // applied in order; Failure naming the option that is wrong.
-  doc::PairingCatalogue Resolve() const;
+  document::PairingCatalogue Resolve() const;
 };
 
 // -o OUT: where the result goes (standard output unless given).

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include <gcuschema/doc/samples.h>
+#include <gcuschema/document/samples.h>
 
 #include "commands.h"
 #include "document.h"
@@ -16,18 +16,18 @@ namespace {
 
 struct SampleArguments {
   TypeOption type;
-  int inputs = doc::SampleOptions{}.inputs;
-  std::uint64_t seed = doc::SampleOptions{}.seed;
+  int inputs = document::SampleOptions{}.inputs;
+  std::uint64_t seed = document::SampleOptions{}.seed;
   std::string output;
 };
 
 int RunSample(const SampleArguments& args) {
   RefuseBinaryToTerminal(args.output);
   const google::protobuf::Descriptor* type = args.type.Resolve();
-  doc::SampleOptions options;
+  document::SampleOptions options;
   options.inputs = args.inputs;
   options.seed = args.seed;
-  std::unique_ptr<google::protobuf::Message> record = doc::Sample(type, options);
+  std::unique_ptr<google::protobuf::Message> record = document::Sample(type, options);
   if (record == nullptr) {
     throw Failure("--type", "", "no sample can be made of " + type->full_name());
   }

@@ -7,8 +7,8 @@
 #include <fmt/format.h>
 #include <google/protobuf/descriptor.h>
 
-#include <gcuschema/doc/error.h>
-#include <gcuschema/doc/records.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/records.h>
 
 #include "commands.h"
 #include "failure.h"
@@ -34,7 +34,7 @@ void CollectRecordNames(const pb::Descriptor* type, std::vector<std::string>* na
 
 std::string ListFiles() {
   std::string out;
-  for (const std::string& name : doc::SchemaFileNames()) {
+  for (const std::string& name : document::SchemaFileNames()) {
     const pb::FileDescriptor* file = pb::DescriptorPool::generated_pool()->FindFileByName(name);
     std::vector<std::string> records;
     for (int i = 0; file != nullptr && i < file->message_type_count(); ++i) {
@@ -101,8 +101,8 @@ int RunSchemas(const SchemasArguments& args) {
   }
   const pb::Descriptor* type = nullptr;
   try {
-    type = doc::RequireRecord(args.record);
-  } catch (const doc::Error& e) {
+    type = document::RequireRecord(args.record);
+  } catch (const document::Error& e) {
     throw Failure("", e.where(), e.message());
   }
   WriteOutput("", DescribeRecord(type));

@@ -1,0 +1,100 @@
+#ifndef GCUSCHEMA_DOCUMENT_CONFIG_SLOTS_H
+#define GCUSCHEMA_DOCUMENT_CONFIG_SLOTS_H
+
+// Private to the document library: which record a `config` bytes field holds,
+// and reading it. Shared by lint, inspect and diff so that the three agree
+// on what counts as expanded settings.
+
+#include <memory>
+#include <string>
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+#include <google/protobuf/stubs/logging.h>
+
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/document/pairing.h>
+
+namespace gcuschema::document::internal {
+
+// The entry kind of a record that carries settings in its `config`, or
+// false for any other record.
+inline bool EntryKindOf(const google::protobuf::Descriptor* type, EntryKind* kind) {
+  if (type == ::Input::descriptor()) *kind = EntryKind::kInput;
+  else if (type == ::Output::descriptor()) *kind = EntryKind::kOutput;
+  else if (type == ::Map::descriptor()) *kind = EntryKind::kMap;
+  else if (type == ::Driver::descriptor()) *kind = EntryKind::kDriver;
+  else if (type == ::CanbusEntityHandler::descriptor()) *kind = EntryKind::kHandler;
+  else return false;
+  return true;
+}
+
+// An entry's type code, whatever the field's integer kind (int32 for
+// inputs, outputs and handlers, an enumeration for maps, uint32 for
+// drivers).
+inline int EntryTypeCode(const google::protobuf::Message& entry) {
+  const google::protobuf::FieldDescriptor* field = entry.GetDescriptor()->FindFieldByName("type");
+  const google::protobuf::Reflection* reflection = entry.GetReflection();
+  if (field == nullptr) return 0;
+  switch (field->cpp_type()) {
+    case google::protobuf::FieldDescriptor::CPPTYPE_INT32: return reflection->GetInt32(entry, field);
+    case google::protobuf::FieldDescriptor::CPPTYPE_UINT32:
+      return static_cast<int>(reflection->GetUInt32(entry, field));
+    case google::protobuf::FieldDescriptor::CPPTYPE_ENUM: return reflection->GetEnumValue(entry, field);
+    default: return 0;
+  }
+}
+
+// The record held in `field` of `holder`: DeviceData.config always holds a
+// ConfigData; the `config` of an entry holds what the pairing gives for its
+// kind and type code. Null for opaque bytes and for every other field.
+inline const google::protobuf::Descriptor* SlotRecord(const google::protobuf::Message& holder,
+                                                      const google::protobuf::FieldDescriptor* field,
+                                                      const PairingCatalogue& pairing) {
+  if (field == nullptr || field->is_repeated() ||
+      field->type() != google::protobuf::FieldDescriptor::TYPE_BYTES || field->name() != "config") {
+    return nullptr;
+  }
+  const google::protobuf::Descriptor* type = holder.GetDescriptor();
+  if (type == ::DeviceData::descriptor()) return ::ConfigData::descriptor();
+  EntryKind kind;
+  if (!EntryKindOf(type, &kind)) return nullptr;
+  return pairing.Find(kind, EntryTypeCode(holder));
+}
+
+// A new record of `type` holding `bytes`, or null when the bytes do not
+// parse (or the type has no generated class). `canonical` (optional) tells
+// whether encoding the record gives back exactly `bytes`.
+inline std::unique_ptr<google::protobuf::Message> ParseSlot(const google::protobuf::Descriptor* type,
+                                                            const std::string& bytes,
+                                                            bool* canonical) {
+  const google::protobuf::Message* prototype =
+      google::protobuf::MessageFactory::generated_factory()->GetPrototype(type);
+  if (prototype == nullptr) return nullptr;
+  std::unique_ptr<google::protobuf::Message> record(prototype->New());
+  {
+    // A bad string in settings is a finding for the caller, not a log line.
+    google::protobuf::LogSilencer quiet;
+    if (!record->ParseFromString(bytes)) return nullptr;
+  }
+  if (canonical != nullptr) {
+    google::protobuf::LogSilencer quiet;
+    *canonical = record->SerializeAsString() == bytes;
+  }
+  return record;
+}
+
+// `record` as its generated class; a copy (kept in `copy`) when it is
+// another implementation of the same type, such as a dynamic message.
+template <typename T>
+const T& AsGenerated(const google::protobuf::Message& record, std::unique_ptr<T>* copy) {
+  if (const T* generated = dynamic_cast<const T*>(&record)) return *generated;
+  *copy = std::make_unique<T>();
+  (*copy)->CopyFrom(record);
+  return **copy;
+}
+
+}  // namespace gcuschema::document::internal
+
+#endif

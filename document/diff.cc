@@ -1,0 +1,465 @@
+#include <gcuschema/document/diff.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/stubs/logging.h>
+#include <google/protobuf/stubs/strutil.h>
+#include <google/protobuf/unknown_field_set.h>
+#include <google/protobuf/util/field_comparator.h>
+#include <google/protobuf/util/message_differencer.h>
+
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/document/error.h>
+
+#include "config_slots.h"
+
+namespace gcuschema::document {
+namespace {
+
+namespace pb = google::protobuf;
+using pb::util::MessageDifferencer;
+using SpecificField = MessageDifferencer::SpecificField;
+
+// Bytes longer than this are shown by their size and a window of content.
+constexpr std::size_t kShownBytes = 32;
+
+std::string Hex(const std::string& bytes, std::size_t from, std::size_t count) {
+  static const char kDigits[] = "0123456789abcdef";
+  std::string out;
+  for (std::size_t i = from; i < bytes.size() && i < from + count; ++i) {
+    if (!out.empty()) out += ' ';
+    const auto byte = static_cast<unsigned char>(bytes[i]);
+    out += kDigits[byte >> 4];
+    out += kDigits[byte & 0xF];
+  }
+  return out;
+}
+
+// "<0a 01 ff>"; a long block as "<1234 bytes, at 16: 0a 01 ...>", the window
+// starting where the two sides of a change part (`from`).
+std::string FormatBytes(const std::string& bytes, std::size_t from = 0) {
+  if (bytes.size() <= kShownBytes) return "<" + Hex(bytes, 0, bytes.size()) + ">";
+  from = std::min(from, bytes.size()) / 16 * 16;
+  return "<" + std::to_string(bytes.size()) + " bytes, at " + std::to_string(from) + ": " +
+         Hex(bytes, from, 16) + (from + 16 < bytes.size() ? " ...>" : ">");
+}
+
+std::size_t FirstDifference(const std::string& a, const std::string& b) {
+  const auto parted = std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(std::min(a.size(), b.size())),
+                                    b.begin());
+  return static_cast<std::size_t>(parted.first - a.begin());
+}
+
+std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pairing);
+
+// A `config` as the record it holds when it reads back to the same bytes,
+// else as bytes: a value shown never hides a byte.
+std::string FormatSlot(const pb::Message& holder, const pb::FieldDescriptor* field, const std::string& bytes,
+                       const PairingCatalogue& pairing, std::size_t from = 0) {
+  if (const pb::Descriptor* held = internal::SlotRecord(holder, field, pairing)) {
+    bool canonical = false;
+    std::unique_ptr<pb::Message> settings = internal::ParseSlot(held, bytes, &canonical);
+    if (settings != nullptr && canonical) return held->full_name() + " " + FormatMessage(*settings, pairing);
+  }
+  return FormatBytes(bytes, from);
+}
+
+std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* field, int index,
+                        const PairingCatalogue& pairing) {
+  const pb::Reflection* r = record.GetReflection();
+  const bool rep = field->is_repeated();
+  switch (field->cpp_type()) {
+    case pb::FieldDescriptor::CPPTYPE_INT32:
+      return std::to_string(rep ? r->GetRepeatedInt32(record, field, index) : r->GetInt32(record, field));
+    case pb::FieldDescriptor::CPPTYPE_INT64:
+      return std::to_string(rep ? r->GetRepeatedInt64(record, field, index) : r->GetInt64(record, field));
+    case pb::FieldDescriptor::CPPTYPE_UINT32:
+      return std::to_string(rep ? r->GetRepeatedUInt32(record, field, index) : r->GetUInt32(record, field));
+    case pb::FieldDescriptor::CPPTYPE_UINT64:
+      return std::to_string(rep ? r->GetRepeatedUInt64(record, field, index) : r->GetUInt64(record, field));
+    case pb::FieldDescriptor::CPPTYPE_FLOAT:
+      return pb::SimpleFtoa(rep ? r->GetRepeatedFloat(record, field, index) : r->GetFloat(record, field));
+    case pb::FieldDescriptor::CPPTYPE_DOUBLE:
+      return pb::SimpleDtoa(rep ? r->GetRepeatedDouble(record, field, index) : r->GetDouble(record, field));
+    case pb::FieldDescriptor::CPPTYPE_BOOL:
+      return (rep ? r->GetRepeatedBool(record, field, index) : r->GetBool(record, field)) ? "true" : "false";
+    case pb::FieldDescriptor::CPPTYPE_ENUM: {
+      const int value = rep ? r->GetRepeatedEnumValue(record, field, index) : r->GetEnumValue(record, field);
+      const pb::EnumValueDescriptor* named = field->enum_type()->FindValueByNumber(value);
+      return named != nullptr ? named->name() : std::to_string(value);
+    }
+    case pb::FieldDescriptor::CPPTYPE_STRING: {
+      const std::string value = rep ? r->GetRepeatedString(record, field, index) : r->GetString(record, field);
+      if (field->type() == pb::FieldDescriptor::TYPE_STRING) return "\"" + pb::CEscape(value) + "\"";
+      return rep ? FormatBytes(value) : FormatSlot(record, field, value, pairing);
+    }
+    case pb::FieldDescriptor::CPPTYPE_MESSAGE:
+      return FormatMessage(rep ? r->GetRepeatedMessage(record, field, index) : r->GetMessage(record, field),
+                           pairing);
+  }
+  return std::string();
+}
+
+std::string FormatUnknown(const pb::UnknownField& field) {
+  switch (field.type()) {
+    case pb::UnknownField::TYPE_VARINT: return std::to_string(field.varint());
+    case pb::UnknownField::TYPE_FIXED32: return std::to_string(field.fixed32());
+    case pb::UnknownField::TYPE_FIXED64: return std::to_string(field.fixed64());
+    case pb::UnknownField::TYPE_LENGTH_DELIMITED: return FormatBytes(field.length_delimited());
+    case pb::UnknownField::TYPE_GROUP: return "{ group of " + std::to_string(field.group().field_count()) + " }";
+  }
+  return std::string();
+}
+
+// One line, fields in number order: "{ id: 3 type: 0 config: AdcConfiguration { range: range12V } }".
+std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pairing) {
+  const pb::Reflection* r = record.GetReflection();
+  std::vector<const pb::FieldDescriptor*> fields;
+  r->ListFields(record, &fields);
+  std::string out = "{";
+  for (const pb::FieldDescriptor* field : fields) {
+    out += " " + field->name() + ": ";
+    if (!field->is_repeated()) {
+      out += FormatValue(record, field, -1, pairing);
+      continue;
+    }
+    out += "[";
+    const int size = r->FieldSize(record, field);
+    for (int i = 0; i < size; ++i) out += (i > 0 ? ", " : "") + FormatValue(record, field, i, pairing);
+    out += "]";
+  }
+  const pb::UnknownFieldSet& unknown = r->GetUnknownFields(record);
+  for (int i = 0; i < unknown.field_count(); ++i) {
+    out += " #" + std::to_string(unknown.field(i).number()) + ": " + FormatUnknown(unknown.field(i));
+  }
+  return out + " }";
+}
+
+void Compare(const pb::Message& a, const pb::Message& b, const std::string& prefix, const PairingCatalogue& pairing,
+             std::vector<Difference>* out);
+
+// Turns the differencer's reports into differences with readable paths,
+// reading settings in `config` as their records.
+class Collector : public MessageDifferencer::Reporter {
+ public:
+  Collector(const PairingCatalogue& pairing, std::string prefix, std::vector<Difference>* out)
+      : pairing_(pairing), prefix_(std::move(prefix)), out_(out) {}
+
+  // Where the compared records stand in the document ("inputs[4]").
+  void set_prefix(std::string prefix) { prefix_ = std::move(prefix); }
+
+  void ReportAdded(const pb::Message& a, const pb::Message& b, const std::vector<SpecificField>& path) override {
+    Report(Difference::Kind::kAdded, a, b, path);
+  }
+  void ReportDeleted(const pb::Message& a, const pb::Message& b, const std::vector<SpecificField>& path) override {
+    Report(Difference::Kind::kRemoved, a, b, path);
+  }
+  void ReportModified(const pb::Message& a, const pb::Message& b, const std::vector<SpecificField>& path) override {
+    Report(Difference::Kind::kModified, a, b, path);
+  }
+
+ private:
+  // Where a list element sits in the second document (matched elements
+  // carry both places; what was added only its new one).
+  static int Position(const SpecificField& step) { return step.new_index >= 0 ? step.new_index : step.index; }
+
+  static std::string Step(const SpecificField& step, int position) {
+    if (step.field == nullptr) return "#" + std::to_string(step.unknown_field_number);
+    std::string out = step.field->name();
+    if (step.field->is_repeated() && position >= 0) out += "[" + std::to_string(position) + "]";
+    return out;
+  }
+
+  std::string Join(const std::string& path, const std::string& step) const {
+    if (path.empty()) return step;
+    return path + "." + step;
+  }
+
+  // `a` and `b` are the records holding the last field of `path`, in the
+  // first and the second document.
+  void Report(Difference::Kind kind, const pb::Message& a, const pb::Message& b,
+              const std::vector<SpecificField>& path) {
+    const SpecificField& last = path.back();
+    const pb::FieldDescriptor* field = last.field;
+    // A changed record is reported again for each change inside it: keep those.
+    if (kind == Difference::Kind::kModified && field != nullptr &&
+        field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) {
+      return;
+    }
+    std::string where = prefix_;
+    for (std::size_t i = 0; i + 1 < path.size(); ++i) where = Join(where, Step(path[i], Position(path[i])));
+
+    if (field == nullptr) {
+      const std::string at = Join(where, Step(last, -1));
+      std::string old_value;
+      std::string new_value;
+      if (last.unknown_field_set1 != nullptr && last.unknown_field_index1 >= 0) {
+        old_value = FormatUnknown(last.unknown_field_set1->field(last.unknown_field_index1));
+      }
+      if (last.unknown_field_set2 != nullptr && last.unknown_field_index2 >= 0) {
+        new_value = FormatUnknown(last.unknown_field_set2->field(last.unknown_field_index2));
+      }
+      Add(kind, at, std::move(old_value), std::move(new_value));
+      return;
+    }
+
+    if (field->is_repeated()) {
+      const int old_at = last.index;
+      const int new_at = Position(last);
+      const std::string at = Join(where, Step(last, kind == Difference::Kind::kRemoved ? old_at : new_at));
+      std::string old_value;
+      std::string new_value;
+      if (kind != Difference::Kind::kAdded) old_value = FormatValue(a, field, old_at, pairing_);
+      if (kind != Difference::Kind::kRemoved) new_value = FormatValue(b, field, new_at, pairing_);
+      Add(kind, at, std::move(old_value), std::move(new_value));
+      return;
+    }
+
+    const std::string at = Join(where, field->name());
+    // A field without presence holds its default when it is not written:
+    // its appearing or vanishing is a change of value.
+    if (!field->has_presence()) kind = Difference::Kind::kModified;
+
+    if (field->type() == pb::FieldDescriptor::TYPE_BYTES) {
+      Slot(kind, a, b, field, at);
+      return;
+    }
+    Add(kind, at, kind == Difference::Kind::kAdded ? std::string() : FormatValue(a, field, -1, pairing_),
+        kind == Difference::Kind::kRemoved ? std::string() : FormatValue(b, field, -1, pairing_));
+  }
+
+  // Settings paired alike on both sides and readable on both are compared as
+  // records; anything else as bytes.
+  void Slot(Difference::Kind kind, const pb::Message& holder_a, const pb::Message& holder_b,
+            const pb::FieldDescriptor* field, const std::string& at) {
+    const pb::Reflection* r = holder_a.GetReflection();
+    const std::string bytes_a = r->GetString(holder_a, field);
+    const std::string bytes_b = holder_b.GetReflection()->GetString(holder_b, field);
+    const pb::Descriptor* held_a = internal::SlotRecord(holder_a, field, pairing_);
+    const pb::Descriptor* held_b = internal::SlotRecord(holder_b, field, pairing_);
+    if (held_a != nullptr && held_a == held_b) {
+      std::unique_ptr<pb::Message> settings_a = internal::ParseSlot(held_a, bytes_a, nullptr);
+      std::unique_ptr<pb::Message> settings_b = internal::ParseSlot(held_b, bytes_b, nullptr);
+      if (settings_a != nullptr && settings_b != nullptr) {
+        const std::size_t before = out_->size();
+        Compare(*settings_a, *settings_b, at + "<" + held_a->full_name() + ">", pairing_, out_);
+        // Equal records from different bytes: an encoding that is not the
+        // canonical one on some side. Still a difference in the document.
+        if (out_->size() != before) return;
+      }
+    }
+    const std::size_t from = FirstDifference(bytes_a, bytes_b);
+    Add(kind, at, kind == Difference::Kind::kAdded ? std::string() : FormatSlot(holder_a, field, bytes_a, pairing_, from),
+        kind == Difference::Kind::kRemoved ? std::string() : FormatSlot(holder_b, field, bytes_b, pairing_, from));
+  }
+
+  void Add(Difference::Kind kind, std::string path, std::string old_value, std::string new_value) {
+    out_->push_back(Difference{kind, std::move(path), std::move(old_value), std::move(new_value)});
+  }
+
+  const PairingCatalogue& pairing_;
+  std::string prefix_;
+  std::vector<Difference>* out_;
+};
+
+// A differencer with the settings every comparison here uses, reporting
+// to a collector.
+class Differ {
+ public:
+  Differ(const PairingCatalogue& pairing, std::string prefix, std::vector<Difference>* out)
+      : collector_(pairing, std::move(prefix), out) {
+    comparator_.set_treat_nan_as_equal(true);  // the same NaN bits are the same value here
+    differencer_.set_field_comparator(&comparator_);
+    differencer_.set_report_ignores(false);
+    differencer_.ReportDifferencesTo(&collector_);
+  }
+
+  MessageDifferencer& differencer() { return differencer_; }
+  Collector& collector() { return collector_; }
+
+ private:
+  Collector collector_;
+  pb::util::DefaultFieldComparator comparator_;
+  MessageDifferencer differencer_;
+};
+
+// Lists of a configuration whose entries carry an identifier: they are
+// matched by it, so an inserted or removed entry is one difference rather
+// than a shift of every entry after it.
+struct KeyedList {
+  const char* list;
+  const char* key;
+};
+
+constexpr KeyedList kKeyedLists[] = {
+    {"inputs", "id"}, {"outputs", "id"},      {"maps", "id"},
+    {"drivers", "id"}, {"canbus", "canbusId"}, {"estimationData", "id"},
+};
+
+std::vector<std::int64_t> Keys(const pb::Message& record, const pb::FieldDescriptor* list,
+                               const pb::FieldDescriptor* key) {
+  const pb::Reflection* r = record.GetReflection();
+  std::vector<std::int64_t> keys;
+  const int size = r->FieldSize(record, list);
+  keys.reserve(static_cast<std::size_t>(size));
+  for (int i = 0; i < size; ++i) {
+    const pb::Message& element = r->GetRepeatedMessage(record, list, i);
+    const pb::Reflection* er = element.GetReflection();
+    keys.push_back(key->cpp_type() == pb::FieldDescriptor::CPPTYPE_INT32 ? er->GetInt32(element, key)
+                                                                          : er->GetUInt32(element, key));
+  }
+  return keys;
+}
+
+// Where each key stands; false when a key repeats, as such a list cannot
+// be matched by key.
+bool IndexKeys(const std::vector<std::int64_t>& keys, std::unordered_map<std::int64_t, int>* positions) {
+  positions->reserve(keys.size());
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    if (!positions->emplace(keys[i], static_cast<int>(i)).second) return false;
+  }
+  return true;
+}
+
+// Entries matched by identifier but standing in another order: one
+// difference on the list, showing the two orders from where they part.
+void OrderChange(const std::vector<std::int64_t>& keys_a, const std::vector<std::int64_t>& keys_b,
+                 const std::unordered_map<std::int64_t, int>& in_a, const std::unordered_map<std::int64_t, int>& in_b,
+                 const std::string& path, const pb::FieldDescriptor* key, std::vector<Difference>* out) {
+  std::vector<std::int64_t> kept_a;
+  std::vector<std::int64_t> kept_b;
+  for (std::int64_t k : keys_a) {
+    if (in_b.count(k) != 0) kept_a.push_back(k);
+  }
+  for (std::int64_t k : keys_b) {
+    if (in_a.count(k) != 0) kept_b.push_back(k);
+  }
+  if (kept_a == kept_b) return;
+  std::size_t from = 0;
+  while (kept_a[from] == kept_b[from]) ++from;
+  auto show = [&](const std::vector<std::int64_t>& keys) {
+    std::string text = key->name() + " order from matched entry " + std::to_string(from) + ": ";
+    for (std::size_t i = from; i < keys.size() && i < from + 8; ++i) {
+      text += (i > from ? ", " : "") + std::to_string(keys[i]);
+    }
+    return text + (keys.size() > from + 8 ? ", ..." : "");
+  };
+  out->push_back(Difference{Difference::Kind::kModified, path, show(kept_a), show(kept_b)});
+}
+
+// A keyed list of two configurations: entries gone from the first, entries
+// changed (compared one by one, in the first document's order), entries new
+// in the second, then the order when it changed. Matching by a hash of the
+// keys keeps this linear, whatever the size of the document.
+void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDescriptor* list,
+                  const pb::FieldDescriptor* key, const std::vector<std::int64_t>& keys_a,
+                  const std::vector<std::int64_t>& keys_b, const std::unordered_map<std::int64_t, int>& in_a,
+                  const std::unordered_map<std::int64_t, int>& in_b, const std::string& prefix,
+                  const PairingCatalogue& pairing, std::vector<Difference>* out) {
+  const std::string name = prefix.empty() ? list->name() : prefix + "." + list->name();
+  const pb::Reflection* ra = a.GetReflection();
+  const pb::Reflection* rb = b.GetReflection();
+  Differ elements(pairing, std::string(), out);
+  // A string that is not UTF-8 is a difference to show, not a log line.
+  pb::LogSilencer quiet;
+  for (std::size_t i = 0; i < keys_a.size(); ++i) {
+    const pb::Message& element_a = ra->GetRepeatedMessage(a, list, static_cast<int>(i));
+    auto match = in_b.find(keys_a[i]);
+    if (match == in_b.end()) {
+      out->push_back(Difference{Difference::Kind::kRemoved, name + "[" + std::to_string(i) + "]",
+                                FormatMessage(element_a, pairing), std::string()});
+      continue;
+    }
+    const pb::Message& element_b = rb->GetRepeatedMessage(b, list, match->second);
+    // Most entries are unchanged: equal encodings are equal records.
+    if (element_a.SerializeAsString() == element_b.SerializeAsString()) continue;
+    elements.collector().set_prefix(name + "[" + std::to_string(match->second) + "]");
+    elements.differencer().Compare(element_a, element_b);
+  }
+  for (std::size_t j = 0; j < keys_b.size(); ++j) {
+    if (in_a.count(keys_b[j]) != 0) continue;
+    out->push_back(Difference{Difference::Kind::kAdded, name + "[" + std::to_string(j) + "]", std::string(),
+                              FormatMessage(rb->GetRepeatedMessage(b, list, static_cast<int>(j)), pairing)});
+  }
+  OrderChange(keys_a, keys_b, in_a, in_b, name, key, out);
+}
+
+// Two configurations, field after field in the order of the encoding, the
+// keyed lists matched by identifier, the document's own unknown fields last.
+void CompareDocuments(const pb::Message& a, const pb::Message& b, const std::string& prefix,
+                      const PairingCatalogue& pairing, std::vector<Difference>* out) {
+  const pb::Descriptor* type = a.GetDescriptor();
+  std::vector<const pb::FieldDescriptor*> fields;
+  for (int i = 0; i < type->field_count(); ++i) fields.push_back(type->field(i));
+  std::sort(fields.begin(), fields.end(),
+            [](const pb::FieldDescriptor* x, const pb::FieldDescriptor* y) { return x->number() < y->number(); });
+  Differ plain(pairing, prefix, out);
+  for (const pb::FieldDescriptor* field : fields) {
+    const KeyedList* keyed = nullptr;
+    for (const KeyedList& entry : kKeyedLists) {
+      if (field->name() == entry.list) keyed = &entry;
+    }
+    if (keyed != nullptr) {
+      const pb::FieldDescriptor* key = field->message_type()->FindFieldByName(keyed->key);
+      const std::vector<std::int64_t> keys_a = Keys(a, field, key);
+      const std::vector<std::int64_t> keys_b = Keys(b, field, key);
+      std::unordered_map<std::int64_t, int> in_a;
+      std::unordered_map<std::int64_t, int> in_b;
+      if (IndexKeys(keys_a, &in_a) && IndexKeys(keys_b, &in_b)) {
+        CompareKeyed(a, b, field, key, keys_a, keys_b, in_a, in_b, prefix, pairing, out);
+        continue;
+      }
+      // Repeated identifiers cannot be matched: such a list goes by position.
+    }
+    plain.differencer().CompareWithFields(a, b, {field}, {field});
+  }
+  const pb::Reflection* r = a.GetReflection();
+  if (r->GetUnknownFields(a).empty() && b.GetReflection()->GetUnknownFields(b).empty()) return;
+  Differ unknown(pairing, prefix, out);
+  for (const pb::FieldDescriptor* field : fields) unknown.differencer().IgnoreField(field);
+  unknown.differencer().Compare(a, b);
+}
+
+void Compare(const pb::Message& a, const pb::Message& b, const std::string& prefix, const PairingCatalogue& pairing,
+             std::vector<Difference>* out) {
+  if (a.GetDescriptor() == ConfigData::descriptor()) {
+    CompareDocuments(a, b, prefix, pairing, out);
+    return;
+  }
+  Differ(pairing, prefix, out).differencer().Compare(a, b);
+}
+
+}  // namespace
+
+std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const PairingCatalogue& pairing) {
+  if (a.GetDescriptor() != b.GetDescriptor()) {
+    throw Error("", "cannot compare a " + a.GetDescriptor()->full_name() + " with a " +
+                        b.GetDescriptor()->full_name());
+  }
+  std::vector<Difference> differences;
+  Compare(a, b, "", pairing, &differences);
+  return differences;
+}
+
+std::string FormatDifferences(const std::vector<Difference>& differences) {
+  std::ostringstream out;
+  for (const Difference& d : differences) {
+    switch (d.kind) {
+      case Difference::Kind::kModified: out << "~ " << d.path << ": " << d.old_value << " -> " << d.new_value; break;
+      case Difference::Kind::kAdded: out << "+ " << d.path << ": " << d.new_value; break;
+      case Difference::Kind::kRemoved: out << "- " << d.path << ": " << d.old_value; break;
+    }
+    out << '\n';
+  }
+  return out.str();
+}
+
+}  // namespace gcuschema::document

@@ -1,0 +1,366 @@
+#include <gcuschema/document/lint.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/unknown_field_set.h>
+
+#include <gcuschema/Config.pb.h>
+
+#include "config_slots.h"
+
+namespace gcuschema::document {
+namespace {
+
+namespace pb = google::protobuf;
+
+// Counts kept beside their lists, by record and count field. ConfigData's
+// canObjectCount has no list beside it and is not one of them.
+struct CountPair {
+  const char* record;
+  const char* count;
+  const char* list;
+};
+
+constexpr CountPair kCountPairs[] = {
+    {"Canbus", "standardInputFrameCount", "standardInputFrames"},
+    {"Canbus", "extendedInputFrameCount", "extendedInputFrames"},
+    {"Canbus", "standardOutputFrameCount", "standardOutputFrames"},
+    {"Canbus", "extendedOutputFrameCount", "extendedOutputFrames"},
+    {"Canbus", "entitiesCount", "entityHandler"},
+    {"CalibrationData", "adcCalibrationCount", "adcCalibration"},
+    {"CalibrationData", "dacCalibrationCount", "dacCalibration"},
+    {"CalibrationData", "freqInputsCalibrationCount", "freqInputsCalibration"},
+    {"CalibrationData", "digitalInputCalibrationCount", "digitalInputCalibration"},
+    {"CalibrationData", "digitalOutputCalibrationCount", "digitalOutputCalibration"},
+    {"CalibrationData", "pwmCalibrationCount", "pwmCalibration"},
+    {"CalibrationData", "canbusCalibrationCount", "canbusCalibrationData"},
+    {"CalibrationData", "qeiCalibrationCount", "qeiCalibrationData"},
+    {"CalibrationData.FreqCalibrationData", "pullUpsCount", "pullUps"},
+    {"CalibrationTemplateData", "adcCalibrationCount", "adcCalibration"},
+    {"CalibrationTemplateData", "dacCalibrationCount", "dacCalibration"},
+    {"CalibrationTemplateData", "freqInputsCalibrationCount", "freqInputsCalibration"},
+    {"CalibrationTemplateData", "digitalInputCalibrationCount", "digitalInputCalibration"},
+    {"CalibrationTemplateData", "digitalOutputCalibrationCount", "digitalOutputCalibration"},
+    {"CalibrationTemplateData", "pwmCalibrationCount", "pwmCalibration"},
+    {"CalibrationTemplateData", "canbusCalibrationCount", "canbusCalibrationData"},
+    {"CalibrationTemplateData", "qeiCalibrationCount", "qeiCalibrationData"},
+    {"CalibrationTemplateData.FreqCalibrationData", "pullUpsCount", "pullUps"},
+};
+
+enum class Target { kNone, kInput, kBus };
+
+// Fields that name another entry of the same document by its identifier.
+struct Reference {
+  const char* record;
+  const char* field;
+  Target target;
+};
+
+constexpr Reference kReferences[] = {
+    {"CompareConfiguration", "input", Target::kInput},
+    {"DivideInputConfigData", "dividentInputId", Target::kInput},
+    {"DivideInputConfigData", "dividerInputId", Target::kInput},
+    {"MapInputConfigData", "inputId", Target::kInput},
+    {"CounterInputConfiguration", "upInputId", Target::kInput},
+    {"CounterInputConfiguration", "downInputId", Target::kInput},
+    {"CounterInputConfiguration", "resetInputId", Target::kInput},
+    {"WaveformInputConfigData", "inputId", Target::kInput},
+    {"RbcInputConfigData", "inputIds", Target::kInput},
+    {"CanbusRouter", "sourceCanbusId", Target::kBus},
+    {"CanbusRouter", "destinationCanbusId", Target::kBus},
+};
+
+// What lint needs to know about one record type, worked out once.
+struct Rules {
+  std::vector<const pb::FieldDescriptor*> fields;  // in field-number order: the order of the encoding
+  std::unordered_map<const pb::FieldDescriptor*, const pb::FieldDescriptor*> list_of_count;
+  std::unordered_map<const pb::FieldDescriptor*, Target> references;
+  // Input.type and Output.type are plain int32 fields checked against
+  // their record's Type enumeration.
+  const pb::FieldDescriptor* type_code = nullptr;
+  const pb::EnumDescriptor* type_enum = nullptr;
+};
+
+const Rules& RulesFor(const pb::Descriptor* type) {
+  static std::mutex mutex;
+  static std::unordered_map<const pb::Descriptor*, std::unique_ptr<Rules>> cache;
+  std::lock_guard<std::mutex> lock(mutex);
+  std::unique_ptr<Rules>& slot = cache[type];
+  if (slot) return *slot;
+  slot = std::make_unique<Rules>();
+  Rules& rules = *slot;
+  for (int i = 0; i < type->field_count(); ++i) rules.fields.push_back(type->field(i));
+  std::sort(rules.fields.begin(), rules.fields.end(),
+            [](const pb::FieldDescriptor* a, const pb::FieldDescriptor* b) { return a->number() < b->number(); });
+  for (const CountPair& pair : kCountPairs) {
+    if (type->full_name() != pair.record) continue;
+    const pb::FieldDescriptor* count = type->FindFieldByName(pair.count);
+    const pb::FieldDescriptor* list = type->FindFieldByName(pair.list);
+    if (count != nullptr && list != nullptr) rules.list_of_count[count] = list;
+  }
+  for (const Reference& reference : kReferences) {
+    if (type->full_name() != reference.record) continue;
+    if (const pb::FieldDescriptor* field = type->FindFieldByName(reference.field)) {
+      rules.references[field] = reference.target;
+    }
+  }
+  if (type == ::Input::descriptor() || type == ::Output::descriptor()) {
+    rules.type_code = type->FindFieldByName("type");
+    rules.type_enum = type->FindEnumTypeByName("Type");
+  }
+  return rules;
+}
+
+std::string Join(const std::string& path, const std::string& name) {
+  return path.empty() ? name : path + "." + name;
+}
+
+std::string Indexed(const std::string& path, const std::string& name, int index) {
+  return Join(path, name) + "[" + std::to_string(index) + "]";
+}
+
+// "Units.Pressure (kPa = 0, Bar = 1, mBar = 2)", the list left out when long.
+std::string DescribeEnum(const pb::EnumDescriptor* type) {
+  std::string out = type->full_name();
+  if (type->value_count() > 8) return out;
+  out += " (";
+  for (int i = 0; i < type->value_count(); ++i) {
+    if (i > 0) out += ", ";
+    out += type->value(i)->name() + " = " + std::to_string(type->value(i)->number());
+  }
+  return out + ")";
+}
+
+std::int64_t IntegerAt(const pb::Message& record, const pb::FieldDescriptor* field, int index) {
+  const pb::Reflection* reflection = record.GetReflection();
+  const bool repeated = field->is_repeated();
+  switch (field->cpp_type()) {
+    case pb::FieldDescriptor::CPPTYPE_INT32:
+      return repeated ? reflection->GetRepeatedInt32(record, field, index) : reflection->GetInt32(record, field);
+    case pb::FieldDescriptor::CPPTYPE_UINT32:
+      return repeated ? reflection->GetRepeatedUInt32(record, field, index) : reflection->GetUInt32(record, field);
+    case pb::FieldDescriptor::CPPTYPE_INT64:
+      return repeated ? reflection->GetRepeatedInt64(record, field, index) : reflection->GetInt64(record, field);
+    case pb::FieldDescriptor::CPPTYPE_UINT64:
+      return static_cast<std::int64_t>(repeated ? reflection->GetRepeatedUInt64(record, field, index)
+                                                : reflection->GetUInt64(record, field));
+    case pb::FieldDescriptor::CPPTYPE_ENUM:
+      return repeated ? reflection->GetRepeatedEnumValue(record, field, index)
+                      : reflection->GetEnumValue(record, field);
+    default:
+      return 0;
+  }
+}
+
+class Linter {
+ public:
+  explicit Linter(const PairingCatalogue& pairing) : pairing_(pairing) {}
+
+  void Record(const pb::Message& record, const std::string& path) {
+    const pb::Descriptor* type = record.GetDescriptor();
+    const Rules& rules = RulesFor(type);
+    // A configuration document is the scope its references resolve in.
+    Scope scope;
+    const Scope* outer = scope_;
+    if (type == ConfigData::descriptor()) {
+      std::unique_ptr<ConfigData> copy;
+      const ConfigData& config = internal::AsGenerated(record, &copy);
+      for (const Input& input : config.inputs()) scope.inputs.insert(input.id());
+      for (const Canbus& bus : config.canbus()) scope.buses.insert(bus.canbusid());
+      scope_ = &scope;
+    }
+    for (const pb::FieldDescriptor* field : rules.fields) Field(record, rules, field, path);
+    Unknown(record, path);
+    scope_ = outer;
+  }
+
+  std::vector<Finding> findings;
+
+ private:
+  struct Scope {
+    std::unordered_set<std::int32_t> inputs;
+    std::unordered_set<std::int32_t> buses;
+  };
+
+  void Add(std::string path, Severity severity, const char* rule, std::string message) {
+    findings.push_back(Finding{std::move(path), severity, rule, std::move(message)});
+  }
+
+  void Field(const pb::Message& record, const Rules& rules, const pb::FieldDescriptor* field,
+             const std::string& path) {
+    const pb::Reflection* reflection = record.GetReflection();
+    auto list = rules.list_of_count.find(field);
+    if (list != rules.list_of_count.end()) Count(record, field, list->second, path);
+    auto reference = rules.references.find(field);
+    const Target target = reference == rules.references.end() ? Target::kNone : reference->second;
+
+    if (field->is_repeated()) {
+      const int size = reflection->FieldSize(record, field);
+      if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) {
+        Elements(record, field, size, path);
+        return;
+      }
+      for (int i = 0; i < size; ++i) {
+        const std::string at = Indexed(path, field->name(), i);
+        if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_ENUM) Enum(field->enum_type(), IntegerAt(record, field, i), at);
+        if (target != Target::kNone) Resolve(target, field, IntegerAt(record, field, i), at);
+      }
+      return;
+    }
+
+    const std::string at = Join(path, field->name());
+    switch (field->cpp_type()) {
+      case pb::FieldDescriptor::CPPTYPE_MESSAGE:
+        if (reflection->HasField(record, field)) Record(reflection->GetMessage(record, field), at);
+        return;
+      case pb::FieldDescriptor::CPPTYPE_ENUM:
+        Enum(field->enum_type(), reflection->GetEnumValue(record, field), at);
+        return;
+      case pb::FieldDescriptor::CPPTYPE_STRING:
+        if (const pb::Descriptor* held = internal::SlotRecord(record, field, pairing_)) {
+          Slot(record, held, reflection->GetString(record, field), at);
+        }
+        return;
+      default:
+        break;
+    }
+    if (field == rules.type_code) {
+      const std::int64_t code = IntegerAt(record, field, 0);
+      if (rules.type_enum->FindValueByNumber(static_cast<int>(code)) == nullptr) {
+        Add(at, Severity::kError, "unknown-type",
+            "type " + std::to_string(code) + " is not a value of " + rules.type_enum->full_name() +
+                "; no reader knows what this entry is");
+      }
+    }
+    if (target != Target::kNone) Resolve(target, field, IntegerAt(record, field, 0), at);
+  }
+
+  void Count(const pb::Message& record, const pb::FieldDescriptor* count, const pb::FieldDescriptor* list,
+             const std::string& path) {
+    const std::int64_t stated = IntegerAt(record, count, 0);
+    const int actual = record.GetReflection()->FieldSize(record, list);
+    if (stated == actual) return;
+    Add(Join(path, count->name()), Severity::kError, "count-mismatch",
+        count->name() + " is " + std::to_string(stated) + " but " + list->name() + " holds " +
+            std::to_string(actual) + (actual == 1 ? " entry" : " entries") + "; set it to " +
+            std::to_string(actual));
+  }
+
+  // Elements of a list of records; the identifiers of inputs, outputs,
+  // maps and buses are unique within their list.
+  void Elements(const pb::Message& record, const pb::FieldDescriptor* field, int size, const std::string& path) {
+    const pb::Reflection* reflection = record.GetReflection();
+    const pb::FieldDescriptor* key = nullptr;
+    if (record.GetDescriptor() == ConfigData::descriptor()) {
+      const int number = field->number();
+      if (number == ConfigData::kInputsFieldNumber || number == ConfigData::kOutputsFieldNumber ||
+          number == ConfigData::kMapsFieldNumber) {
+        key = field->message_type()->FindFieldByName("id");
+      } else if (number == ConfigData::kCanbusFieldNumber) {
+        key = field->message_type()->FindFieldByName("canbusId");
+      }
+    }
+    std::unordered_map<std::int64_t, int> first;
+    for (int i = 0; i < size; ++i) {
+      const pb::Message& element = reflection->GetRepeatedMessage(record, field, i);
+      const std::string at = Indexed(path, field->name(), i);
+      if (key != nullptr) {
+        const std::int64_t id = IntegerAt(element, key, 0);
+        auto [seen, fresh] = first.emplace(id, i);
+        if (!fresh) {
+          Add(Join(at, key->name()), Severity::kError, "duplicate-id",
+              key->name() + " " + std::to_string(id) + " is already used by " +
+                  Indexed(path, field->name(), seen->second) + "; identifiers must be unique within " +
+                  field->name());
+        }
+      }
+      Record(element, at);
+    }
+  }
+
+  void Enum(const pb::EnumDescriptor* type, std::int64_t value, const std::string& at) {
+    if (type->FindValueByNumber(static_cast<int>(value)) != nullptr) return;
+    Add(at, Severity::kError, "unknown-enum-value",
+        std::to_string(value) + " is not a value of " + DescribeEnum(type));
+  }
+
+  void Resolve(Target target, const pb::FieldDescriptor* field, std::int64_t value, const std::string& at) {
+    if (scope_ == nullptr) return;  // a record on its own has no document to resolve in
+    // Identifiers are 32-bit on the device whatever the field's signedness.
+    const auto id = static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+    if (target == Target::kInput) {
+      // Settings leave an input reference at 0 when they do not use it.
+      if (id == 0 || scope_->inputs.count(id) != 0) return;
+      Add(at, Severity::kError, "dangling-reference",
+          field->name() + " names input " + std::to_string(id) + ", but no input of the document has that id");
+    } else {
+      // A router names both its buses: 0 is a bus number like any other.
+      if (scope_->buses.count(id) != 0) return;
+      Add(at, Severity::kError, "dangling-reference",
+          field->name() + " names bus " + std::to_string(id) + ", but no canbus of the document has that canbusId");
+    }
+  }
+
+  // Settings held as bytes: read as their record, then linted as such.
+  void Slot(const pb::Message& holder, const pb::Descriptor* held, const std::string& bytes, const std::string& at) {
+    bool canonical = true;
+    std::unique_ptr<pb::Message> settings = internal::ParseSlot(held, bytes, &canonical);
+    std::string why;
+    if (holder.GetDescriptor() != DeviceData::descriptor()) {
+      why = " (the record paired with " + holder.GetDescriptor()->name() + " type " +
+            std::to_string(internal::EntryTypeCode(holder)) + ")";
+    }
+    if (settings == nullptr) {
+      Add(at, Severity::kError, "config-unreadable",
+          "the " + std::to_string(bytes.size()) + " bytes do not parse as " + held->full_name() + why);
+      return;
+    }
+    if (!canonical) {
+      Add(at, Severity::kWarning, "config-not-canonical",
+          "reads as " + held->full_name() + " but encoding it again gives " +
+              std::to_string(settings->ByteSizeLong()) + " bytes that differ from the " +
+              std::to_string(bytes.size()) + " stored; store the re-encoded bytes");
+    }
+    Record(*settings, at);
+  }
+
+  void Unknown(const pb::Message& record, const std::string& path) {
+    const pb::UnknownFieldSet& unknown = record.GetReflection()->GetUnknownFields(record);
+    if (unknown.empty()) return;
+    std::set<int> numbers;
+    for (int i = 0; i < unknown.field_count(); ++i) numbers.insert(unknown.field(i).number());
+    std::string list;
+    for (int number : numbers) list += (list.empty() ? "" : ", ") + std::to_string(number);
+    Add(path, Severity::kWarning, "unknown-field",
+        std::string(numbers.size() == 1 ? "field " : "fields ") + list + " not in " +
+            record.GetDescriptor()->full_name() + ": kept and written back, but no reader of this schema uses " +
+            (numbers.size() == 1 ? "it" : "them"));
+  }
+
+  const PairingCatalogue& pairing_;
+  const Scope* scope_ = nullptr;
+};
+
+}  // namespace
+
+std::vector<Finding> Lint(const pb::Message& record, const PairingCatalogue& pairing) {
+  Linter linter(pairing);
+  linter.Record(record, "");
+  return std::move(linter.findings);
+}
+
+bool HasErrors(const std::vector<Finding>& findings) {
+  return std::any_of(findings.begin(), findings.end(),
+                     [](const Finding& finding) { return finding.severity == Severity::kError; });
+}
+
+}  // namespace gcuschema::document

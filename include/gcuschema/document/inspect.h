@@ -1,0 +1,23 @@
+#ifndef GCUSCHEMA_DOCUMENT_INSPECT_H
+#define GCUSCHEMA_DOCUMENT_INSPECT_H
+
+#include <string>
+
+#include <google/protobuf/message.h>
+
+#include <gcuschema/document/export.h>
+#include <gcuschema/document/pairing.h>
+
+namespace gcuschema::document {
+
+// A readable summary of a record: for a ConfigData the counts of inputs and
+// outputs by type name, maps, buses with their frames, estimators, units,
+// the identity strings and the bytes taken by each section; for a DeviceData
+// its identity, its blocks' sizes and its configuration's summary; for a
+// calibration its identity and list sizes; for other records their fields.
+GCUSCHEMA_DOCUMENT_API std::string Inspect(const google::protobuf::Message& record,
+                                      const PairingCatalogue& pairing);
+
+}  // namespace gcuschema::document
+
+#endif

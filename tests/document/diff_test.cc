@@ -1,0 +1,251 @@
+#include <gcuschema/document/diff.h>
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <gcuschema/AdcConfiguration.pb.h>
+#include <gcuschema/DigitalInputConfiguration.pb.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/samples.h>
+
+#include "support/wire.h"
+
+namespace gcuschema::document {
+namespace {
+
+const PairingCatalogue& Standard() {
+  static const PairingCatalogue pairing = PairingCatalogue::Standard();
+  return pairing;
+}
+
+ConfigData Sample(int inputs = 24) {
+  ConfigData config;
+  SampleConfig(SampleOptions{inputs, 4}, &config);
+  return config;
+}
+
+int FirstOfType(const ConfigData& config, int type) {
+  for (int i = 0; i < config.inputs_size(); ++i) {
+    if (config.inputs(i).type() == type) return i;
+  }
+  return -1;
+}
+
+// The differences as FormatDifferences prints them: compact to compare.
+std::string Lines(const ConfigData& a, const ConfigData& b) { return FormatDifferences(Diff(a, b, Standard())); }
+
+TEST(DiffTest, EqualDocumentsHaveNoDifferences) {
+  const ConfigData config = Sample(200);
+  EXPECT_TRUE(Diff(config, config, Standard()).empty());
+  EXPECT_TRUE(Diff(config, Sample(200), Standard()).empty());
+  EXPECT_EQ(FormatDifferences({}), "");
+}
+
+TEST(DiffTest, ASettingChangedInsideAConfigHasItsExpandedPath) {
+  const ConfigData before = Sample();
+  ConfigData after = before;
+  const int i = FirstOfType(before, Input::AdcInput);
+  ASSERT_GE(i, 0);
+  AdcConfiguration adc;
+  ASSERT_TRUE(adc.ParseFromString(before.inputs(i).config()));
+  const AdcConfiguration_AdcRange old_range = adc.range();
+  const AdcConfiguration_AdcRange new_range =
+      old_range == AdcConfiguration::range12V ? AdcConfiguration::rangeRaw : AdcConfiguration::range12V;
+  adc.set_range(new_range);
+  after.mutable_inputs(i)->set_config(adc.SerializeAsString());
+
+  const std::vector<Difference> differences = Diff(before, after, Standard());
+  ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
+  EXPECT_EQ(differences[0].kind, Difference::Kind::kModified);
+  EXPECT_EQ(differences[0].path, "inputs[" + std::to_string(i) + "].config<AdcConfiguration>.range");
+  EXPECT_EQ(differences[0].old_value, AdcConfiguration_AdcRange_Name(old_range));
+  EXPECT_EQ(differences[0].new_value, AdcConfiguration_AdcRange_Name(new_range));
+  EXPECT_EQ(FormatDifferences(differences), "~ inputs[" + std::to_string(i) + "].config<AdcConfiguration>.range: " +
+                                                AdcConfiguration_AdcRange_Name(old_range) + " -> " +
+                                                AdcConfiguration_AdcRange_Name(new_range) + "\n");
+}
+
+TEST(DiffTest, AddedAndRemovedInputs) {
+  const ConfigData before = Sample();
+  ConfigData after = before;
+  Input* added = after.add_inputs();
+  added->set_id(500);
+  added->set_alias("Extra");
+  added->set_type(Input::DigitalInput);
+  DigitalInConfiguration digital;
+  digital.set_invert(true);
+  added->set_config(digital.SerializeAsString());
+
+  std::vector<Difference> differences = Diff(before, after, Standard());
+  ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
+  EXPECT_EQ(differences[0].kind, Difference::Kind::kAdded);
+  EXPECT_EQ(differences[0].path, "inputs[24]");
+  EXPECT_TRUE(differences[0].old_value.empty());
+  // The whole entry, its settings shown as their record.
+  EXPECT_NE(differences[0].new_value.find("id: 500"), std::string::npos) << differences[0].new_value;
+  EXPECT_NE(differences[0].new_value.find("config: DigitalInConfiguration { invert: true }"), std::string::npos)
+      << differences[0].new_value;
+
+  // The other way round it is a removal, from the first document's place.
+  differences = Diff(after, before, Standard());
+  ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
+  EXPECT_EQ(differences[0].kind, Difference::Kind::kRemoved);
+  EXPECT_EQ(differences[0].path, "inputs[24]");
+  EXPECT_TRUE(differences[0].new_value.empty());
+  EXPECT_EQ(FormatDifferences(differences).substr(0, 13), "- inputs[24]:");
+}
+
+TEST(DiffTest, RemovingAnInputInTheMiddleIsOneDifference) {
+  const ConfigData before = Sample();
+  ConfigData after = before;
+  after.mutable_inputs()->DeleteSubrange(3, 1);
+  const std::vector<Difference> differences = Diff(before, after, Standard());
+  ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
+  EXPECT_EQ(differences[0].kind, Difference::Kind::kRemoved);
+  EXPECT_EQ(differences[0].path, "inputs[3]");
+  EXPECT_NE(differences[0].old_value.find("id: " + std::to_string(before.inputs(3).id())), std::string::npos);
+}
+
+TEST(DiffTest, ReorderedEntriesAreOneDifferenceOnTheList) {
+  const ConfigData before = Sample();
+  ConfigData after = before;
+  after.mutable_outputs()->SwapElements(0, 1);
+  const std::vector<Difference> differences = Diff(before, after, Standard());
+  ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
+  EXPECT_EQ(differences[0].kind, Difference::Kind::kModified);
+  EXPECT_EQ(differences[0].path, "outputs");
+  EXPECT_NE(differences[0].old_value.find("1, 2"), std::string::npos) << differences[0].old_value;
+  EXPECT_NE(differences[0].new_value.find("2, 1"), std::string::npos) << differences[0].new_value;
+}
+
+TEST(DiffTest, ListsWithRepeatedIdentifiersGoByPosition) {
+  ConfigData before;
+  for (const char* alias : {"A", "B", "C"}) before.add_inputs()->set_alias(alias);  // every id left at 0
+  ConfigData after = before;
+  after.mutable_inputs(1)->set_alias("Bee");
+  after.mutable_inputs()->RemoveLast();
+  EXPECT_EQ(Lines(before, after),
+            "~ inputs[1].alias: \"B\" -> \"Bee\"\n"
+            "- inputs[2]: { alias: \"C\" }\n");
+}
+
+TEST(DiffTest, ScalarsStringsAndDefaults) {
+  const ConfigData before = Sample();
+  ConfigData after = before;
+  after.mutable_inputs(0)->set_alias("Renamed");
+  after.mutable_inputs(1)->set_pin(0);  // back to the default: not written any more
+  after.set_version(before.version() + 1);
+  after.mutable_units()->set_pressureunit(before.units().pressureunit() == Units::Bar ? Units::mBar : Units::Bar);
+  const std::string expected =
+      "~ version: " + std::to_string(before.version()) + " -> " + std::to_string(after.version()) + "\n" +
+      "~ inputs[0].alias: \"" + before.inputs(0).alias() + "\" -> \"Renamed\"\n" +
+      "~ inputs[1].pin: " + std::to_string(before.inputs(1).pin()) + " -> 0\n" +
+      "~ units.pressureUnit: " + Units_Pressure_Name(before.units().pressureunit()) + " -> " +
+      Units_Pressure_Name(after.units().pressureunit()) + "\n";
+  ASSERT_NE(before.inputs(1).pin(), 0u);
+  EXPECT_EQ(Lines(before, after), expected);
+}
+
+TEST(DiffTest, StringsThatAreNotUtf8AreShownEscaped) {
+  ConfigData before;
+  before.add_inputs()->set_alias("A");
+  ConfigData after = before;
+  after.mutable_inputs(0)->set_alias(test::Bytes({0xC3, 0x28}));
+  EXPECT_EQ(Lines(before, after), "~ inputs[0].alias: \"A\" -> \"\\303(\"\n");
+}
+
+TEST(DiffTest, ConfigsUnderDifferentRecordsAreComparedWhole) {
+  ConfigData before;
+  Input* input = before.add_inputs();
+  input->set_id(1);
+  input->set_type(Input::AdcInput);
+  AdcConfiguration adc;
+  adc.set_saturation(true);
+  input->set_config(adc.SerializeAsString());
+  ConfigData after = before;
+  after.mutable_inputs(0)->set_type(Input::DigitalInput);
+  DigitalInConfiguration digital;
+  digital.set_invert(true);
+  after.mutable_inputs(0)->set_config(digital.SerializeAsString());
+  EXPECT_EQ(Lines(before, after),
+            "~ inputs[0].type: 0 -> 2\n"
+            "~ inputs[0].config: AdcConfiguration { saturation: true } -> DigitalInConfiguration { invert: true }\n");
+}
+
+TEST(DiffTest, OpaqueAndUnreadableConfigsAreComparedAsBytes) {
+  ConfigData before;
+  Driver* driver = before.add_drivers();
+  driver->set_id(1);
+  driver->set_config(test::Bytes({0x01, 0x02, 0x03}));
+  ConfigData after = before;
+  after.mutable_drivers(0)->set_config(test::Bytes({0x01, 0xFF, 0x03}));
+  EXPECT_EQ(Lines(before, after), "~ drivers[0].config: <01 02 03> -> <01 ff 03>\n");
+
+  // An ADC input whose settings stop reading on one side.
+  ConfigData adc_before;
+  Input* input = adc_before.add_inputs();
+  input->set_id(1);
+  input->set_config(test::Bytes({0x08, 0x02}));
+  ConfigData adc_after = adc_before;
+  adc_after.mutable_inputs(0)->set_config(test::Bytes({0x0A, 0x05}));
+  EXPECT_EQ(Lines(adc_before, adc_after),
+            "~ inputs[0].config: AdcConfiguration { range: range12V } -> <0a 05>\n");
+}
+
+TEST(DiffTest, SameSettingsInAnotherEncodingAreStillADifference) {
+  ConfigData before;
+  Input* input = before.add_inputs();
+  input->set_id(1);
+  input->set_config(test::Bytes({0x08, 0x02, 0x10, 0x01}));
+  ConfigData after = before;
+  after.mutable_inputs(0)->set_config(test::Bytes({0x10, 0x01, 0x08, 0x02}));
+  const std::vector<Difference> differences = Diff(before, after, Standard());
+  ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
+  EXPECT_EQ(differences[0].path, "inputs[0].config");
+  EXPECT_EQ(differences[0].old_value, "AdcConfiguration { range: range12V saturation: true }");
+  EXPECT_EQ(differences[0].new_value, "<10 01 08 02>");
+}
+
+TEST(DiffTest, DeviceDataConfigIsComparedAsADocument) {
+  DeviceData before;
+  SampleDeviceData(SampleOptions{}, &before);
+  ConfigData config;
+  ASSERT_TRUE(config.ParseFromString(before.config()));
+  config.mutable_inputs(2)->set_alias("Changed");
+  DeviceData after = before;
+  after.set_config(config.SerializeAsString());
+  after.set_version(before.version() + 1);
+  const std::vector<Difference> differences = Diff(before, after, Standard());
+  ASSERT_EQ(differences.size(), 2u) << FormatDifferences(differences);
+  EXPECT_EQ(differences[0].path, "version");
+  EXPECT_EQ(differences[1].path, "config<ConfigData>.inputs[2].alias");
+  EXPECT_EQ(differences[1].new_value, "\"Changed\"");
+}
+
+TEST(DiffTest, UnknownFieldsAndListElements) {
+  ConfigData before;
+  before.add_canbus()->set_canbusid(1);
+  ConfigData after = before;
+  after.GetReflection()->MutableUnknownFields(&after)->AddVarint(40, 3);
+  after.mutable_canbus(0)->add_standardinputframes()->set_messageid(0x123);
+  // A document's unknown fields come last, where its encoding has them.
+  EXPECT_EQ(Lines(before, after),
+            "+ canbus[0].standardInputFrames[0]: { messageId: 291 }\n"
+            "+ #40: 3\n");
+  EXPECT_EQ(Lines(after, before),
+            "- canbus[0].standardInputFrames[0]: { messageId: 291 }\n"
+            "- #40: 3\n");
+  // Inside an entry too.
+  ConfigData tagged = before;
+  tagged.mutable_canbus(0)->GetReflection()->MutableUnknownFields(tagged.mutable_canbus(0))->AddVarint(50, 1);
+  EXPECT_EQ(Lines(before, tagged), "+ canbus[0].#50: 1\n");
+}
+
+TEST(DiffTest, RecordsOfDifferentTypesCannotBeCompared) {
+  EXPECT_THROW(Diff(ConfigData(), DeviceData(), Standard()), Error);
+}
+
+}  // namespace
+}  // namespace gcuschema::document

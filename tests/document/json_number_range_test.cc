@@ -1,0 +1,39 @@
+// JSON numbers beyond the range of a double ("1e309") are refused like any
+// other malformed JSON text, as document::Error from the codec. (Found by
+// fuzz_json: the JSON reader reports them apart from its syntax errors.)
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/json.h>
+
+namespace gcuschema::test {
+namespace {
+
+bool RefusedAsError(const std::string& text) {
+  ConfigData document;
+  try {
+    document::JsonCodec().FromJsonText(text, &document);
+  } catch (const document::Error& e) {
+    return !e.message().empty();
+  }
+  return false;
+}
+
+TEST(JsonNumberRangeTest, OverflowingNumbersAreErrors) {
+  EXPECT_TRUE(RefusedAsError("{\"version\": 1e309}"));
+  EXPECT_TRUE(RefusedAsError("{\"estimationData\": [{\"thetaValues\": [1, -1e400]}]}"));
+  EXPECT_TRUE(RefusedAsError("{\"inputs\": [{\"type\": 4, \"config\": {\"@type\": \"AdcConfiguration\", "
+                             "\"range\": 1e309}}]}"));
+  // The largest finite double is a number like any other.
+  ConfigData document;
+  document::JsonCodec().FromJsonText("{\"estimationData\": [{\"thetaValues\": [1.7976931348623157e308]}]}",
+                                &document);
+  ASSERT_EQ(document.estimationdata_size(), 1);
+  EXPECT_EQ(document.estimationdata(0).thetavalues(0), 1.7976931348623157e308);
+}
+
+}  // namespace
+}  // namespace gcuschema::test

@@ -1,0 +1,176 @@
+#include <gcuschema/document/pairing.h>
+
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/records.h>
+
+namespace gcuschema::document {
+namespace {
+
+struct Row {
+  EntryKind kind;
+  int code;
+  const char* record;
+};
+
+// The pairing rows of the configuration document's type codes.
+const std::vector<Row>& ExpectedRows() {
+  static const std::vector<Row> rows = {
+      {EntryKind::kInput, Input::AdcInput, "AdcConfiguration"},
+      {EntryKind::kInput, Input::DigitalInput, "DigitalInConfiguration"},
+      {EntryKind::kInput, Input::PhonicWheelInput, "PhonicWheelConfiguration"},
+      {EntryKind::kInput, Input::CanbusInput, "CanbusInputConfiguration"},
+      {EntryKind::kInput, Input::ConstantValueInput, "ConstantValueInputConfiguration"},
+      {EntryKind::kInput, Input::CompareInput, "CompareConfiguration"},
+      {EntryKind::kInput, Input::DivideInput, "DivideInputConfigData"},
+      {EntryKind::kInput, Input::DutyInput, "DutyInConfiguration"},
+      {EntryKind::kInput, Input::MapInput, "MapInputConfigData"},
+      {EntryKind::kInput, Input::AhrsInput, "AhrsInputConfiguration"},
+      {EntryKind::kInput, Input::RbcInput, "RbcInputConfigData"},
+      {EntryKind::kInput, Input::CanobjectInput, "CanObjectInputData"},
+      {EntryKind::kInput, Input::CounterInput, "CounterInputConfiguration"},
+      {EntryKind::kInput, Input::SystemInput, "SystemInputConfigurationData"},
+      {EntryKind::kInput, Input::WaveformInput, "WaveformInputConfigData"},
+      {EntryKind::kInput, Input::TestInput, "TestInputConfiguration"},
+      {EntryKind::kOutput, Output::PwmOutput, "PwmConfiguration"},
+      {EntryKind::kOutput, Output::DacOutput, "DacConfiguration"},
+      {EntryKind::kOutput, Output::CanbusOutput, "CanbusOutputConfiguration"},
+      {EntryKind::kOutput, Output::CurrentOutput, "CurrentConfiguration"},
+      {EntryKind::kOutput, Output::MapOutput, "MapOutputConfigData"},
+      {EntryKind::kOutput, Output::SplitterOutput, "SplitterOutputConfigData"},
+      {EntryKind::kOutput, Output::PowerOutput, "PowerOutputConfigData"},
+      {EntryKind::kOutput, Output::CanobjectOutput, "CanObjectOutputData"},
+      {EntryKind::kOutput, Output::TachoOutput, "TachoOutputConfigData"},
+      {EntryKind::kOutput, Output::TestOutput, "TestOutputConfiguration"},
+  };
+  return rows;
+}
+
+TEST(PairingTest, StandardHoldsEveryNamedPairing) {
+  const PairingCatalogue standard = PairingCatalogue::Standard();
+  for (const Row& row : ExpectedRows()) {
+    const google::protobuf::Descriptor* found = standard.Find(row.kind, row.code);
+    ASSERT_NE(found, nullptr) << EntryKindName(row.kind) << " " << row.code;
+    EXPECT_EQ(found->full_name(), row.record) << EntryKindName(row.kind) << " " << row.code;
+  }
+  EXPECT_EQ(standard.entries().size(), ExpectedRows().size());
+}
+
+TEST(PairingTest, StandardLeavesOpenCodesOpen) {
+  const PairingCatalogue standard = PairingCatalogue::Standard();
+  EXPECT_EQ(standard.Find(EntryKind::kInput, Input::FrequencyInput), nullptr);
+  EXPECT_EQ(standard.Find(EntryKind::kInput, Input::AnalogSwitchInput), nullptr);
+  EXPECT_EQ(standard.Find(EntryKind::kInput, Input::CurrentSenseInput), nullptr);
+  EXPECT_EQ(standard.Find(EntryKind::kInput, 16), nullptr);
+  for (int code = Map::MapType_MIN; code <= Map::MapType_MAX; ++code) {
+    EXPECT_EQ(standard.Find(EntryKind::kMap, code), nullptr) << code;
+  }
+  EXPECT_EQ(standard.Find(EntryKind::kDriver, 0), nullptr);
+  EXPECT_EQ(standard.Find(EntryKind::kHandler, 0), nullptr);
+}
+
+TEST(PairingTest, EveryStandardPairingIsAValueOfItsTypeEnumeration) {
+  const PairingCatalogue standard = PairingCatalogue::Standard();
+  for (const auto& [key, record] : standard.entries()) {
+    const auto* type_enum =
+        key.first == EntryKind::kInput ? Input_Type_descriptor() : Output_Type_descriptor();
+    ASSERT_NE(type_enum->FindValueByNumber(key.second), nullptr) << key.second;
+    EXPECT_EQ(FindRecord(record->full_name()), record);
+  }
+}
+
+TEST(PairingTest, SetAddsReplacesAndRemoves) {
+  PairingCatalogue catalogue;
+  EXPECT_TRUE(catalogue.entries().empty());
+  catalogue.Set(EntryKind::kInput, 5, FindRecord("AdcSwitchConfiguration"));
+  EXPECT_EQ(catalogue.Find(EntryKind::kInput, 5), FindRecord("AdcSwitchConfiguration"));
+  EXPECT_EQ(catalogue.Find(EntryKind::kOutput, 5), nullptr);
+  catalogue.Set(EntryKind::kInput, 5, FindRecord("AdcConfiguration"));
+  EXPECT_EQ(catalogue.Find(EntryKind::kInput, 5), FindRecord("AdcConfiguration"));
+  catalogue.Set(EntryKind::kInput, 5, nullptr);
+  EXPECT_EQ(catalogue.Find(EntryKind::kInput, 5), nullptr);
+  EXPECT_TRUE(catalogue.entries().empty());
+}
+
+TEST(PairingTest, SetMapTablePairsEveryMapType) {
+  PairingCatalogue catalogue = PairingCatalogue::Standard();
+  catalogue.SetMapTable(FindRecord("Map3D"));
+  for (int i = 0; i < Map_MapType_descriptor()->value_count(); ++i) {
+    EXPECT_EQ(catalogue.Find(EntryKind::kMap, Map_MapType_descriptor()->value(i)->number()),
+              FindRecord("Map3D"));
+  }
+  catalogue.SetMapTable(nullptr);
+  EXPECT_EQ(catalogue.Find(EntryKind::kMap, Map::Interpolated3dMap), nullptr);
+}
+
+TEST(PairingTest, ApplyTakesNumbersAndValueNames) {
+  PairingCatalogue catalogue;
+  catalogue.Apply("input:5=AdcSwitchConfiguration");
+  EXPECT_EQ(catalogue.Find(EntryKind::kInput, 5), FindRecord("AdcSwitchConfiguration"));
+  catalogue.Apply("input:FrequencyInput=InputQeiConfiguration");
+  EXPECT_EQ(catalogue.Find(EntryKind::kInput, Input::FrequencyInput),
+            FindRecord("InputQeiConfiguration"));
+  catalogue.Apply(" map : Interpolated3dMap = Map3D ");
+  EXPECT_EQ(catalogue.Find(EntryKind::kMap, Map::Interpolated3dMap), FindRecord("Map3D"));
+  catalogue.Apply("driver:-3=Map2D");
+  EXPECT_EQ(catalogue.Find(EntryKind::kDriver, -3), FindRecord("Map2D"));
+  catalogue.Apply("handler:7=CalibrationData_FreqPull");
+  EXPECT_EQ(catalogue.Find(EntryKind::kHandler, 7), FindRecord("CalibrationData.FreqPull"));
+  catalogue.Apply("output:TestOutput=TestOutputConfiguration");
+  EXPECT_EQ(catalogue.Find(EntryKind::kOutput, 99), FindRecord("TestOutputConfiguration"));
+  // An empty record name removes the pairing.
+  catalogue.Apply("input:5=");
+  EXPECT_EQ(catalogue.Find(EntryKind::kInput, 5), nullptr);
+}
+
+std::string ApplyError(const std::string& text) {
+  PairingCatalogue catalogue;
+  try {
+    catalogue.Apply(text);
+  } catch (const Error& e) {
+    EXPECT_NE(e.where().find(text), std::string::npos) << e.what();
+    return e.message();
+  }
+  ADD_FAILURE() << "no error for " << text;
+  return "";
+}
+
+TEST(PairingTest, ApplyErrorsSayWhatIsWrong) {
+  EXPECT_NE(ApplyError("input5=AdcConfiguration").find("KIND:CODE=RECORD"), std::string::npos);
+  EXPECT_NE(ApplyError("input:5").find("KIND:CODE=RECORD"), std::string::npos);
+  EXPECT_NE(ApplyError("sensor:5=AdcConfiguration").find("unknown entry kind \"sensor\""),
+            std::string::npos);
+  EXPECT_NE(ApplyError("sensor:5=AdcConfiguration").find("input, output, map, driver, handler"),
+            std::string::npos);
+  EXPECT_NE(ApplyError("input:=AdcConfiguration").find("type code is missing"), std::string::npos);
+  EXPECT_NE(ApplyError("input:Bogus=AdcConfiguration").find("Input.Type"), std::string::npos);
+  EXPECT_NE(ApplyError("input:5x=AdcConfiguration").find("neither a number"), std::string::npos);
+  EXPECT_NE(ApplyError("driver:Bogus=Map3D").find("plain numbers"), std::string::npos);
+  EXPECT_NE(ApplyError("input:99999999999=AdcConfiguration").find("32 bits"), std::string::npos);
+  EXPECT_NE(ApplyError("input:5=NoSuchRecord").find("no record named \"NoSuchRecord\""),
+            std::string::npos);
+}
+
+TEST(PairingTest, ApplyErrorLeavesTheCatalogueAlone) {
+  PairingCatalogue catalogue = PairingCatalogue::Standard();
+  EXPECT_THROW(catalogue.Apply("input:0=NoSuchRecord"), Error);
+  EXPECT_EQ(catalogue.Find(EntryKind::kInput, 0), FindRecord("AdcConfiguration"));
+}
+
+TEST(PairingTest, EntryKindNames) {
+  EXPECT_EQ(EntryKindName(EntryKind::kInput), "input");
+  EXPECT_EQ(EntryKindName(EntryKind::kOutput), "output");
+  EXPECT_EQ(EntryKindName(EntryKind::kMap), "map");
+  EXPECT_EQ(EntryKindName(EntryKind::kDriver), "driver");
+  EXPECT_EQ(EntryKindName(EntryKind::kHandler), "handler");
+}
+
+}  // namespace
+}  // namespace gcuschema::document

@@ -1,0 +1,33 @@
+#ifndef GCUSCHEMA_TESTS_TOOL_SUPPORT_PROCESS_H
+#define GCUSCHEMA_TESTS_TOOL_SUPPORT_PROCESS_H
+
+#include <string>
+#include <vector>
+
+namespace gcuschema::test {
+
+// How a child process ended and what it wrote.
+struct ProcessResult {
+  int exit_status = -1;  // exit code, or -1 when a signal ended it
+  int signal = 0;        // the signal that ended it, or 0
+  std::string out;
+  std::string err;
+};
+
+// Runs argv[0] with the arguments as given (no shell: nothing is
+// interpreted), feeding `input` to its standard input and collecting its
+// standard output and error. Fails the current test and returns a result
+// with exit_status -1 when the process cannot be started.
+ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string& input = "");
+
+// Runs argv[0] with its standard input, output and error on a new
+// pseudo-terminal, as from an interactive shell; `out` holds everything it
+// wrote to the terminal (line ends as the terminal gives them, "\r\n").
+ProcessResult RunOnTerminal(const std::vector<std::string>& argv);
+
+// The built command-line tool with these arguments.
+ProcessResult RunTool(const std::vector<std::string>& arguments, const std::string& input = "");
+
+}  // namespace gcuschema::test
+
+#endif

@@ -1,0 +1,83 @@
+// diff: field paths with old and new values, settings expanded; exit 0
+// when equal, 1 when different, 2 when a document cannot be read.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <gcuschema/AdcConfiguration.pb.h>
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/document/samples.h>
+
+#include "support/process.h"
+#include "support/sample_bytes.h"
+#include "support/tool_scratch.h"
+
+namespace gcuschema::test {
+namespace {
+
+ConfigData SampleDocument() {
+  ConfigData config;
+  document::SampleOptions options;
+  options.inputs = 12;
+  document::SampleConfig(options, &config);
+  return config;
+}
+
+TEST(ToolDiffTest, EqualDocumentsExitZeroAndPrintNothing) {
+  ScratchDir dir;
+  const std::string a = dir.Put("a.bin", EncodeRecord(SampleDocument()));
+  const std::string b = dir.Put("b.bin", EncodeRecord(SampleDocument()));
+  ProcessResult result = RunTool({"diff", a, b});
+  EXPECT_EQ(result.exit_status, 0) << result.err;
+  EXPECT_EQ(result.out, "");
+}
+
+TEST(ToolDiffTest, ChangedFieldIsShownWithOldAndNewValues) {
+  ConfigData changed = SampleDocument();
+  const std::string old_alias = changed.inputs(0).alias();
+  ASSERT_FALSE(old_alias.empty()) << "the sample names its inputs";
+  changed.mutable_inputs(0)->set_alias("renamed-input");
+  ScratchDir dir;
+  const std::string a = dir.Put("a.bin", EncodeRecord(SampleDocument()));
+  const std::string b = dir.Put("b.bin", EncodeRecord(changed));
+  ProcessResult result = RunTool({"diff", a, b});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  const std::string line = result.out.substr(0, result.out.find('\n'));
+  EXPECT_NE(line.find("inputs[0].alias"), std::string::npos) << result.out;
+  EXPECT_NE(line.find("renamed-input"), std::string::npos) << result.out;
+  EXPECT_NE(line.find(old_alias), std::string::npos) << result.out;
+}
+
+TEST(ToolDiffTest, ChangeInsideSettingsIsShownAsAFieldOfTheSettingsRecord) {
+  ConfigData config = SampleDocument();
+  int adc = -1;
+  for (int i = 0; i < config.inputs_size() && adc < 0; ++i) {
+    if (config.inputs(i).type() == Input::AdcInput) adc = i;
+  }
+  ASSERT_GE(adc, 0) << "the sample has an ADC input";
+  AdcConfiguration settings;
+  ASSERT_TRUE(settings.ParseFromString(config.inputs(adc).config()));
+  ConfigData changed = config;
+  settings.set_inminvalue(settings.inminvalue() + 1);
+  changed.mutable_inputs(adc)->set_config(settings.SerializeAsString());
+  ScratchDir dir;
+  const std::string a = dir.Put("a.bin", EncodeRecord(config));
+  const std::string b = dir.Put("b.bin", EncodeRecord(changed));
+  ProcessResult result = RunTool({"diff", a, b});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_NE(result.out.find("inputs[" + std::to_string(adc) + "].config"), std::string::npos)
+      << result.out;
+  EXPECT_NE(result.out.find("inMinValue"), std::string::npos) << result.out;
+}
+
+TEST(ToolDiffTest, UnreadableDocumentExitsTwo) {
+  ScratchDir dir;
+  const std::string good = dir.Put("a.bin", EncodeRecord(SampleDocument()));
+  const std::string bad = dir.Put("b.bin", std::string("\x1A\x10\x08", 3));
+  ProcessResult result = RunTool({"diff", good, bad});
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_EQ(result.err.rfind("gcuschema: " + bad + ": ", 0), 0u) << result.err;
+}
+
+}  // namespace
+}  // namespace gcuschema::test
