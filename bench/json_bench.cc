@@ -20,7 +20,7 @@ void JsonDecode(benchmark::State& state, const Workload* w) {
   for (auto _ : state) {
     std::unique_ptr<google::protobuf::Message> record = document::NewRecord(type);
     record->ParseFromString(w->bytes);
-    std::string text = codec.ToJsonText(*record);
+    std::string text = codec.ToJson(*record);
     text_size = text.size();
     benchmark::DoNotOptimize(text.data());
   }
@@ -33,10 +33,10 @@ void JsonEncode(benchmark::State& state, const Workload* w) {
   const google::protobuf::Descriptor* type = document::FindRecord(w->record);
   std::unique_ptr<google::protobuf::Message> parsed = document::NewRecord(type);
   parsed->ParseFromString(w->bytes);
-  const std::string text = codec.ToJsonText(*parsed);
+  const std::string text = codec.ToJson(*parsed);
   for (auto _ : state) {
     std::unique_ptr<google::protobuf::Message> record = document::NewRecord(type);
-    codec.FromJsonText(text, record.get());
+    codec.FromJson(text, record.get());
     std::string bytes = record->SerializeAsString();
     if (bytes.size() != w->bytes.size()) state.SkipWithError("JSON did not give the same bytes");
     benchmark::DoNotOptimize(bytes.data());

@@ -1,29 +1,21 @@
 #include <gcuschema/document/binary.h>
 
-#include <algorithm>
-#include <cctype>
 #include <climits>
 #include <cstdint>
 #include <cstring>
-#include <memory>
-#include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/io/coded_stream.h>
-#include <google/protobuf/io/tokenizer.h>
 #include <google/protobuf/stubs/common.h>
 #include <google/protobuf/stubs/strutil.h>
-#include <google/protobuf/text_format.h>
 #include <google/protobuf/wire_format_lite.h>
 
 #include <gcuschema/document/error.h>
 
-#include "parallel.h"
 
 namespace gcuschema::document {
 namespace {
@@ -69,18 +61,19 @@ class WireWalker {
     return until_limit < 0 ? size_ - Position() : until_limit;
   }
 
-  // Reads a varint at the current position; on failure says why.
-  std::optional<std::string> VarintProblem(int at) const {
+  // Why the varint at `at`, of at most `max_bytes` bytes, cannot be read:
+  // it runs past the end of its record or the data, or is too long.
+  std::optional<std::string> VarintProblem(int at, int max_bytes = 10) const {
     const int left = size_ - at;
     const int in_record = Left();
-    for (int i = 0; i < 10 && i < in_record; ++i) {
+    for (int i = 0; i < max_bytes && i < in_record; ++i) {
       if ((data_[at + i] & 0x80) == 0) return std::nullopt;
     }
-    if (in_record < 10 && in_record <= left) {
+    if (in_record < max_bytes && in_record <= left) {
       return "the number is cut off: it runs past the end of " +
              std::string(in_record < left ? "its record" : "the data");
     }
-    return std::string("a number longer than 10 bytes");
+    return "a number longer than " + std::to_string(max_bytes) + " bytes";
   }
 
   std::optional<Problem> Record(const pb::Descriptor* type, const std::string& path, int depth) {
@@ -98,7 +91,7 @@ class WireWalker {
           return Problem{tag_at, path, "a zero byte where a field tag should be (field number 0 does not exist); "
                                        "the data is corrupt or padded"};
         }
-        return Problem{tag_at, path, "field tag: " + VarintProblem(tag_at).value_or("longer than 5 bytes")};
+        return Problem{tag_at, path, "field tag: " + VarintProblem(tag_at, 5).value_or("a number beyond 32 bits")};
       }
       // The runtime reads a tag as at most 5 bytes.
       if (Position() - tag_at > 5) return Problem{tag_at, path, "a field tag longer than 5 bytes"};
@@ -246,215 +239,6 @@ class WireWalker {
   pb::io::CodedInputStream in_;
 };
 
-// Keeps the first error of the text parser, with its position.
-class FirstError : public pb::io::ErrorCollector {
- public:
-  void AddError(int line, pb::io::ColumnNumber column, const std::string& message) override {
-    if (seen_) return;
-    seen_ = true;
-    line_ = line;
-    column_ = column;
-    message_ = message;
-  }
-  void AddWarning(int, pb::io::ColumnNumber, const std::string&) override {}
-
-  bool seen() const { return seen_; }
-  int line() const { return line_; }
-  int column() const { return column_; }
-  const std::string& message() const { return message_; }
-
- private:
-  bool seen_ = false;
-  int line_ = 0;
-  int column_ = 0;
-  std::string message_;
-};
-
-// Below these sizes a document is read or printed on the calling thread:
-// the work would not repay starting others.
-constexpr std::size_t kParallelBytes = 512 * 1024;
-constexpr std::int64_t kParallelElements = 512;
-// Shares per thread when printing: enough to even out unequal elements;
-// and at least so many that, written as they are done, the memory of the
-// first is filled again by the later ones.
-constexpr int kSharesPerThread = 4;
-constexpr int kStreamShares = 16;
-
-bool IsWordChar(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
-
-// Whether `word` occurs in `text` as a whole word: wherever the text
-// names a field `word`, and possibly more (inside strings, comments or
-// deeper records).
-bool ContainsWord(std::string_view text, std::string_view word) {
-  for (std::size_t at = text.find(word); at != std::string_view::npos; at = text.find(word, at + 1)) {
-    const bool starts = at == 0 || !IsWordChar(text[at - 1]);
-    const bool ends = at + word.size() == text.size() || !IsWordChar(text[at + word.size()]);
-    if (starts && ends) return true;
-  }
-  return false;
-}
-
-// Text cut into `count` chunks at line starts that begin with a name, as
-// the printer starts each top-level field. Whether a cut really falls
-// between top-level fields shows when each chunk parses as a record: a
-// line end ends every token of valid text (strings cannot span lines, and
-// comments end there), so chunks that parse are whole fields.
-std::vector<std::string_view> CutText(std::string_view text, int count) {
-  std::vector<std::string_view> chunks;
-  std::size_t start = 0;
-  for (int k = 1; k < count; ++k) {
-    std::size_t at = std::max(start + 1, text.size() / count * k);
-    std::size_t cut = std::string_view::npos;
-    while (at < text.size()) {
-      const std::size_t line_end = text.find('\n', at - 1);
-      if (line_end == std::string_view::npos || line_end + 1 >= text.size()) break;
-      const char first = text[line_end + 1];
-      if (std::isalpha(static_cast<unsigned char>(first)) || first == '_') {
-        cut = line_end + 1;
-        break;
-      }
-      at = line_end + 2;
-    }
-    if (cut == std::string_view::npos) break;
-    chunks.push_back(text.substr(start, cut - start));
-    start = cut;
-  }
-  chunks.push_back(text.substr(start));
-  return chunks;
-}
-
-void ParseTextAlone(std::string_view text, pb::Message* record) {
-  FirstError errors;
-  pb::TextFormat::Parser parser;
-  parser.RecordErrorsTo(&errors);
-  pb::io::ArrayInputStream input(text.data(), static_cast<int>(text.size()));
-  if (parser.Parse(&input, record)) return;
-  if (!errors.seen()) throw Error("", "the text is not a valid " + record->GetDescriptor()->full_name());
-  std::string message = errors.message();
-  // The text printer writes unknown fields by number; the parser cannot
-  // read them back.
-  const std::string number_instead = "Expected identifier, got: ";
-  if (message.rfind(number_instead, 0) == 0 && message.size() > number_instead.size() &&
-      std::isdigit(static_cast<unsigned char>(message[number_instead.size()]))) {
-    message += "; fields the schema does not know (printed by number) cannot be read from text: "
-               "use JSON, which keeps them as \"@unknown\", or the binary form";
-  }
-  // The parser counts lines and columns from 0.
-  throw Error("line " + std::to_string(errors.line() + 1) + ", column " + std::to_string(errors.column() + 1),
-              message);
-}
-
-// Records parsed from consecutive chunks of one input: chunk 0 into the
-// caller's record, the others into records of its own.
-class Chunks {
- public:
-  Chunks(pb::Message* record, std::size_t count) : records_(count, record) {
-    for (std::size_t j = 1; j < count; ++j) records_[j] = internal::NewLike(*record);
-  }
-  ~Chunks() {
-    for (std::size_t j = 1; j < records_.size(); ++j) internal::DeleteLike(*records_[0], records_[j]);
-  }
-  Chunks(const Chunks&) = delete;
-  Chunks& operator=(const Chunks&) = delete;
-
-  std::size_t size() const { return records_.size(); }
-  pb::Message* operator[](std::size_t j) const { return records_[j]; }
-
-  // Appends the later chunks to the first, in order.
-  void Join() {
-    for (std::size_t j = 1; j < records_.size(); ++j) internal::MoveAppend(records_[j], records_[0]);
-  }
-
- private:
-  std::vector<pb::Message*> records_;
-};
-
-// Whether appending the chunks' records gives what one parse of the whole
-// text gives. Within a chunk the parser applies its own rules; across
-// chunks, a non-repeated field (or a member of a oneof) named in a chunk
-// after an earlier one set it makes one parse fail. Fields that track
-// presence show when set; a field without presence set to its default
-// shows only in the text, so a later chunk naming such a field at all
-// counts as naming it.
-bool ChunksAgree(const Chunks& chunks, const std::vector<std::string_view>& texts) {
-  std::set<const FieldDescriptor*> set_before;
-  std::set<const pb::OneofDescriptor*> oneofs_before;
-  std::vector<const FieldDescriptor*> without_presence;
-  for (std::size_t j = 0; j < chunks.size(); ++j) {
-    const pb::Message& record = *chunks[j];
-    const pb::Reflection* reflection = record.GetReflection();
-    std::vector<const FieldDescriptor*> fields;
-    reflection->ListFields(record, &fields);
-    for (const FieldDescriptor* field : fields) {
-      if (field->is_repeated()) continue;
-      if (set_before.count(field) != 0) return false;
-      if (field->containing_oneof() != nullptr && oneofs_before.count(field->containing_oneof()) != 0) return false;
-    }
-    if (j > 0) {
-      for (const FieldDescriptor* field : without_presence) {
-        if (ContainsWord(texts[j], field->name())) return false;
-      }
-    }
-    for (const FieldDescriptor* field : fields) {
-      if (field->is_repeated()) continue;
-      set_before.insert(field);
-      if (field->containing_oneof() != nullptr) oneofs_before.insert(field->containing_oneof());
-      if (!field->has_presence()) without_presence.push_back(field);
-    }
-  }
-  return true;
-}
-
-// The top-level fields of encoded bytes: where each starts and its number.
-// Empty when the bytes are not a plain sequence of fields (a group, a
-// malformed tag or length): then they are left to one parse.
-struct FieldStart {
-  std::size_t offset;
-  int number;
-};
-
-bool ReadVarint(const std::uint8_t* data, std::size_t size, std::size_t* at, std::uint64_t* value, int max_bytes) {
-  *value = 0;
-  for (int i = 0; i < max_bytes && *at < size; ++i) {
-    const std::uint8_t byte = data[(*at)++];
-    *value |= static_cast<std::uint64_t>(byte & 0x7F) << (7 * i);
-    if ((byte & 0x80) == 0) return true;
-  }
-  return false;
-}
-
-std::vector<FieldStart> TopLevelFields(std::string_view bytes) {
-  const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
-  const std::size_t size = bytes.size();
-  std::vector<FieldStart> starts;
-  std::size_t at = 0;
-  while (at < size) {
-    const std::size_t start = at;
-    std::uint64_t tag;
-    if (!ReadVarint(data, size, &at, &tag, 5) || tag > 0xFFFFFFFFu) return {};
-    const int number = static_cast<int>(tag >> 3);
-    if (number == 0) return {};
-    std::uint64_t skip = 0;
-    switch (tag & 7) {
-      case WireFormatLite::WIRETYPE_VARINT: {
-        std::uint64_t value;
-        if (!ReadVarint(data, size, &at, &value, 10)) return {};
-        break;
-      }
-      case WireFormatLite::WIRETYPE_FIXED64: skip = 8; break;
-      case WireFormatLite::WIRETYPE_FIXED32: skip = 4; break;
-      case WireFormatLite::WIRETYPE_LENGTH_DELIMITED:
-        if (!ReadVarint(data, size, &at, &skip, 5) || skip > static_cast<std::uint64_t>(INT_MAX)) return {};
-        break;
-      default: return {};
-    }
-    if (skip > size - at) return {};
-    at += skip;
-    starts.push_back({start, number});
-  }
-  return starts;
-}
-
 }  // namespace
 
 void ParseBinary(std::string_view bytes, pb::Message* record) {
@@ -476,151 +260,6 @@ void ParseBinary(std::string_view bytes, pb::Message* record) {
   }
   throw Error("", "the protobuf runtime cannot read these bytes as a " + type->full_name() +
                       "; check that they hold one");
-}
-
-void ParseBinary(std::string_view bytes, pb::Message* record, int threads) {
-  threads = internal::ThreadCount(threads);
-  if (threads <= 1 || bytes.size() < kParallelBytes || bytes.size() > static_cast<size_t>(INT_MAX) ||
-      !internal::CanShare(*record)) {
-    ParseBinary(bytes, record);
-    return;
-  }
-  // Cut between top-level fields near equal byte counts. Parsing the
-  // pieces and appending them gives the record one parse gives, provided
-  // no non-repeated field (nor oneof) turns up in two pieces: one parse
-  // would let the later value win (or merge a record), which appending
-  // does not do.
-  const std::vector<FieldStart> starts = TopLevelFields(bytes);
-  std::vector<std::size_t> cuts{0};
-  for (const FieldStart& start : starts) {
-    if (start.offset >= bytes.size() / threads * cuts.size() && start.offset > cuts.back() &&
-        static_cast<int>(cuts.size()) < threads) {
-      cuts.push_back(start.offset);
-    }
-  }
-  if (cuts.size() < 2) {
-    ParseBinary(bytes, record);
-    return;
-  }
-  const pb::Descriptor* type = record->GetDescriptor();
-  std::map<const void*, std::size_t> last_piece;  // non-repeated field or oneof: the piece it was last seen in
-  std::size_t piece = 0;
-  for (const FieldStart& start : starts) {
-    while (piece + 1 < cuts.size() && start.offset >= cuts[piece + 1]) ++piece;
-    const FieldDescriptor* field = type->FindFieldByNumber(start.number);
-    if (field == nullptr || field->is_repeated()) continue;
-    const void* key = field->containing_oneof() != nullptr ? static_cast<const void*>(field->containing_oneof())
-                                                           : static_cast<const void*>(field);
-    auto [seen, fresh] = last_piece.emplace(key, piece);
-    if (!fresh && seen->second != piece) {
-      ParseBinary(bytes, record);
-      return;
-    }
-  }
-
-  Chunks chunks(record, cuts.size());
-  std::vector<char> parsed(cuts.size(), 0);
-  internal::ForEachIndex(static_cast<int>(cuts.size()), threads, [&](int j) {
-    const std::size_t end = j + 1 < static_cast<int>(cuts.size()) ? cuts[j + 1] : bytes.size();
-    parsed[j] = chunks[j]->ParseFromArray(bytes.data() + cuts[j], static_cast<int>(end - cuts[j]));
-  });
-  if (std::find(parsed.begin(), parsed.end(), 0) != parsed.end()) {
-    ParseBinary(bytes, record);  // the whole, for its diagnosis
-    return;
-  }
-  chunks.Join();
-}
-
-std::string ToText(const pb::Message& record) {
-  TextPieces out;
-  internal::PiecesOutput stream(&out);
-  pb::TextFormat::Printer().Print(record, &stream);
-  return out.ToString();
-}
-
-namespace {
-
-// Prints `record` in units handed to `write` in order (see StreamUnits).
-void PrintUnits(pb::Message* record, int threads, const std::function<void(TextPieces*)>& write) {
-  threads = internal::ThreadCount(threads);
-  const pb::TextFormat::Printer printer;
-  std::int64_t elements = 0;
-  if (internal::CanShare(*record)) {
-    const pb::Reflection* reflection = record->GetReflection();
-    std::vector<const FieldDescriptor*> fields;
-    reflection->ListFields(*record, &fields);
-    for (const FieldDescriptor* field : fields) {
-      elements += field->is_repeated() ? reflection->FieldSize(*record, field) : 1;
-    }
-  }
-  if (elements < kParallelElements) {
-    TextPieces out;
-    {
-      internal::PiecesOutput stream(&out);
-      printer.Print(*record, &stream);
-    }
-    write(&out);
-    return;
-  }
-  // The printer writes the top-level fields in number order, each on lines
-  // of its own, and the unknown fields last: shares of them, printed apart
-  // and put one after the other, give the same text. Even on one thread,
-  // shares let the memory of those written be filled again.
-  internal::Lender lender(record, std::max(kStreamShares, threads * kSharesPerThread));
-  internal::StreamUnits(
-      lender.size(), threads, internal::kShareBlockSize,
-      [&](int k, TextPieces* text) {
-        internal::PiecesOutput stream(text);
-        printer.Print(lender.share(k), &stream);
-      },
-      write);
-}
-
-}  // namespace
-
-TextPieces PrintText(pb::Message* record, int threads) {
-  TextPieces out;
-  PrintUnits(record, threads, [&out](TextPieces* text) { out.Append(std::move(*text)); });
-  return out;
-}
-
-void PrintText(pb::Message* record, const TextWriter& write, int threads) {
-  PrintUnits(record, threads, [&write](TextPieces* text) { write(text->pieces()); });
-}
-
-void FromText(std::string_view text, pb::Message* record) {
-  if (text.size() > static_cast<size_t>(INT_MAX)) {
-    throw Error("", "the text is too large to read (over 2 GiB)");
-  }
-  ParseTextAlone(text, record);
-}
-
-void FromText(std::string_view text, pb::Message* record, int threads) {
-  threads = internal::ThreadCount(threads);
-  if (threads <= 1 || text.size() < kParallelBytes || text.size() > static_cast<size_t>(INT_MAX) ||
-      !internal::CanShare(*record)) {
-    FromText(text, record);
-    return;
-  }
-  const std::vector<std::string_view> texts = CutText(text, threads);
-  if (texts.size() < 2) {
-    FromText(text, record);
-    return;
-  }
-  Chunks chunks(record, texts.size());
-  std::vector<char> parsed(texts.size(), 0);
-  internal::ForEachIndex(static_cast<int>(texts.size()), threads, [&](int j) {
-    FirstError quiet;  // a chunk's errors are not the text's: those come from one parse
-    pb::TextFormat::Parser parser;
-    parser.RecordErrorsTo(&quiet);
-    pb::io::ArrayInputStream input(texts[j].data(), static_cast<int>(texts[j].size()));
-    parsed[j] = parser.Parse(&input, chunks[j]);
-  });
-  if (std::find(parsed.begin(), parsed.end(), 0) != parsed.end() || !ChunksAgree(chunks, texts)) {
-    FromText(text, record);
-    return;
-  }
-  chunks.Join();
 }
 
 }  // namespace gcuschema::document

@@ -18,6 +18,11 @@
 
 namespace gcuschema::document::internal {
 
+// How deep settings may nest (a config holding a record whose config holds
+// another...): far beyond any real document, and shallow enough that the
+// recursive walks of a hostile one keep to a small stack.
+inline constexpr int kMaxConfigDepth = 16;
+
 // The entry kind of a record that carries settings in its `config`, or
 // false for any other record.
 inline bool EntryKindOf(const google::protobuf::Descriptor* type, EntryKind* kind) {
@@ -46,22 +51,42 @@ inline int EntryTypeCode(const google::protobuf::Message& entry) {
   }
 }
 
-// The record held in `field` of `holder`: DeviceData.config always holds a
-// ConfigData; the `config` of an entry holds what the pairing gives for its
-// kind and type code. Null for opaque bytes and for every other field.
-inline const google::protobuf::Descriptor* SlotRecord(const google::protobuf::Message& holder,
-                                                      const google::protobuf::FieldDescriptor* field,
-                                                      const PairingCatalogue& pairing) {
-  if (field == nullptr || field->is_repeated() ||
-      field->type() != google::protobuf::FieldDescriptor::TYPE_BYTES || field->name() != "config") {
+// The `config` bytes field of a record that carries another record in it
+// (an entry, or DeviceData), or null for any other record.
+inline const google::protobuf::FieldDescriptor* ConfigField(const google::protobuf::Descriptor* type) {
+  EntryKind kind;
+  if (type != ::DeviceData::descriptor() && !EntryKindOf(type, &kind)) return nullptr;
+  const google::protobuf::FieldDescriptor* field = type->FindFieldByName("config");
+  if (field == nullptr || field->is_repeated() || field->type() != google::protobuf::FieldDescriptor::TYPE_BYTES) {
     return nullptr;
   }
+  return field;
+}
+
+// The record `holder`'s `config` holds: DeviceData.config always holds a
+// ConfigData; the `config` of an entry holds what the pairing gives for its
+// kind and type code. Null for opaque bytes and for records without one.
+inline const google::protobuf::Descriptor* HeldRecord(const google::protobuf::Message& holder,
+                                                      const PairingCatalogue& pairing) {
   const google::protobuf::Descriptor* type = holder.GetDescriptor();
   if (type == ::DeviceData::descriptor()) return ::ConfigData::descriptor();
   EntryKind kind;
   if (!EntryKindOf(type, &kind)) return nullptr;
   return pairing.Find(kind, EntryTypeCode(holder));
 }
+
+// The record held in `field` of `holder` (see HeldRecord); null for every
+// field but the holder's `config`.
+inline const google::protobuf::Descriptor* SlotRecord(const google::protobuf::Message& holder,
+                                                      const google::protobuf::FieldDescriptor* field,
+                                                      const PairingCatalogue& pairing) {
+  if (field == nullptr || field != ConfigField(holder.GetDescriptor())) return nullptr;
+  return HeldRecord(holder, pairing);
+}
+
+// "2 (DigitalInput)": an entry's type code with its name where the kind's
+// enumeration has one.
+std::string DescribeTypeCode(EntryKind kind, int code);
 
 // A new record of `type` holding `bytes`, or null when the bytes do not
 // parse (or the type has no generated class). `canonical` (optional) tells

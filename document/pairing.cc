@@ -8,6 +8,8 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
+#include "config_slots.h"
+
 namespace gcuschema::document {
 namespace {
 
@@ -191,4 +193,16 @@ void PairingCatalogue::Apply(std::string_view text) {
   Set(kind->kind, code, record);
 }
 
+namespace internal {
+
+std::string DescribeTypeCode(EntryKind kind, int code) {
+  std::string out = std::to_string(code);
+  const pb::EnumDescriptor* type_enum = TypeEnum(kind);
+  if (const pb::EnumValueDescriptor* value = type_enum ? type_enum->FindValueByNumber(code) : nullptr) {
+    out += " (" + value->name() + ")";
+  }
+  return out;
+}
+
+}  // namespace internal
 }  // namespace gcuschema::document

@@ -8,10 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cmath>
 #include <cstdlib>
-#include <cstring>
-#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -32,41 +29,6 @@ namespace {
 using google::protobuf::Descriptor;
 using google::protobuf::Message;
 namespace document = gcuschema::document;
-
-// The JSON mapping spells every NaN "NaN", which reads back as the plain
-// quiet NaN: a NaN with its sign bit or another payload cannot come back bit
-// for bit. (Inside a config the codec keeps such settings as base64; only
-// the document's own fields are concerned, so config bytes are not entered.)
-template <class T>
-bool IsOtherNan(T value) {
-  const T plain = std::numeric_limits<T>::quiet_NaN();
-  return std::isnan(value) && std::memcmp(&value, &plain, sizeof value) != 0;
-}
-
-bool HoldsUnspellableNan(const Message& record) {
-  const google::protobuf::Reflection* r = record.GetReflection();
-  std::vector<const google::protobuf::FieldDescriptor*> fields;
-  r->ListFields(record, &fields);
-  for (const google::protobuf::FieldDescriptor* f : fields) {
-    const int n = f->is_repeated() ? r->FieldSize(record, f) : 1;
-    for (int i = 0; i < n; ++i) {
-      switch (f->cpp_type()) {
-        case google::protobuf::FieldDescriptor::CPPTYPE_FLOAT:
-          if (IsOtherNan(f->is_repeated() ? r->GetRepeatedFloat(record, f, i) : r->GetFloat(record, f))) return true;
-          break;
-        case google::protobuf::FieldDescriptor::CPPTYPE_DOUBLE:
-          if (IsOtherNan(f->is_repeated() ? r->GetRepeatedDouble(record, f, i) : r->GetDouble(record, f))) return true;
-          break;
-        case google::protobuf::FieldDescriptor::CPPTYPE_MESSAGE:
-          if (HoldsUnspellableNan(f->is_repeated() ? r->GetRepeatedMessage(record, f, i) : r->GetMessage(record, f))) return true;
-          break;
-        default:
-          break;
-      }
-    }
-  }
-  return false;
-}
 
 [[noreturn]] void Fail(const Descriptor* type, const std::string& what) {
   std::fprintf(stderr, "fuzz_expand: %s: %s\n", type->full_name().c_str(), what.c_str());
@@ -101,31 +63,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   if (!runtime_parses) Fail(type, "ParseBinary accepts what the runtime rejects");
 
-  document::Json json;
+  std::string json;
   try {
-    json = codec.ToJson(*record, /*expand=*/true);
+    json = codec.ToJson(*record);
   } catch (const document::Error&) {
     return 0;  // not expandable; nothing more to hold it to
   }
 
   std::unique_ptr<Message> collapsed = document::NewRecord(type);
-  std::unique_ptr<Message> from_text = document::NewRecord(type);
   try {
     codec.FromJson(json, collapsed.get());
-    codec.FromJsonText(json.dump(), from_text.get());
   } catch (const document::Error& e) {
     Fail(type, std::string("its own JSON does not collapse: ") + e.what());
   }
   const std::string encoded = collapsed->SerializeAsString();
-  if (from_text->SerializeAsString() != encoded) Fail(type, "JSON text and tree collapse differently");
 
   std::unique_ptr<Message> reparsed = document::NewRecord(type);
   if (!reparsed->ParseFromString(encoded)) Fail(type, "the collapsed record's encoding does not parse");
-  if (codec.ToJson(*reparsed, true) != json) Fail(type, "the collapsed encoding decodes to other JSON");
+  if (codec.ToJson(*reparsed) != json) Fail(type, "the collapsed encoding decodes to other JSON");
 
   const bool canonical = record->SerializeAsString() == input;
-  if (canonical && !HoldsUnspellableNan(*record) && encoded != input) {
-    Fail(type, "a canonical input does not come back byte for byte");
-  }
+  if (canonical && encoded != input) Fail(type, "a canonical input does not come back byte for byte");
   return 0;
 }

@@ -1,4 +1,4 @@
-// fuzz_json: arbitrary text given to the JSON collapse (JsonCodec::FromJsonText)
+// fuzz_json: arbitrary text given to the JSON collapse (JsonCodec::FromJson)
 // for the record the first byte chooses (order of AllRecords()). It never
 // crashes and reports every rejection as document::Error with a message; what it
 // accepts encodes, re-parses, and shows as JSON that collapses to the same
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   std::unique_ptr<Message> record = document::NewRecord(type);
   try {
-    codec.FromJsonText(text, record.get());
+    codec.FromJson(text, record.get());
   } catch (const document::Error& e) {
     if (e.message().empty()) Fail(type, "an error without a message");
     return 0;
@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   std::unique_ptr<Message> again = document::NewRecord(type);
   try {
-    codec.FromJson(codec.ToJson(*reparsed, true), again.get());
+    codec.FromJson(codec.ToJson(*reparsed), again.get());
   } catch (const document::Error& e) {
     Fail(type, std::string("the JSON of an accepted document does not collapse: ") + e.what());
   }

@@ -218,6 +218,12 @@ void WriteExpandCorpus(const std::string& dir) {
   }
 }
 
+gcuschema::document::JsonWriteOptions Indented(int indent) {
+  gcuschema::document::JsonWriteOptions options;
+  options.indent = indent;
+  return options;
+}
+
 void WriteJsonCorpus(const std::string& dir) {
   const gcuschema::document::JsonCodec codec;
   const std::vector<const Descriptor*> records = gcuschema::test::AllRecords();
@@ -228,12 +234,12 @@ void WriteJsonCorpus(const std::string& dir) {
         MessageFactory::generated_factory()->GetPrototype(records[i])->New());
     gcuschema::test::PopulateEveryField(record.get());
     Write(dir + "/corpus/fuzz_json/" + records[i]->full_name() + ".populated",
-          std::string(1, static_cast<char>(i)) + codec.ToJsonText(*record, true, 0));
+          std::string(1, static_cast<char>(i)) + codec.ToJson(*record, Indented(0)));
   }
   for (const auto& [name, record] : Samples()) {
     Write(dir + "/corpus/fuzz_json/" + name,
           std::string(1, index.at(record->GetDescriptor()->full_name())) +
-              codec.ToJsonText(*record, true, 1));
+              codec.ToJson(*record, Indented(1)));
   }
 }
 

@@ -15,7 +15,7 @@ namespace {
 bool RefusedAsError(const std::string& text) {
   ConfigData document;
   try {
-    document::JsonCodec().FromJsonText(text, &document);
+    document::JsonCodec().FromJson(text, &document);
   } catch (const document::Error& e) {
     return !e.message().empty();
   }
@@ -29,7 +29,7 @@ TEST(JsonNumberRangeTest, OverflowingNumbersAreErrors) {
                              "\"range\": 1e309}}]}"));
   // The largest finite double is a number like any other.
   ConfigData document;
-  document::JsonCodec().FromJsonText("{\"estimationData\": [{\"thetaValues\": [1.7976931348623157e308]}]}",
+  document::JsonCodec().FromJson("{\"estimationData\": [{\"thetaValues\": [1.7976931348623157e308]}]}",
                                 &document);
   ASSERT_EQ(document.estimationdata_size(), 1);
   EXPECT_EQ(document.estimationdata(0).thetavalues(0), 1.7976931348623157e308);

@@ -65,7 +65,7 @@ TEST_P(TruncatedInputTest, ToolRefusesEachTruncatedDocumentAndWritesNoOutput) {
 TEST_P(TruncatedInputTest, ToolRefusesEachTruncatedJsonDocumentAndWritesNoOutput) {
   std::unique_ptr<Message> record = NewRecord();
   ASSERT_TRUE(record->ParseFromString(Sample()));
-  const std::string json = document::JsonCodec().ToJsonText(*record, true);
+  const std::string json = document::JsonCodec().ToJson(*record);
   for (size_t k = 1; k < 8; ++k) {
     const size_t n = json.size() * k / 8;
     ScratchDir dir;

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include <gcuschema/document/binary.h>
 #include <gcuschema/document/json.h>
+#include <gcuschema/document/text.h>
 
 #include "commands.h"
 #include "document.h"
@@ -21,6 +21,7 @@ struct DecodeArguments {
   PairingOptions pairing;
   std::string format = "json";
   bool no_expand = false;
+  bool original_names = false;
   int threads = 0;
   std::string output;
   std::string input;
@@ -32,15 +33,20 @@ int RunDecode(const DecodeArguments& args) {
   RefuseOverwritingInputs(args.output, {args.input});
 
   const Input input = ReadInput(args.input);
-  const std::unique_ptr<Document> document = ParseDocument(input, type, args.threads);
+  const std::unique_ptr<Document> document = ParseDocument(input, type);
   // Written out as it is made: a large document's text is never held whole.
   Output output(args.output);
-  const document::TextWriter write = [&output](const std::vector<std::string_view>& pieces) { output.Write(pieces); };
+  const document::Sink sink = [&output](std::string_view text) { output.Write({text}); };
   if (args.format == "text") {
-    document::PrintText(document->record(), write, args.threads);
+    document::WriteText(*document->record(), sink);
   } else {
-    codec.set_threads(args.threads);
-    codec.WriteJson(*document->record(), write, !args.no_expand);
+    document::JsonWriteOptions options;
+    options.expand = !args.no_expand;
+    // Expanded JSON says what it is, so that encode needs no --type.
+    options.type_name = !args.no_expand;
+    options.original_names = args.original_names;
+    options.threads = args.threads;
+    codec.WriteJson(*document->record(), sink, options);
     output.Write({"\n"});
   }
   output.Commit();
@@ -60,7 +66,10 @@ Command AddDecodeCommand(CLI::App* app) {
       ->check(CLI::IsMember({"json", "text"}))
       ->capture_default_str();
   command->add_flag("--no-expand", args->no_expand,
-                    "Keep every config as base64 bytes instead of the record it holds");
+                    "Plain proto3 JSON: every config as base64 bytes instead of the record it "
+                    "holds, no \"@type\" or \"@unknown\"");
+  command->add_flag("--original-names", args->original_names,
+                    "Fields under the schema's names instead of their JSON names");
   args->pairing.AddTo(command);
   AddThreadsOption(command, &args->threads);
   AddOutputOption(command, &args->output);

@@ -1,11 +1,8 @@
 #include "document.h"
 
-#include <cstdint>
-#include <cstdlib>
 
 #include <gcuschema/document/binary.h>
 #include <gcuschema/document/error.h>
-#include <gcuschema/document/memory.h>
 #include <gcuschema/document/records.h>
 
 #include "failure.h"
@@ -28,15 +25,27 @@ std::unique_ptr<google::protobuf::Message> LoadEncoded(const std::string& path,
   return ParseEncoded(ReadInput(path), type);
 }
 
+namespace {
+
+// A large document's records in blocks growing to a megabyte rather than
+// the runtime's default of a few kilobytes.
+google::protobuf::ArenaOptions DocumentArenaOptions() {
+  google::protobuf::ArenaOptions options;
+  options.start_block_size = 64 * 1024;
+  options.max_block_size = 1024 * 1024;
+  return options;
+}
+
+}  // namespace
+
 Document::Document(const google::protobuf::Descriptor* type)
-    : arena_(std::make_unique<google::protobuf::Arena>(document::LargeDocumentArenaOptions())),
+    : arena_(std::make_unique<google::protobuf::Arena>(DocumentArenaOptions())),
       record_(document::NewRecord(type, arena_.get())) {}
 
-std::unique_ptr<Document> ParseDocument(const Input& input, const google::protobuf::Descriptor* type,
-                                        int threads) {
+std::unique_ptr<Document> ParseDocument(const Input& input, const google::protobuf::Descriptor* type) {
   auto document = std::make_unique<Document>(type);
   try {
-    document::ParseBinary(input.bytes(), document->record(), threads);
+    document::ParseBinary(input.bytes(), document->record());
   } catch (const document::Error& e) {
     throw Failure(input.name, e.where(), e.message());
   }
@@ -50,18 +59,6 @@ void AddThreadsOption(CLI::App* command, int* threads) {
                    "depend on it")
       ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
-}
-
-document::TextPieces EncodeLarge(const google::protobuf::Message& record) {
-  const std::size_t size = record.ByteSizeLong();
-  document::TextPieces out(size);
-  if (size == 0) return out;
-  std::size_t room;
-  auto* start = reinterpret_cast<std::uint8_t*>(out.Grab(size, &room));
-  // The sizes ByteSizeLong() just worked out are the ones written with.
-  record.SerializeWithCachedSizesToArray(start);
-  out.Unwrite(room - size);
-  return out;
 }
 
 std::string Encode(const google::protobuf::Message& record) {

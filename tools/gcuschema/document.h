@@ -9,7 +9,6 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
-#include <gcuschema/document/binary.h>
 
 #include "io.h"
 
@@ -39,9 +38,8 @@ class Document {
   google::protobuf::Message* record_;
 };
 
-// ParseEncoded into a Document, on up to `threads` threads (0: one per core).
-std::unique_ptr<Document> ParseDocument(const Input& input, const google::protobuf::Descriptor* type,
-                                        int threads);
+// ParseEncoded into a Document.
+std::unique_ptr<Document> ParseDocument(const Input& input, const google::protobuf::Descriptor* type);
 
 // -j/--threads N: how many threads large documents are worked on with.
 void AddThreadsOption(CLI::App* command, int* threads);
@@ -49,9 +47,6 @@ void AddThreadsOption(CLI::App* command, int* threads);
 // The record's wire encoding, fields in ascending number as the runtime
 // writes them.
 std::string Encode(const google::protobuf::Message& record);
-// The same for a large record, written in place into memory offered for
-// huge pages (no string cleared first, no small pages faulted in).
-document::TextPieces EncodeLarge(const google::protobuf::Message& record);
 
 }  // namespace gcuschema::tool
 

@@ -2,10 +2,10 @@
 #include <memory>
 #include <string>
 
-#include <gcuschema/document/binary.h>
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/json.h>
 #include <gcuschema/document/records.h>
+#include <gcuschema/document/text.h>
 
 #include "commands.h"
 #include "document.h"
@@ -20,29 +20,34 @@ struct EncodeArguments {
   TypeOption type;
   PairingOptions pairing;
   std::string format = "json";
-  int threads = 0;
   std::string output;
   std::string input;
 };
 
 int RunEncode(const EncodeArguments& args) {
   RefuseBinaryToTerminal(args.output);
-  const google::protobuf::Descriptor* type = args.type.Resolve();
   document::JsonCodec codec(args.pairing.Resolve());
   RefuseOverwritingInputs(args.output, {args.input});
 
   const Input input = ReadInput(args.input);
+  // Without --type, JSON that names its record ("@type", as decode writes
+  // it) is read as that record.
+  const google::protobuf::Descriptor* type = args.type.Resolve();
+  if (!args.type.given() && args.format == "json") {
+    const std::string named = document::JsonDocumentType(input.bytes());
+    if (!named.empty()) type = TypeOption{named}.Resolve();
+  }
   const Document document(type);
   try {
     if (args.format == "text") {
-      document::FromText(input.bytes(), document.record(), args.threads);
+      document::FromText(input.bytes(), document.record());
     } else {
-      codec.FromJsonText(input.bytes(), document.record());
+      codec.FromJson(input.bytes(), document.record());
     }
   } catch (const document::Error& e) {
     throw Failure(input.name, e.where(), e.message());
   }
-  WriteOutput(args.output, EncodeLarge(*document.record()).pieces());
+  WriteOutput(args.output, Encode(*document.record()));
   return 0;
 }
 
@@ -59,7 +64,6 @@ Command AddEncodeCommand(CLI::App* app) {
       ->check(CLI::IsMember({"json", "text"}))
       ->capture_default_str();
   args->pairing.AddTo(command);
-  AddThreadsOption(command, &args->threads);
   AddOutputOption(command, &args->output);
   command->add_option("IN", args->input, "JSON or text document (standard input if absent or -)");
   return {command, [args] { return RunEncode(*args); }};

@@ -10,7 +10,7 @@
 namespace gcuschema::tool {
 
 void TypeOption::AddTo(CLI::App* command) {
-  command
+  option = command
       ->add_option("-t,--type", name,
                    "Record the document holds (see `gcuschema schemas`)")
       ->type_name("RECORD")

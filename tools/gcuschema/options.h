@@ -14,8 +14,11 @@ namespace gcuschema::tool {
 // --type RECORD: which record a document is (ConfigData unless given).
 struct TypeOption {
   std::string name = "ConfigData";
+  const CLI::Option* option = nullptr;
 
   void AddTo(CLI::App* command);
+  // Whether --type was on the command line.
+  bool given() const { return option != nullptr && option->count() > 0; }
   // The record's descriptor; Failure naming --type when there is none.
   const google::protobuf::Descriptor* Resolve() const;
 };

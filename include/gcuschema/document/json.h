@@ -5,26 +5,57 @@
 #include <string_view>
 
 #include <google/protobuf/message.h>
-#include <nlohmann/json.hpp>
 
-#include <gcuschema/document/binary.h>
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/export.h>
 #include <gcuschema/document/pairing.h>
+#include <gcuschema/document/sink.h>
 
 namespace gcuschema::document {
 
-using Json = nlohmann::ordered_json;
+struct JsonWriteOptions {
+  // Every `config` whose entry's type code is paired (and DeviceData.config,
+  // always a ConfigData) shown as the record it holds, {"@type":
+  // "AdcConfiguration", ...}, itself expanded, and the unknown fields of
+  // every record as "@unknown": "<base64 of their encoding>". A `config` is
+  // expanded only when it parses as its record, encoding that record gives
+  // back exactly its bytes, and JSON can spell every value it holds;
+  // otherwise it stays base64, so expansion never loses a byte. Without
+  // expansion the output is plain proto3 JSON that any implementation reads.
+  bool expand = true;
+  // Field names as the schema spells them ("__unused1") instead of their
+  // JSON names ("Unused1"). Both are read back.
+  bool original_names = false;
+  // "@unknown" also without expansion (only this codec reads it back).
+  // Without either, unknown fields are left out and NaNs written "NaN".
+  bool unknown_fields = false;
+  // The record's full name as a leading "@type" member, so that a reader
+  // knows what the document is.
+  bool type_name = false;
+  // Spaces per level of nesting; 0 writes everything on one line.
+  int indent = 2;
+  // Large lists of records are written by up to this many threads (0: one
+  // per core). The output never depends on it.
+  int threads = 1;
+};
 
-// JSON of a record, by the protobuf JSON mapping with the schema's own field
-// names, enumerations by name (by number when a value has no name), bytes in
-// base64, fields in declaration order. With expansion, every `config` whose
-// entry's type code is paired (and DeviceData.config, always a ConfigData) is
-// shown as the record it holds: {"@type": "AdcConfiguration", ...fields}, itself
-// expanded. A `config` is expanded only when it parses as its record and
-// encoding that record gives back exactly its bytes; otherwise it stays a
-// base64 string, so expansion never loses a byte. Unknown fields of any
-// record are kept as "@unknown": "<base64 of their encoding>".
+struct JsonReadOptions {
+  // Members that name no field of their record are skipped, as are
+  // enumeration names the enumeration lacks, instead of being errors.
+  bool ignore_unknown_fields = false;
+};
+
+// Records as JSON by the protobuf JSON mapping (proto3): fields in
+// declaration order, 64-bit integers as strings, bytes in base64,
+// enumerations by name (by number when a value has no name), floats as the
+// shortest text that reads back to the same value ("NaN", "Infinity" and
+// "-Infinity" as strings). The reader is strict where the mapping is:
+// duplicate members, null inside a list, a value of the wrong JSON kind, a
+// number out of its field's range or not integral for an integer field are
+// errors naming the field path, line and column. It is lenient where the
+// mapping is: numbers also as strings, enumerations also by number, base64
+// of either alphabet with or without padding, whitespace in base64
+// ignored, fields under their JSON name or their schema name.
 class GCUSCHEMA_DOCUMENT_API JsonCodec {
  public:
   explicit JsonCodec(PairingCatalogue pairing = PairingCatalogue::Standard());
@@ -32,45 +63,28 @@ class GCUSCHEMA_DOCUMENT_API JsonCodec {
   const PairingCatalogue& pairing() const { return pairing_; }
   PairingCatalogue& pairing() { return pairing_; }
 
-  Json ToJson(const google::protobuf::Message& record, bool expand = true) const;
-  std::string ToJsonText(const google::protobuf::Message& record, bool expand = true,
-                         int indent = 2) const;
-  // ToJsonText in pieces, never held whole in one string: the large lists
-  // of records are made and written element by element, by up to
-  // threads() threads.
-  TextPieces ToJsonPieces(const google::protobuf::Message& record, bool expand = true,
-                          int indent = 2) const;
-  // ToJsonText handed to `write` as it is made, through memory that is
-  // filled again once written (never all of it at once).
-  void WriteJson(const google::protobuf::Message& record, const TextWriter& write, bool expand = true,
-                 int indent = 2) const;
+  std::string ToJson(const google::protobuf::Message& record, const JsonWriteOptions& options = {}) const;
+  // ToJson handed to `sink` as it is made, never held whole.
+  void WriteJson(const google::protobuf::Message& record, const Sink& sink,
+                 const JsonWriteOptions& options = {}) const;
 
-  // How many threads large documents are worked on with (0: one per core,
-  // the default; 1: the calling thread only). The results never depend on it.
-  int threads() const { return threads_; }
-  void set_threads(int threads) { threads_ = threads; }
-
-  // How records and JSON are mapped onto each other: walked by the codec
-  // itself (the default), or through the protobuf runtime's JSON printer
-  // and parser (slower; the reference the walks are tested against). The
-  // two give the same JSON and the same records; the walks hand to the
-  // runtime whatever they do not cover themselves, errors included.
-  enum class Engine { kWalk, kRuntime };
-  Engine engine() const { return engine_; }
-  void set_engine(Engine engine) { engine_ = engine; }
-
-  // The reverse, expanded or not: each "@type" object is encoded into its
-  // entry's `config`, each "@unknown" restored. Merges into `record` (clear
-  // it first for a fresh parse). Throws Error with the field path
-  // ("inputs[2].config.range") or, for text, the line and column.
-  void FromJson(const Json& value, google::protobuf::Message* record) const;
-  void FromJsonText(std::string_view text, google::protobuf::Message* record) const;
+  // Reads JSON text into `record` (merged into what it holds; clear it
+  // first for a fresh read), expanded or not: each "@type" object is
+  // encoded into its entry's `config`, each "@unknown" restored. An "@type"
+  // other than the record the entry's type code is paired with is an
+  // error. A leading "@type" of the document must name `record`'s type.
+  // Throws Error (UnsupportedError for what the codec does not implement).
+  void FromJson(std::string_view text, google::protobuf::Message* record,
+                const JsonReadOptions& options = {}) const;
 
  private:
   PairingCatalogue pairing_;
-  int threads_ = 0;
-  Engine engine_ = Engine::kWalk;
 };
+
+// The record a JSON document names in its top-level "@type" member, or an
+// empty string when it names none (or is not a JSON object). Reads only
+// as far as it must.
+GCUSCHEMA_DOCUMENT_API std::string JsonDocumentType(std::string_view text);
 
 }  // namespace gcuschema::document
 

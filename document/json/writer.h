@@ -1,0 +1,80 @@
+// Writes records as JSON text by walking them with the runtime's reflection,
+// each value spelled as the JSON mapping spells it, the settings in each
+// `config` expanded where that loses nothing.
+#ifndef GCUSCHEMA_DOCUMENT_JSON_WRITER_H
+#define GCUSCHEMA_DOCUMENT_JSON_WRITER_H
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <google/protobuf/message.h>
+
+#include <gcuschema/document/json.h>
+#include <gcuschema/document/pairing.h>
+#include <gcuschema/document/sink.h>
+
+#include "json/record_plan.h"
+
+namespace gcuschema::document::internal {
+
+class JsonWriter {
+ public:
+  // Text is appended to `out`; with a sink, `out` is handed to it (and
+  // emptied) whenever it has grown large, and at the end.
+  JsonWriter(const PairingCatalogue& pairing, const JsonWriteOptions& options, std::string* out,
+             const Sink* sink = nullptr);
+
+  // The whole record, as a document.
+  void Document(const google::protobuf::Message& record);
+
+ private:
+  void Record(const google::protobuf::Message& record, int level, const std::string* type_name, int config_depth);
+  void List(const google::protobuf::Message& record, const FieldPlan& field, int level, int config_depth);
+  // Records [begin, end) of a list, each after its separator (none before
+  // element 0) and line break.
+  void RecordElements(const google::protobuf::Message& record, const FieldPlan& field, int begin, int end,
+                      int level, int config_depth);
+  // The same for a long list, shared out to the helpers in rounds.
+  void SharedRecordElements(const google::protobuf::Message& record, const FieldPlan& field, int count, int level,
+                            int config_depth);
+  void Scalar(const google::protobuf::Message& record, const FieldPlan& field, int index);
+  bool Present(const google::protobuf::Message& record, const FieldPlan& field) const;
+  // The settings record a `config` holds, parsed, when it can be shown
+  // in its place without losing a byte; null otherwise.
+  const google::protobuf::Message* Expanded(const google::protobuf::Message& holder, const FieldPlan& field,
+                                            int config_depth);
+  // For a float or double field holding a NaN that JSON cannot spell (sign
+  // bit or payload set): appends the field's encoding to `hidden` and says
+  // true, so that it travels in "@unknown" rather than changing.
+  bool HideUnspellable(const google::protobuf::Message& record, const FieldPlan& field, std::string* hidden);
+  void NewLine(int level);
+  void Flush();
+  std::string Path(std::string_view member) const;
+
+  const PairingCatalogue& pairing_;
+  const JsonWriteOptions& options_;
+  std::string* out_;
+  const Sink* sink_;
+  RecordPlans plans_;
+  const char* colon_;    // after a member's name
+  const char* comma_;    // between the values of a one-line list
+  std::string spaces_;   // indentation, cut to length as needed
+  // Settings records parsed for expansion: one per type and depth, reused.
+  std::vector<std::unordered_map<const google::protobuf::Descriptor*, std::unique_ptr<google::protobuf::Message>>>
+      settings_;
+  std::string scratch_;
+  // The record being written, for error messages: members and elements.
+  std::vector<std::pair<std::string_view, int>> path_;
+  // Writers of the other threads for long lists, each with its own text.
+  std::vector<std::unique_ptr<JsonWriter>> helpers_;
+  std::deque<std::string> helper_text_;  // stays in place as it grows
+};
+
+}  // namespace gcuschema::document::internal
+
+#endif

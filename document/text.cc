@@ -1,0 +1,227 @@
+#include <gcuschema/document/text.h>
+
+#include <cctype>
+#include <climits>
+#include <cmath>
+#include <string>
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/io/tokenizer.h>
+#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
+#include <google/protobuf/text_format.h>
+
+#include <gcuschema/document/records.h>
+
+#include "field_path.h"
+#include "json/spelling.h"
+#include "suggest.h"
+
+namespace gcuschema::document {
+namespace {
+
+namespace pb = google::protobuf;
+using pb::FieldDescriptor;
+
+// Keeps the first error of the text parser, with its position.
+class FirstError : public pb::io::ErrorCollector {
+ public:
+  void AddError(int line, pb::io::ColumnNumber column, const std::string& message) override {
+    if (seen_) return;
+    seen_ = true;
+    line_ = line;
+    column_ = column;
+    message_ = message;
+  }
+  void AddWarning(int, pb::io::ColumnNumber, const std::string&) override {}
+
+  bool seen() const { return seen_; }
+  int line() const { return line_; }
+  int column() const { return column_; }
+  const std::string& message() const { return message_; }
+
+ private:
+  bool seen_ = false;
+  int line_ = 0;
+  int column_ = 0;
+  std::string message_;
+};
+
+// The path of the first float or double of `record` that holds a NaN other
+// than the one text format reads back, or empty when there is none.
+std::string UnspellableNan(const pb::Message& record, const std::string& path) {
+  const pb::Reflection* reflection = record.GetReflection();
+  std::vector<const FieldDescriptor*> fields;
+  reflection->ListFields(record, &fields);
+  for (const FieldDescriptor* field : fields) {
+    const std::string at = internal::JoinPath(path, field->name());
+    const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 1;
+    for (int i = 0; i < count; ++i) {
+      const std::string element = field->is_repeated() ? internal::IndexPath(at, i) : at;
+      switch (field->cpp_type()) {
+        case FieldDescriptor::CPPTYPE_FLOAT: {
+          const float v = field->is_repeated() ? reflection->GetRepeatedFloat(record, field, i)
+                                               : reflection->GetFloat(record, field);
+          if (std::isnan(v) && !internal::IsPlainNan(v)) return element;
+          break;
+        }
+        case FieldDescriptor::CPPTYPE_DOUBLE: {
+          const double v = field->is_repeated() ? reflection->GetRepeatedDouble(record, field, i)
+                                                : reflection->GetDouble(record, field);
+          if (std::isnan(v) && !internal::IsPlainNan(v)) return element;
+          break;
+        }
+        case FieldDescriptor::CPPTYPE_MESSAGE: {
+          std::string found = UnspellableNan(field->is_repeated() ? reflection->GetRepeatedMessage(record, field, i)
+                                                                  : reflection->GetMessage(record, field),
+                                             element);
+          if (!found.empty()) return found;
+          break;
+        }
+        default: i = count; break;
+      }
+    }
+  }
+  return "";
+}
+
+void RefuseUnspellableNan(const pb::Message& record) {
+  const std::string path = UnspellableNan(record, "");
+  if (path.empty()) return;
+  throw Error(path,
+              "holds a NaN with its sign bit or payload set, which text format would write as plain nan "
+              "and read back as another value; use the binary form, or JSON (which keeps a config holding "
+              "one as base64)");
+}
+
+// Hands the printer's output to a sink in stretches.
+class SinkStream : public pb::io::ZeroCopyOutputStream {
+ public:
+  explicit SinkStream(const Sink& sink) : sink_(sink), buffer_(kBlock, '\0') {}
+  ~SinkStream() override = default;
+
+  bool Next(void** data, int* size) override {
+    Flush();
+    used_ = buffer_.size();
+    *data = buffer_.data();
+    *size = static_cast<int>(buffer_.size());
+    return true;
+  }
+  void BackUp(int count) override { used_ -= static_cast<std::size_t>(count); }
+  int64_t ByteCount() const override { return static_cast<int64_t>(written_ + used_); }
+
+  void Flush() {
+    if (used_ == 0) return;
+    sink_(std::string_view(buffer_.data(), used_));
+    written_ += used_;
+    used_ = 0;
+  }
+
+ private:
+  static constexpr std::size_t kBlock = 256 * 1024;
+  const Sink& sink_;
+  std::string buffer_;
+  std::size_t used_ = 0;
+  std::size_t written_ = 0;
+};
+
+// The enumerations of fields named `field` in `root` and the records it
+// holds.
+void EnumsOfField(const pb::Descriptor* type, const std::string& field, std::vector<const pb::EnumDescriptor*>* found,
+                  std::vector<const pb::Descriptor*>* seen) {
+  for (const pb::Descriptor* s : *seen) {
+    if (s == type) return;
+  }
+  seen->push_back(type);
+  for (int i = 0; i < type->field_count(); ++i) {
+    const FieldDescriptor* f = type->field(i);
+    if (f->name() == field && f->enum_type() != nullptr) {
+      bool known = false;
+      for (const pb::EnumDescriptor* e : *found) known = known || e == f->enum_type();
+      if (!known) found->push_back(f->enum_type());
+    }
+    if (f->message_type() != nullptr) EnumsOfField(f->message_type(), field, found, seen);
+  }
+}
+
+// The text parser's messages about a wrong name, worded as the JSON reader
+// words them, with the names that would be right.
+std::string Reworded(const std::string& message, const pb::Descriptor* root) {
+  auto quoted = [&message](std::size_t from, std::size_t* end) -> std::string {
+    const std::size_t open = message.find('"', from);
+    const std::size_t close = open == std::string::npos ? open : message.find('"', open + 1);
+    if (close == std::string::npos) return "";
+    *end = close + 1;
+    return message.substr(open + 1, close - open - 1);
+  };
+  std::size_t end = 0;
+  if (message.rfind("Message type \"", 0) == 0 && message.find("has no field named") != std::string::npos) {
+    const std::string type_name = quoted(0, &end);
+    const std::string field = quoted(end, &end);
+    const pb::Descriptor* type = FindRecord(type_name);
+    if (type == nullptr) return message;
+    std::vector<std::string> names;
+    for (int i = 0; i < type->field_count(); ++i) names.push_back(type->field(i)->name());
+    return "no field \"" + field + "\" in " + type_name + "; " + internal::SuggestName(field, names, "fields");
+  }
+  if (message.rfind("Unknown enumeration value of \"", 0) == 0) {
+    const std::string value = quoted(0, &end);
+    const std::string field = quoted(end, &end);
+    std::vector<const pb::EnumDescriptor*> enums;
+    std::vector<const pb::Descriptor*> seen;
+    EnumsOfField(root, field, &enums, &seen);
+    if (enums.size() != 1) return message;
+    std::vector<std::string> names;
+    for (int i = 0; i < enums[0]->value_count(); ++i) names.push_back(enums[0]->value(i)->name());
+    const std::string hint = internal::DidYouMean(value, names);
+    return "\"" + value + "\" is not a value of " + enums[0]->full_name() + " (field " + field + "); " +
+           (hint.empty() ? "" : hint + " ") + internal::ListNames(names, "values");
+  }
+  return message;
+}
+
+void Parse(std::string_view text, pb::Message* record) {
+  FirstError errors;
+  pb::TextFormat::Parser parser;
+  parser.RecordErrorsTo(&errors);
+  pb::io::ArrayInputStream input(text.data(), static_cast<int>(text.size()));
+  if (parser.Parse(&input, record)) return;
+  if (!errors.seen()) throw Error("", "the text is not a valid " + record->GetDescriptor()->full_name());
+  std::string message = Reworded(errors.message(), record->GetDescriptor());
+  // The text printer writes unknown fields by number; the parser cannot
+  // read them back.
+  const std::string number_instead = "Expected identifier, got: ";
+  if (message.rfind(number_instead, 0) == 0 && message.size() > number_instead.size() &&
+      std::isdigit(static_cast<unsigned char>(message[number_instead.size()]))) {
+    message += "; fields the schema does not know (printed by number) cannot be read from text: "
+               "use JSON, which keeps them as \"@unknown\", or the binary form";
+  }
+  // The parser counts lines and columns from 0.
+  throw Error("line " + std::to_string(errors.line() + 1) + ", column " + std::to_string(errors.column() + 1),
+              message);
+}
+
+}  // namespace
+
+std::string ToText(const pb::Message& record) {
+  RefuseUnspellableNan(record);
+  std::string out;
+  pb::TextFormat::PrintToString(record, &out);
+  return out;
+}
+
+void WriteText(const pb::Message& record, const Sink& sink) {
+  RefuseUnspellableNan(record);
+  SinkStream stream(sink);
+  pb::TextFormat::Printer().Print(record, &stream);
+  stream.Flush();
+}
+
+void FromText(std::string_view text, pb::Message* record) {
+  if (text.size() > static_cast<size_t>(INT_MAX)) {
+    throw Error("", "the text is too large to read (over 2 GiB)");
+  }
+  record->Clear();
+  Parse(text, record);
+}
+
+}  // namespace gcuschema::document

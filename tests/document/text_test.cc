@@ -1,0 +1,208 @@
+// Text format: what protoc --decode prints, read back, with errors that say
+// where and what the right names are, and no silent change of a NaN.
+#include <gcuschema/document/text.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <gcuschema/AdcConfiguration.pb.h>
+#include <gcuschema/CalibrationData.pb.h>
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/CurrentConfiguration.pb.h>
+#include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/MapConfig.pb.h>
+#include <gcuschema/document/binary.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/samples.h>
+
+#include "support/wire.h"
+
+namespace gcuschema::document {
+namespace {
+
+using test::Bytes;
+using test::Encode;
+using test::Hex;
+
+// What protoc prints for `bytes` decoded as `record` from `schema_file`.
+std::string ProtocDecode(const std::string& record, const std::string& schema_file, const std::string& bytes) {
+  // ctest runs tests as parallel processes: one input file per process.
+  const std::string input =
+      ::testing::TempDir() + "gcuschema_decode_input." + std::to_string(getpid()) + ".bin";
+  {
+    std::ofstream out(input, std::ios::binary);
+    out << bytes;
+  }
+  const std::string command = std::string(GCUSCHEMA_PROTOC) + " --decode=" + record + " -I " +
+                              GCUSCHEMA_SCHEMA_DIR + " " + GCUSCHEMA_SCHEMA_DIR + "/" + schema_file + " < " +
+                              input;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return "popen failed";
+  std::string output;
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) output.append(buffer, n);
+  const int status = pclose(pipe);
+  EXPECT_EQ(status, 0) << command;
+  std::remove(input.c_str());
+  return output;
+}
+
+TEST(ToTextTest, SameAsProtocDecode) {
+  ConfigData doc;
+  doc.set_version(3);
+  doc.set_password("pa\"ss\n");
+  doc.set_gcuno("G\xC3\xA9");
+  AdcConfiguration adc;
+  adc.set_range(AdcConfiguration::range12V);
+  Input* in = doc.add_inputs();
+  in->set_id(-1);
+  in->set_dataloggerchannel(-2);
+  in->set_config(Encode(adc) + Bytes({0x00, 0xFF}));
+  in->set_minvalue(0.1f);
+  in->set_maxvalue(1e30f);
+  in->mutable_linearization()->set_type(Map::NearestNeighbour3dMap);
+  in->set_ispreset(true);
+  doc.add_outputs()->set_type(99);
+  Estimations* estimation = doc.add_estimationdata();
+  estimation->add_thetavalues(-0.0);
+  estimation->add_thetavalues(1.0 / 3);
+  estimation->set_ymaxsaturation(1e300);
+  doc.mutable_units()->set_pressureunit(static_cast<Units_Pressure>(5));
+  doc.add_canbus()->add_entityhandler()->set_type(2);
+  doc.add_canbusrouter()->set_sourcecanbusid(1);
+  std::string bytes = Encode(doc);
+  // Fields the schema does not know: a varint, a fixed32, bytes and a group.
+  bytes += Bytes({0xF8, 0x06, 0x2A, 0xFD, 0x06, 1, 2, 3, 4, 0x82, 0x07, 0x02, 0x08, 0x01,
+                  0x8B, 0x07, 0x08, 0x05, 0x8C, 0x07});
+  // inputs[1] { minValue: -0.0 }: not canonical, but protoc shows it.
+  bytes += Bytes({0x1A, 0x05, 0x45, 0x00, 0x00, 0x00, 0x80});
+
+  ConfigData parsed;
+  ParseBinary(bytes, &parsed);
+  const std::string expected = ProtocDecode("ConfigData", "Config.proto", bytes);
+  ASSERT_FALSE(expected.empty());
+  EXPECT_EQ(ToText(parsed), expected);
+}
+
+TEST(ToTextTest, SameAsProtocDecodeForDeviceDataAndCalibration) {
+  DeviceData image;
+  image.set_gcuserialno("S1");
+  image.set_config(Bytes({0x08, 0x03, 0xFF, 0x00}));
+  EXPECT_EQ(ToText(image), ProtocDecode("DeviceData", "DeviceData.proto", Encode(image)));
+
+  CalibrationData calibration;
+  calibration.add_adccalibration()->set_level12v(4000);
+  calibration.add_freqinputscalibration()->add_pullups()->set_value(3);
+  calibration.set_batteryvoltageadcchannel(-1);
+  EXPECT_EQ(ToText(calibration), ProtocDecode("CalibrationData", "CalibrationData.proto", Encode(calibration)));
+}
+
+TEST(FromTextTest, ReadsWhatToTextWrites) {
+  ConfigData doc;
+  doc.set_version(3);
+  doc.set_gcuno("G\xC3\xA9\n");
+  Input* in = doc.add_inputs();
+  in->set_config(Bytes({0x08, 0x02, 0x00, 0xFF}));
+  in->set_minvalue(0.1f);
+  in->mutable_linearization()->set_type(Map::Interpolated3dMap);
+  doc.mutable_units()->set_pressureunit(static_cast<Units_Pressure>(5));
+  doc.add_estimationdata()->add_thetavalues(-0.0);
+
+  ConfigData back;
+  back.set_password("replaced");
+  FromText(ToText(doc), &back);
+  EXPECT_EQ(Hex(Encode(back)), Hex(Encode(doc)));
+}
+
+Error TextError(const std::string& text, google::protobuf::Message* record) {
+  try {
+    FromText(text, record);
+  } catch (const Error& e) {
+    return e;
+  }
+  ADD_FAILURE() << "no error for " << text;
+  return Error("", "");
+}
+
+TEST(FromTextTest, ErrorsCarryLineAndColumn) {
+  ConfigData doc;
+  Error e = TextError("version: 1\ngcuNo: \"x\"\n  bogus: 3\n", &doc);
+  // The parser places the error just after the field name.
+  EXPECT_EQ(e.where(), "line 3, column 8");
+  EXPECT_NE(e.message().find("bogus"), std::string::npos) << e.what();
+
+  e = TextError("inputs {\n  id: \"seven\"\n}\n", &doc);
+  EXPECT_EQ(e.where(), "line 2, column 7");
+
+  e = TextError("inputs {\n  id: 1\n", &doc);
+  EXPECT_EQ(e.where().rfind("line 3, column ", 0), 0u) << e.what();
+
+  // Unknown fields print by number and cannot be read back: say so.
+  e = TextError("99: 42\n", &doc);
+  EXPECT_EQ(e.where(), "line 1, column 1");
+  EXPECT_NE(e.message().find("@unknown"), std::string::npos) << e.what();
+}
+
+TEST(FromTextTest, WrongNamesAreNamedWithTheRightOnes) {
+  ConfigData doc;
+  Error e = TextError("inputs {\n  aliass: \"x\"\n}\n", &doc);
+  EXPECT_EQ(e.message(), "no field \"aliass\" in Input; did you mean \"alias\"?");
+
+  e = TextError("units {\n  pressureUnit: Barr\n}\n", &doc);
+  EXPECT_NE(e.message().find("\"Barr\" is not a value of Units.Pressure"), std::string::npos) << e.what();
+  EXPECT_NE(e.message().find("did you mean \"Bar\"?"), std::string::npos) << e.what();
+  EXPECT_NE(e.message().find("the values are "), std::string::npos) << e.what();
+}
+
+TEST(ToTextTest, NanWithSignOrPayloadIsRefusedNotChanged) {
+  // 0x7FF8000000000001: a quiet NaN with a payload bit.
+  double payload;
+  const std::uint64_t bits = 0x7FF8000000000001ULL;
+  std::memcpy(&payload, &bits, sizeof payload);
+  ConfigData doc;
+  doc.add_estimationdata()->add_thetavalues(1);
+  doc.mutable_estimationdata(0)->add_thetavalues(payload);
+  try {
+    ToText(doc);
+    ADD_FAILURE() << "a NaN with a payload was printed";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.where(), "estimationData[0].thetaValues[1]");
+    EXPECT_NE(e.message().find("NaN with its sign bit or payload"), std::string::npos) << e.what();
+  }
+  // -NaN: only the sign bit.
+  doc.mutable_estimationdata(0)->set_thetavalues(1, -std::numeric_limits<double>::quiet_NaN());
+  EXPECT_THROW(WriteText(doc, [](std::string_view) {}), Error);
+  // The plain NaN reads back as itself.
+  doc.mutable_estimationdata(0)->set_thetavalues(1, std::numeric_limits<double>::quiet_NaN());
+  ConfigData back;
+  FromText(ToText(doc), &back);
+  EXPECT_EQ(Hex(Encode(back)), Hex(Encode(doc)));
+}
+
+TEST(WriteTextTest, StretchesAddUpToToText) {
+  SampleOptions options;
+  options.inputs = 3000;
+  ConfigData doc;
+  SampleConfig(options, &doc);
+  std::string written;
+  int calls = 0;
+  WriteText(doc, [&](std::string_view text) {
+    written.append(text);
+    ++calls;
+  });
+  EXPECT_EQ(written, ToText(doc));
+  EXPECT_GT(calls, 1);
+}
+
+}  // namespace
+}  // namespace gcuschema::document
