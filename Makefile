@@ -76,7 +76,7 @@ test-asan: $(ASAN_DIR)/build.ninja
 	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1:halt_on_error=1 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --output-on-failure -j $(JOBS) \
-	    -E '^(HostBuild\.OnlyIncludeAndLibraryFlags|Package\.FindPackageConsumer|Package\.PkgConfigConsumer)$$'
+	    -E '^(HostBuild\.OnlyIncludeAndLibraryFlags|Package\.FindPackageConsumer|Package\.PkgConfig(Document)?Consumer)$$'
 
 # The concurrency tests, each in a fresh process, and the companion library's
 # suite (its codec and the tool it runs work on several threads), under

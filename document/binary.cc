@@ -16,6 +16,8 @@
 
 #include <gcuschema/document/error.h>
 
+#include "field_path.h"
+
 
 namespace gcuschema::document {
 namespace {
@@ -51,10 +53,6 @@ class WireWalker {
   std::optional<Problem> Run() { return Record(root_, "", 0); }
 
  private:
-  static std::string Join(const std::string& path, const std::string& name) {
-    return path.empty() ? name : path + "." + name;
-  }
-
   int Position() const { return in_.CurrentPosition(); }
   int Left() const {
     const int until_limit = in_.BytesUntilLimit();
@@ -102,12 +100,12 @@ class WireWalker {
       }
       const FieldDescriptor* field = type ? type->FindFieldByNumber(number) : nullptr;
       // A field the schema does not know is named by its number.
-      std::string field_path = field ? Join(path, field->name())
+      std::string field_path = field ? internal::JoinPath(path, field->name())
                                      : (path.empty() ? "" : path + ", ") + "field " + std::to_string(number);
       if (field && field->is_repeated() && wire_type == WireFormatLite::WIRETYPE_LENGTH_DELIMITED &&
           (field->type() == FieldDescriptor::TYPE_MESSAGE || field->type() == FieldDescriptor::TYPE_STRING ||
            field->type() == FieldDescriptor::TYPE_BYTES)) {
-        field_path += "[" + std::to_string(occurrences[number]++) + "]";
+        field_path = internal::IndexPath(field_path, occurrences[number]++);
       }
 
       switch (wire_type) {

@@ -46,32 +46,9 @@ struct StandardPair {
 };
 
 constexpr StandardPair kStandard[] = {
-    {EntryKind::kInput, "AdcInput", "AdcConfiguration"},
-    {EntryKind::kInput, "DigitalInput", "DigitalInConfiguration"},
-    {EntryKind::kInput, "PhonicWheelInput", "PhonicWheelConfiguration"},
-    {EntryKind::kInput, "CanbusInput", "CanbusInputConfiguration"},
-    {EntryKind::kInput, "ConstantValueInput", "ConstantValueInputConfiguration"},
-    {EntryKind::kInput, "CompareInput", "CompareConfiguration"},
-    {EntryKind::kInput, "DivideInput", "DivideInputConfigData"},
-    {EntryKind::kInput, "DutyInput", "DutyInConfiguration"},
-    {EntryKind::kInput, "MapInput", "MapInputConfigData"},
-    {EntryKind::kInput, "AhrsInput", "AhrsInputConfiguration"},
-    {EntryKind::kInput, "RbcInput", "RbcInputConfigData"},
-    {EntryKind::kInput, "CanobjectInput", "CanObjectInputData"},
-    {EntryKind::kInput, "CounterInput", "CounterInputConfiguration"},
-    {EntryKind::kInput, "SystemInput", "SystemInputConfigurationData"},
-    {EntryKind::kInput, "WaveformInput", "WaveformInputConfigData"},
-    {EntryKind::kInput, "TestInput", "TestInputConfiguration"},
-    {EntryKind::kOutput, "PwmOutput", "PwmConfiguration"},
-    {EntryKind::kOutput, "DacOutput", "DacConfiguration"},
-    {EntryKind::kOutput, "CanbusOutput", "CanbusOutputConfiguration"},
-    {EntryKind::kOutput, "CurrentOutput", "CurrentConfiguration"},
-    {EntryKind::kOutput, "MapOutput", "MapOutputConfigData"},
-    {EntryKind::kOutput, "SplitterOutput", "SplitterOutputConfigData"},
-    {EntryKind::kOutput, "PowerOutput", "PowerOutputConfigData"},
-    {EntryKind::kOutput, "CanobjectOutput", "CanObjectOutputData"},
-    {EntryKind::kOutput, "TachoOutput", "TachoOutputConfigData"},
-    {EntryKind::kOutput, "TestOutput", "TestOutputConfiguration"},
+#define GCUSCHEMA_PAIR(kind, code, record) {EntryKind::k##kind, #code, #record},
+#include "standard_pairing.def"
+#undef GCUSCHEMA_PAIR
 };
 
 std::string_view Trim(std::string_view text) {
