@@ -68,6 +68,11 @@ std::string Lower(std::string_view text) {
 const std::vector<std::string>& SchemaFileNames() { return Index().files; }
 
 const pb::Descriptor* FindRecord(std::string_view name) {
+  // A full name is found in the generated pool, which builds only that
+  // record's file; the index of every record is built for the rest.
+  (void)gcuschema::verified_schema_units();
+  const pb::Descriptor* direct = pb::DescriptorPool::generated_pool()->FindMessageTypeByName(std::string(name));
+  if (direct != nullptr && direct->file()->name().find('/') == std::string::npos) return direct;
   const RecordIndex& index = Index();
   auto found = index.by_name.find(std::string(name));
   return found == index.by_name.end() ? nullptr : found->second;

@@ -70,6 +70,8 @@ const RecordPlan& RecordPlans::Get(const pb::Descriptor* type) {
   plan.type = type;
   plan.has_extensions = type->extension_range_count() > 0;
   const FieldDescriptor* config = ConfigField(type);
+  plan.entry = EntryKindOf(type, &plan.kind);
+  if (plan.entry) plan.type_code = type->FindFieldByName("type");
   plan.fields.reserve(type->field_count());
   for (int i = 0; i < type->field_count(); ++i) {
     const FieldDescriptor* field = type->field(i);

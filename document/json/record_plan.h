@@ -12,6 +12,8 @@
 
 #include <google/protobuf/descriptor.h>
 
+#include <gcuschema/document/pairing.h>
+
 namespace gcuschema::document::internal {
 
 enum class ValueKind {
@@ -50,6 +52,11 @@ struct RecordPlan {
   // Both names of every field, to its index in `fields`.
   std::unordered_map<std::string_view, int> by_name;
   int config = -1;  // index of the `config` field of a holder
+  // An entry (holder of settings chosen by its type code): its kind and its
+  // `type` field; DeviceData holds a ConfigData whatever its fields say.
+  bool entry = false;
+  EntryKind kind = EntryKind::kInput;
+  const google::protobuf::FieldDescriptor* type_code = nullptr;
   bool has_extensions = false;
   // Float or double fields here or in sub-records: NaNs to look at.
   bool has_floats = false;

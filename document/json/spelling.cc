@@ -88,12 +88,13 @@ void AppendFloat(float value, std::string* out) { AppendFloating(value, out); }
 void AppendDouble(double value, std::string* out) { AppendFloating(value, out); }
 
 void AppendBase64(std::string_view bytes, std::string* out) {
-  std::string encoded;
-  google::protobuf::Base64Escape(
-      google::protobuf::StringPiece(bytes.data(), static_cast<google::protobuf::StringPiece::size_type>(bytes.size())),
-      &encoded);
-  out->push_back('"');
-  out->append(encoded);
+  const int length = google::protobuf::CalculateBase64EscapedLen(static_cast<int>(bytes.size()));
+  const std::size_t start = out->size();
+  out->resize(start + static_cast<std::size_t>(length) + 2);
+  (*out)[start] = '"';
+  const int written = google::protobuf::Base64Escape(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                                     static_cast<int>(bytes.size()), out->data() + start + 1, length);
+  out->resize(start + 1 + static_cast<std::size_t>(written));
   out->push_back('"');
 }
 

@@ -81,20 +81,6 @@ std::string JsonWriter::Path(std::string_view member) const {
   return member.empty() ? path : JoinPath(path, member);
 }
 
-bool JsonWriter::Present(const pb::Message& record, const FieldPlan& field) const {
-  const pb::Reflection* reflection = record.GetReflection();
-  if (field.repeated) return reflection->FieldSize(record, field.field) > 0;
-  // The record writes a float or double when it compares unequal to zero:
-  // a negative zero is as absent as zero.
-  if (!field.explicit_presence && field.kind == ValueKind::kFloat) {
-    return reflection->GetFloat(record, field.field) != 0;
-  }
-  if (!field.explicit_presence && field.kind == ValueKind::kDouble) {
-    return reflection->GetDouble(record, field.field) != 0;
-  }
-  return reflection->HasField(record, field.field);
-}
-
 void JsonWriter::Record(const pb::Message& record, int level, const std::string* type_name, int config_depth) {
   const RecordPlan& plan = plans_.Get(record.GetDescriptor());
   const pb::Reflection* reflection = record.GetReflection();
@@ -113,44 +99,116 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
   const bool keep_all = options_.expand || options_.unknown_fields;
   std::string hidden;
   for (const FieldPlan& field : plan.fields) {
+    const FieldDescriptor* f = field.field;
     const std::string& key = options_.original_names ? field.original_key : field.json_key;
     // A NaN JSON cannot spell travels, with its field, as encoded bytes.
-    if (keep_all && plan.has_floats && HideUnspellable(record, field, &hidden)) continue;
+    if (keep_all && plan.has_floats && HideUnspellable(record, reflection, field, &hidden)) continue;
     if (field.config && options_.expand) {
-      if (const pb::Message* settings = Expanded(record, field, config_depth)) {
+      if (const pb::Message* settings = Expanded(record, reflection, plan, field, config_depth)) {
         member(key);
-        path_.emplace_back(field.field->name(), -1);
+        path_.emplace_back(f->name(), -1);
         Record(*settings, level + 1, &settings->GetDescriptor()->full_name(), config_depth + 1);
         path_.pop_back();
         continue;
       }
     }
-    if (!Present(record, field)) continue;
-    if (field.kind == ValueKind::kUnsupported) {
-      throw UnsupportedError(Path(field.field->name()), field.unsupported + " is not supported");
-    }
-    member(key);
     if (field.repeated) {
-      List(record, field, level + 1, config_depth);
-    } else if (field.kind == ValueKind::kRecord) {
-      path_.emplace_back(field.field->name(), -1);
-      Record(reflection->GetMessage(record, field.field), level + 1, nullptr, config_depth);
-      path_.pop_back();
-    } else {
-      Scalar(record, field, -1);
+      if (reflection->FieldSize(record, f) == 0) continue;
+      if (field.kind == ValueKind::kUnsupported) Unsupported(field);
+      member(key);
+      List(record, reflection, field, level + 1, config_depth);
+      continue;
+    }
+    const bool present = field.explicit_presence && reflection->HasField(record, f);
+    if (field.explicit_presence && !present) continue;
+    // Without explicit presence a field is present when not zero or empty;
+    // the record writes a float or double when it compares unequal to
+    // zero, so -0.0 is as absent as zero.
+    switch (field.kind) {
+      case ValueKind::kInt32: {
+        const std::int32_t v = reflection->GetInt32(record, f);
+        if (v == 0 && !present) continue;
+        member(key);
+        AppendInteger(v, out_);
+        break;
+      }
+      case ValueKind::kUInt32: {
+        const std::uint32_t v = reflection->GetUInt32(record, f);
+        if (v == 0 && !present) continue;
+        member(key);
+        AppendUnsigned(v, out_);
+        break;
+      }
+      case ValueKind::kInt64: {
+        const std::int64_t v = reflection->GetInt64(record, f);
+        if (v == 0 && !present) continue;
+        member(key);
+        AppendQuotedInteger(v, out_);
+        break;
+      }
+      case ValueKind::kUInt64: {
+        const std::uint64_t v = reflection->GetUInt64(record, f);
+        if (v == 0 && !present) continue;
+        member(key);
+        AppendQuotedUnsigned(v, out_);
+        break;
+      }
+      case ValueKind::kFloat: {
+        const float v = reflection->GetFloat(record, f);
+        if (v == 0 && !present) continue;
+        member(key);
+        AppendFloat(v, out_);
+        break;
+      }
+      case ValueKind::kDouble: {
+        const double v = reflection->GetDouble(record, f);
+        if (v == 0 && !present) continue;
+        member(key);
+        AppendDouble(v, out_);
+        break;
+      }
+      case ValueKind::kBool: {
+        const bool v = reflection->GetBool(record, f);
+        if (!v && !present) continue;
+        member(key);
+        out_->append(v ? "true" : "false");
+        break;
+      }
+      case ValueKind::kEnum: {
+        const int v = reflection->GetEnumValue(record, f);
+        if (v == 0 && !present) continue;
+        member(key);
+        AppendEnum(f, v);
+        break;
+      }
+      case ValueKind::kString:
+      case ValueKind::kBytes: {
+        const std::string& v = reflection->GetStringReference(record, f, &scratch_);
+        if (v.empty() && !present) continue;
+        member(key);
+        AppendText(field, v, -1);
+        break;
+      }
+      case ValueKind::kRecord:
+        member(key);
+        path_.emplace_back(f->name(), -1);
+        Record(reflection->GetMessage(record, f), level + 1, nullptr, config_depth);
+        path_.pop_back();
+        break;
+      default:
+        Unsupported(field);
     }
   }
   if (keep_all) {
     const pb::UnknownFieldSet& unknown = reflection->GetUnknownFields(record);
-    std::string bytes = std::move(hidden);
     if (!unknown.empty()) {
       scratch_.clear();
       unknown.SerializeToString(&scratch_);
-      bytes += scratch_;
+      hidden += scratch_;
     }
-    if (!bytes.empty()) {
+    if (!hidden.empty()) {
       member(kUnknownKey);
-      AppendBase64(bytes, out_);
+      AppendBase64(hidden, out_);
     }
   }
   if (first) {
@@ -161,8 +219,33 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
   out_->push_back('}');
 }
 
-void JsonWriter::List(const pb::Message& record, const FieldPlan& field, int level, int config_depth) {
-  const pb::Reflection* reflection = record.GetReflection();
+void JsonWriter::Unsupported(const FieldPlan& field) const {
+  throw UnsupportedError(Path(field.field->name()), field.unsupported + " is not supported");
+}
+
+void JsonWriter::AppendEnum(const FieldDescriptor* field, int number) {
+  if (const pb::EnumValueDescriptor* value = field->enum_type()->FindValueByNumber(number)) {
+    AppendJsonString(value->name(), out_);
+  } else {
+    AppendInteger(number, out_);
+  }
+}
+
+void JsonWriter::AppendText(const FieldPlan& field, const std::string& text, int index) {
+  if (field.kind == ValueKind::kBytes) {
+    AppendBase64(text, out_);
+    return;
+  }
+  if (!pb::internal::IsStructurallyValidUTF8(text.data(), static_cast<int>(text.size()))) {
+    const std::string path = Path(field.field->name());
+    throw Error(index >= 0 ? IndexPath(path, index) : path,
+                "the text is not UTF-8, which JSON cannot carry; fix it, or use the binary or text form");
+  }
+  AppendJsonString(text, out_);
+}
+
+void JsonWriter::List(const pb::Message& record, const pb::Reflection* reflection, const FieldPlan& field,
+                      int level, int config_depth) {
   const int count = reflection->FieldSize(record, field.field);
   out_->push_back('[');
   if (field.kind == ValueKind::kRecord) {
@@ -177,17 +260,14 @@ void JsonWriter::List(const pb::Message& record, const FieldPlan& field, int lev
     NewLine(level);
   } else {
     // Numbers, names and text on one line.
-    for (int i = 0; i < count; ++i) {
-      if (i > 0) out_->append(comma_);
-      Scalar(record, field, i);
-    }
+    Scalars(record, reflection, field, count);
   }
   out_->push_back(']');
 }
 
 void JsonWriter::RecordElements(const pb::Message& record, const FieldPlan& field, int begin, int end, int level,
                                 int config_depth) {
-  const pb::Reflection* reflection = record.GetReflection();
+  const pb::Reflection* reflection = record.GetReflection();  // once per stretch
   for (int i = begin; i < end; ++i) {
     if (i > 0) out_->push_back(',');
     NewLine(level + 1);
@@ -249,71 +329,30 @@ void JsonWriter::SharedRecordElements(const pb::Message& record, const FieldPlan
   }
 }
 
-void JsonWriter::Scalar(const pb::Message& record, const FieldPlan& field, int index) {
-  const pb::Reflection* reflection = record.GetReflection();
+void JsonWriter::Scalars(const pb::Message& record, const pb::Reflection* reflection, const FieldPlan& field,
+                         int count) {
   const FieldDescriptor* f = field.field;
-  const bool repeated = index >= 0;
-  switch (field.kind) {
-    case ValueKind::kInt32:
-      AppendInteger(repeated ? reflection->GetRepeatedInt32(record, f, index) : reflection->GetInt32(record, f), out_);
-      return;
-    case ValueKind::kUInt32:
-      AppendUnsigned(repeated ? reflection->GetRepeatedUInt32(record, f, index) : reflection->GetUInt32(record, f),
-                     out_);
-      return;
-    case ValueKind::kInt64:
-      AppendQuotedInteger(repeated ? reflection->GetRepeatedInt64(record, f, index) : reflection->GetInt64(record, f),
-                          out_);
-      return;
-    case ValueKind::kUInt64:
-      AppendQuotedUnsigned(
-          repeated ? reflection->GetRepeatedUInt64(record, f, index) : reflection->GetUInt64(record, f), out_);
-      return;
-    case ValueKind::kFloat:
-      AppendFloat(repeated ? reflection->GetRepeatedFloat(record, f, index) : reflection->GetFloat(record, f), out_);
-      return;
-    case ValueKind::kDouble:
-      AppendDouble(repeated ? reflection->GetRepeatedDouble(record, f, index) : reflection->GetDouble(record, f),
-                   out_);
-      return;
-    case ValueKind::kBool:
-      out_->append((repeated ? reflection->GetRepeatedBool(record, f, index) : reflection->GetBool(record, f))
-                       ? "true"
-                       : "false");
-      return;
-    case ValueKind::kEnum: {
-      const int number =
-          repeated ? reflection->GetRepeatedEnumValue(record, f, index) : reflection->GetEnumValue(record, f);
-      if (const pb::EnumValueDescriptor* value = f->enum_type()->FindValueByNumber(number)) {
-        AppendJsonString(value->name(), out_);
-      } else {
-        AppendInteger(number, out_);
-      }
-      return;
+  for (int i = 0; i < count; ++i) {
+    if (i > 0) out_->append(comma_);
+    switch (field.kind) {
+      case ValueKind::kInt32: AppendInteger(reflection->GetRepeatedInt32(record, f, i), out_); break;
+      case ValueKind::kUInt32: AppendUnsigned(reflection->GetRepeatedUInt32(record, f, i), out_); break;
+      case ValueKind::kInt64: AppendQuotedInteger(reflection->GetRepeatedInt64(record, f, i), out_); break;
+      case ValueKind::kUInt64: AppendQuotedUnsigned(reflection->GetRepeatedUInt64(record, f, i), out_); break;
+      case ValueKind::kFloat: AppendFloat(reflection->GetRepeatedFloat(record, f, i), out_); break;
+      case ValueKind::kDouble: AppendDouble(reflection->GetRepeatedDouble(record, f, i), out_); break;
+      case ValueKind::kBool: out_->append(reflection->GetRepeatedBool(record, f, i) ? "true" : "false"); break;
+      case ValueKind::kEnum: AppendEnum(f, reflection->GetRepeatedEnumValue(record, f, i)); break;
+      case ValueKind::kString:
+      case ValueKind::kBytes: AppendText(field, reflection->GetRepeatedStringReference(record, f, i, &scratch_), i); break;
+      default: Unsupported(field);
     }
-    case ValueKind::kString:
-    case ValueKind::kBytes: {
-      const std::string& text = repeated ? reflection->GetRepeatedStringReference(record, f, index, &scratch_)
-                                         : reflection->GetStringReference(record, f, &scratch_);
-      if (field.kind == ValueKind::kBytes) {
-        AppendBase64(text, out_);
-        return;
-      }
-      if (!pb::internal::IsStructurallyValidUTF8(text.data(), static_cast<int>(text.size()))) {
-        throw Error(repeated ? IndexPath(Path(f->name()), index) : Path(f->name()),
-                    "the text is not UTF-8, which JSON cannot carry; fix it, or use the binary or text form");
-      }
-      AppendJsonString(text, out_);
-      return;
-    }
-    default:
-      throw UnsupportedError(Path(f->name()), field.unsupported + " is not supported");
   }
 }
 
-bool JsonWriter::HideUnspellable(const pb::Message& record, const FieldPlan& field, std::string* hidden) {
+bool JsonWriter::HideUnspellable(const pb::Message& record, const pb::Reflection* reflection,
+                                 const FieldPlan& field, std::string* hidden) {
   if (field.kind != ValueKind::kFloat && field.kind != ValueKind::kDouble) return false;
-  const pb::Reflection* reflection = record.GetReflection();
   const bool single = field.kind == ValueKind::kFloat;
   const int count = field.repeated ? reflection->FieldSize(record, field.field) : 1;
   auto unspellable = [&](int i) {
@@ -355,14 +394,25 @@ bool JsonWriter::HideUnspellable(const pb::Message& record, const FieldPlan& fie
   return true;
 }
 
-const pb::Message* JsonWriter::Expanded(const pb::Message& holder, const FieldPlan& field, int config_depth) {
+const pb::Message* JsonWriter::Expanded(const pb::Message& holder, const pb::Reflection* reflection,
+                                        const RecordPlan& plan, const FieldPlan& field, int config_depth) {
   if (config_depth >= kMaxConfigDepth) return nullptr;
-  const pb::Descriptor* type = HeldRecord(holder, pairing_);
+  const pb::Descriptor* type = nullptr;
+  if (plan.entry) {
+    const int code = plan.type_code->cpp_type() == FieldDescriptor::CPPTYPE_ENUM
+                         ? reflection->GetEnumValue(holder, plan.type_code)
+                     : plan.type_code->cpp_type() == FieldDescriptor::CPPTYPE_UINT32
+                         ? static_cast<int>(reflection->GetUInt32(holder, plan.type_code))
+                         : reflection->GetInt32(holder, plan.type_code);
+    type = pairing_.Find(plan.kind, code);
+  } else {
+    type = HeldRecord(holder, pairing_);
+  }
   if (type == nullptr) return nullptr;
   std::unique_ptr<pb::Message>& settings = settings_[config_depth][type];
   if (settings == nullptr) settings = NewRecord(type);
   settings->Clear();
-  const std::string& bytes = holder.GetReflection()->GetStringReference(holder, field.field, &scratch_);
+  const std::string& bytes = reflection->GetStringReference(holder, field.field, &scratch_);
   {
     // Bytes that are not the record are shown as bytes, without a word
     // from the runtime.

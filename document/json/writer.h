@@ -34,7 +34,8 @@ class JsonWriter {
 
  private:
   void Record(const google::protobuf::Message& record, int level, const std::string* type_name, int config_depth);
-  void List(const google::protobuf::Message& record, const FieldPlan& field, int level, int config_depth);
+  void List(const google::protobuf::Message& record, const google::protobuf::Reflection* reflection,
+            const FieldPlan& field, int level, int config_depth);
   // Records [begin, end) of a list, each after its separator (none before
   // element 0) and line break.
   void RecordElements(const google::protobuf::Message& record, const FieldPlan& field, int begin, int end,
@@ -42,16 +43,23 @@ class JsonWriter {
   // The same for a long list, shared out to the helpers in rounds.
   void SharedRecordElements(const google::protobuf::Message& record, const FieldPlan& field, int count, int level,
                             int config_depth);
-  void Scalar(const google::protobuf::Message& record, const FieldPlan& field, int index);
-  bool Present(const google::protobuf::Message& record, const FieldPlan& field) const;
+  // The `count` values of a list of numbers, names or text, on one line.
+  void Scalars(const google::protobuf::Message& record, const google::protobuf::Reflection* reflection,
+               const FieldPlan& field, int count);
+  void AppendEnum(const google::protobuf::FieldDescriptor* field, int number);
+  // A string (which must be UTF-8) or bytes (base64); `index` for a list's.
+  void AppendText(const FieldPlan& field, const std::string& text, int index);
+  [[noreturn]] void Unsupported(const FieldPlan& field) const;
   // The settings record a `config` holds, parsed, when it can be shown
   // in its place without losing a byte; null otherwise.
-  const google::protobuf::Message* Expanded(const google::protobuf::Message& holder, const FieldPlan& field,
-                                            int config_depth);
+  const google::protobuf::Message* Expanded(const google::protobuf::Message& holder,
+                                            const google::protobuf::Reflection* reflection, const RecordPlan& plan,
+                                            const FieldPlan& field, int config_depth);
   // For a float or double field holding a NaN that JSON cannot spell (sign
   // bit or payload set): appends the field's encoding to `hidden` and says
   // true, so that it travels in "@unknown" rather than changing.
-  bool HideUnspellable(const google::protobuf::Message& record, const FieldPlan& field, std::string* hidden);
+  bool HideUnspellable(const google::protobuf::Message& record, const google::protobuf::Reflection* reflection,
+                       const FieldPlan& field, std::string* hidden);
   void NewLine(int level);
   void Flush();
   std::string Path(std::string_view member) const;
