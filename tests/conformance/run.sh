@@ -6,15 +6,18 @@
 #
 # The runner's own verdict is stricter (listed tests that pass, or that the
 # testee skips, fail it too); those are only reported here: the list says
-# what the runtime fails, and passing more than it is no fault.
+# what the runtime fails, and passing more than it is no fault. With
+# --exact-list they fail the run too: for the runtime's own testee, which
+# must fail exactly what the list says.
 #
-# usage: run.sh RUNNER TESTEE FAILURE_LIST OUT_DIR
+# usage: run.sh RUNNER TESTEE FAILURE_LIST OUT_DIR [--exact-list]
 set -uo pipefail
 
-runner=${1:?usage: run.sh RUNNER TESTEE FAILURE_LIST OUT_DIR}
+runner=${1:?usage: run.sh RUNNER TESTEE FAILURE_LIST OUT_DIR [--exact-list]}
 testee=${2:?}
 list=${3:?}
 out=${4:?}
+exact=${5:-}
 mkdir -p "$out"
 log="$out/runner.log"
 
@@ -41,16 +44,18 @@ show() {  # show RUNNER_HEADING OUR_HEADING
   names=$(first_suite | awk -v h="$1" 'index($0, h) == 1 {on = 1; next}
     on && /^  [A-Z]/ {print; seen = 1; next}
     on && seen && /^$/ {exit}')
-  [ -n "$names" ] || return 0
+  [ -n "$names" ] || return 1
   echo "$2"
   echo "$names"
 }
 echo "binary and JSON suite: $passed passed, $failed failed, $skipped skipped," \
      "$expected failed as listed in $(basename "$list")"
 show "These tests failed." "Failed, and not in the list:"
-show "These tests succeeded, even though" "In the list, but passed (the runtime fails them, the testee does not):"
+inexact=0
+show "These tests succeeded, even though" "In the list, but passed (the runtime fails them, the testee does not):" &&
+  inexact=1
 show "These tests were listed in the failure list, but they don't exist." \
-  "In the list, but not answered (skipped by the testee, or not in the suite):"
+  "In the list, but not answered (skipped by the testee, or not in the suite):" && inexact=1
 # The text format suite runs only when the runner passed the first one. Text
 # format is no mapping of the library's (our testee skips all of it): shown,
 # not judged.
@@ -60,4 +65,8 @@ if [ ${#summaries[@]} -gt 1 ]; then
 fi
 echo "runner log (every failure with its request and response): $log"
 echo "conformance: $passed passed, $failed failed, $skipped skipped"
+if [ "$exact" = --exact-list ] && [ "$inexact" -eq 1 ]; then
+  echo "conformance: $(basename "$list") does not name exactly the tests that fail" >&2
+  exit 1
+fi
 [ "$failed" -eq 0 ]
