@@ -3,7 +3,8 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps configure build run test bench package clean test-asan test-tsan fuzz fuzz-seeds
+.PHONY: all deps configure build run test bench package clean test-asan test-tsan fuzz fuzz-seeds \
+  conformance conformance-reference
 
 all: build
 
@@ -33,6 +34,18 @@ run: build
 
 test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+
+# protobuf's conformance suite against the companion library's JSON codec:
+# runner and test messages built from the Debian source of the runtime in
+# use, unpacked once into $(BUILD_DIR)/_deps. Prints passed / failed /
+# skipped; fails on a failure outside tests/conformance/failure_list.txt.
+# conformance-reference runs the runtime's own JSON through the same runner.
+PROTOBUF_SOURCE_CMD = scripts/protobuf-source.sh $(abspath $(BUILD_DIR))/_deps
+conformance conformance-reference: configure
+	@tree=$$($(PROTOBUF_SOURCE_CMD)) || exit 1; \
+	  grep -qxF "GCUSCHEMA_PROTOBUF_SOURCE:PATH=$$tree" $(BUILD_DIR)/CMakeCache.txt || \
+	  cmake -B $(BUILD_DIR) "-DGCUSCHEMA_PROTOBUF_SOURCE=$$tree"
+	cmake --build $(BUILD_DIR) -j $(JOBS) --target $@
 
 # Benchmarks: results (JSON) and the summary table go to bench/results/.
 bench: configure
