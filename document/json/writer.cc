@@ -196,7 +196,7 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
         path_.pop_back();
         break;
       default:
-        Unsupported(field);
+        if (present || reflection->HasField(record, f)) Unsupported(field);
     }
   }
   if (keep_all) {
