@@ -3,16 +3,20 @@
 #include <cctype>
 #include <climits>
 #include <cmath>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/io/tokenizer.h>
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
 #include <google/protobuf/text_format.h>
+#include <google/protobuf/unknown_field_set.h>
 
 #include <gcuschema/document/records.h>
 
 #include "field_path.h"
+#include "in_order.h"
 #include "json/spelling.h"
 #include "suggest.h"
 
@@ -200,6 +204,95 @@ void Parse(std::string_view text, pb::Message* record) {
               message);
 }
 
+// `field` of `from` set in `to` as it is in `from`.
+void CopyField(const pb::Message& from, const FieldDescriptor* field, pb::Message* to) {
+  const pb::Reflection* r = from.GetReflection();
+  const pb::Reflection* w = to->GetReflection();
+  if (!field->is_repeated()) {
+    switch (field->cpp_type()) {
+      case FieldDescriptor::CPPTYPE_INT32: w->SetInt32(to, field, r->GetInt32(from, field)); break;
+      case FieldDescriptor::CPPTYPE_INT64: w->SetInt64(to, field, r->GetInt64(from, field)); break;
+      case FieldDescriptor::CPPTYPE_UINT32: w->SetUInt32(to, field, r->GetUInt32(from, field)); break;
+      case FieldDescriptor::CPPTYPE_UINT64: w->SetUInt64(to, field, r->GetUInt64(from, field)); break;
+      case FieldDescriptor::CPPTYPE_FLOAT: w->SetFloat(to, field, r->GetFloat(from, field)); break;
+      case FieldDescriptor::CPPTYPE_DOUBLE: w->SetDouble(to, field, r->GetDouble(from, field)); break;
+      case FieldDescriptor::CPPTYPE_BOOL: w->SetBool(to, field, r->GetBool(from, field)); break;
+      case FieldDescriptor::CPPTYPE_ENUM: w->SetEnumValue(to, field, r->GetEnumValue(from, field)); break;
+      case FieldDescriptor::CPPTYPE_STRING: w->SetString(to, field, r->GetString(from, field)); break;
+      case FieldDescriptor::CPPTYPE_MESSAGE: w->MutableMessage(to, field)->CopyFrom(r->GetMessage(from, field)); break;
+    }
+    return;
+  }
+  for (int i = 0; i < r->FieldSize(from, field); ++i) {
+    switch (field->cpp_type()) {
+      case FieldDescriptor::CPPTYPE_INT32: w->AddInt32(to, field, r->GetRepeatedInt32(from, field, i)); break;
+      case FieldDescriptor::CPPTYPE_INT64: w->AddInt64(to, field, r->GetRepeatedInt64(from, field, i)); break;
+      case FieldDescriptor::CPPTYPE_UINT32: w->AddUInt32(to, field, r->GetRepeatedUInt32(from, field, i)); break;
+      case FieldDescriptor::CPPTYPE_UINT64: w->AddUInt64(to, field, r->GetRepeatedUInt64(from, field, i)); break;
+      case FieldDescriptor::CPPTYPE_FLOAT: w->AddFloat(to, field, r->GetRepeatedFloat(from, field, i)); break;
+      case FieldDescriptor::CPPTYPE_DOUBLE: w->AddDouble(to, field, r->GetRepeatedDouble(from, field, i)); break;
+      case FieldDescriptor::CPPTYPE_BOOL: w->AddBool(to, field, r->GetRepeatedBool(from, field, i)); break;
+      case FieldDescriptor::CPPTYPE_ENUM: w->AddEnumValue(to, field, r->GetRepeatedEnumValue(from, field, i)); break;
+      case FieldDescriptor::CPPTYPE_STRING: w->AddString(to, field, r->GetRepeatedString(from, field, i)); break;
+      case FieldDescriptor::CPPTYPE_MESSAGE: w->AddMessage(to, field)->CopyFrom(r->GetRepeatedMessage(from, field, i)); break;
+    }
+  }
+}
+
+// Lists of records from this many elements on are printed by several
+// threads, in chunks of kSharedChunk elements.
+constexpr int kSharedFrom = 4096;
+constexpr int kSharedChunk = 1024;
+
+// The record's text as the printer writes it, made field by field: the
+// printer writes the fields in number order, each on lines of its own, a
+// record in a list as "name {", its fields one level in, "}", and the
+// unknown fields last. Large lists of records are made by several threads;
+// every other field, and the unknown fields, are printed from a record
+// holding just them.
+void PrintShared(const pb::Message& record, const Sink& sink, int threads) {
+  const pb::Reflection* reflection = record.GetReflection();
+  std::vector<const FieldDescriptor*> fields;
+  reflection->ListFields(record, &fields);
+  std::unique_ptr<pb::Message> alone(record.New());
+  const pb::Reflection* alone_reflection = alone->GetReflection();
+  std::string text;
+  auto print_alone = [&] {
+    text.clear();
+    pb::TextFormat::PrintToString(*alone, &text);
+    sink(text);
+    alone->Clear();
+  };
+  for (const FieldDescriptor* field : fields) {
+    const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 0;
+    if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE && count >= kSharedFrom) {
+      std::vector<pb::TextFormat::Printer> printers(static_cast<std::size_t>(threads));
+      for (pb::TextFormat::Printer& printer : printers) printer.SetInitialIndentLevel(1);
+      const std::string open = field->name() + " {\n";
+      internal::MakeInOrder(
+          count, threads, kSharedChunk,
+          [&](int helper, int begin, int end, std::string* out) {
+            std::string element;
+            for (int i = begin; i < end; ++i) {
+              element.clear();
+              printers[static_cast<std::size_t>(helper)].PrintToString(
+                  reflection->GetRepeatedMessage(record, field, i), &element);
+              out->append(open).append(element).append("}\n");
+            }
+          },
+          [&](const std::string& chunk) { sink(chunk); });
+      continue;
+    }
+    CopyField(record, field, alone.get());
+    print_alone();
+  }
+  const pb::UnknownFieldSet& unknown = reflection->GetUnknownFields(record);
+  if (!unknown.empty()) {
+    alone_reflection->MutableUnknownFields(alone.get())->MergeFrom(unknown);
+    print_alone();
+  }
+}
+
 }  // namespace
 
 std::string ToText(const pb::Message& record) {
@@ -209,8 +302,13 @@ std::string ToText(const pb::Message& record) {
   return out;
 }
 
-void WriteText(const pb::Message& record, const Sink& sink) {
+void WriteText(const pb::Message& record, const Sink& sink, const TextWriteOptions& options) {
   RefuseUnspellableNan(record);
+  const int threads = internal::ThreadCount(options.threads);
+  if (threads > 1 && record.GetDescriptor()->extension_range_count() == 0) {
+    PrintShared(record, sink, threads);
+    return;
+  }
   SinkStream stream(sink);
   pb::TextFormat::Printer().Print(record, &stream);
   stream.Flush();

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
-#include <thread>
 
 #include <google/protobuf/stubs/common.h>
 #include <google/protobuf/stubs/logging.h>
@@ -17,6 +15,7 @@
 
 #include "config_slots.h"
 #include "field_path.h"
+#include "in_order.h"
 #include "json/spelling.h"
 
 namespace gcuschema::document::internal {
@@ -280,53 +279,28 @@ void JsonWriter::RecordElements(const pb::Message& record, const FieldPlan& fiel
 
 void JsonWriter::SharedRecordElements(const pb::Message& record, const FieldPlan& field, int count, int level,
                                       int config_depth) {
-  const int threads = std::min(options_.threads <= 0 ? static_cast<int>(std::thread::hardware_concurrency())
-                                                     : options_.threads,
-                               count / kSharedChunk);
+  const int threads = std::min(ThreadCount(options_.threads), count / kSharedChunk);
   if (threads <= 1) {
     RecordElements(record, field, 0, count, level, config_depth);
     return;
   }
-  // One writer per helper thread, with the path so far for its messages.
-  while (static_cast<int>(helpers_.size()) < threads - 1) {
-    helper_text_.emplace_back();
-    helpers_.push_back(std::make_unique<JsonWriter>(pairing_, options_, &helper_text_.back()));
+  // Each helper thread a writer of its own (its plans, settings and
+  // text), knowing the path so far for its messages.
+  while (static_cast<int>(helpers_.size()) < threads) {
+    helpers_.push_back(std::make_unique<JsonWriter>(pairing_, options_, nullptr));
   }
   for (auto& helper : helpers_) helper->path_ = path_;
-  // Rounds of one chunk per thread: this thread writes the first chunk
-  // straight out, the helpers the others, appended in order once done.
-  for (int begin = 0; begin < count;) {
-    std::vector<std::thread> running;
-    std::vector<std::exception_ptr> failed(threads);
-    std::vector<std::pair<int, int>> chunks;
-    for (int t = 0; t < threads && begin < count; ++t) {
-      chunks.emplace_back(begin, std::min(count, begin + kSharedChunk));
-      begin = chunks.back().second;
-    }
-    for (std::size_t t = 1; t < chunks.size(); ++t) {
-      running.emplace_back([&, t] {
-        try {
-          helper_text_[t - 1].clear();
-          helpers_[t - 1]->RecordElements(record, field, chunks[t].first, chunks[t].second, level, config_depth);
-        } catch (...) {
-          failed[t] = std::current_exception();
-        }
-      });
-    }
-    try {
-      RecordElements(record, field, chunks[0].first, chunks[0].second, level, config_depth);
-    } catch (...) {
-      failed[0] = std::current_exception();
-    }
-    for (std::thread& thread : running) thread.join();
-    for (std::size_t t = 0; t < chunks.size(); ++t) {
-      if (failed[t]) std::rethrow_exception(failed[t]);
-      if (t > 0) {
-        out_->append(helper_text_[t - 1]);
+  MakeInOrder(
+      count, threads, kSharedChunk,
+      [&](int helper, int begin, int end, std::string* text) {
+        JsonWriter& writer = *helpers_[static_cast<std::size_t>(helper)];
+        writer.out_ = text;
+        writer.RecordElements(record, field, begin, end, level, config_depth);
+      },
+      [&](const std::string& text) {
+        out_->append(text);
         Flush();
-      }
-    }
-  }
+      });
 }
 
 void JsonWriter::Scalars(const pb::Message& record, const pb::Reflection* reflection, const FieldPlan& field,

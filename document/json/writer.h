@@ -4,7 +4,6 @@
 #ifndef GCUSCHEMA_DOCUMENT_JSON_WRITER_H
 #define GCUSCHEMA_DOCUMENT_JSON_WRITER_H
 
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -78,9 +77,8 @@ class JsonWriter {
   std::string scratch_;
   // The record being written, for error messages: members and elements.
   std::vector<std::pair<std::string_view, int>> path_;
-  // Writers of the other threads for long lists, each with its own text.
+  // Writers of the threads that share out long lists.
   std::vector<std::unique_ptr<JsonWriter>> helpers_;
-  std::deque<std::string> helper_text_;  // stays in place as it grows
 };
 
 }  // namespace gcuschema::document::internal

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -189,19 +190,28 @@ TEST(ToTextTest, NanWithSignOrPayloadIsRefusedNotChanged) {
   EXPECT_EQ(Hex(Encode(back)), Hex(Encode(doc)));
 }
 
-TEST(WriteTextTest, StretchesAddUpToToText) {
+TEST(WriteTextTest, StretchesAddUpToToTextOnAnyNumberOfThreads) {
+  // Long enough that its inputs are shared out; with unknown fields (a
+  // varint, field 99) at the top and in an element.
   SampleOptions options;
-  options.inputs = 3000;
+  options.inputs = 9000;
   ConfigData doc;
   SampleConfig(options, &doc);
-  std::string written;
-  int calls = 0;
-  WriteText(doc, [&](std::string_view text) {
-    written.append(text);
-    ++calls;
-  });
-  EXPECT_EQ(written, ToText(doc));
-  EXPECT_GT(calls, 1);
+  ASSERT_TRUE(doc.MergeFromString(Bytes({0x98, 0x06, 0x2A})));
+  doc.mutable_inputs(5000)->GetReflection()->MutableUnknownFields(doc.mutable_inputs(5000))->AddVarint(77, 5);
+  const std::string whole = ToText(doc);
+  for (int threads : {1, 2, 3, 0}) {
+    std::string written;
+    int calls = 0;
+    TextWriteOptions write;
+    write.threads = threads;
+    WriteText(doc, [&](std::string_view text) {
+      written.append(text);
+      ++calls;
+    }, write);
+    EXPECT_TRUE(written == whole) << threads;
+    EXPECT_GT(calls, 1);
+  }
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ ProcessResult RunOk(const std::vector<std::string>& arguments, const std::string
   return result;
 }
 
-TEST(ToolThreadsTest, LargeTextIsProtocsAndEncodesBack) {
+TEST(ToolThreadsTest, LargeTextIsProtocsOnAnyNumberOfThreadsAndEncodesBack) {
   const std::string bytes = LargeDocument();
   ASSERT_GT(bytes.size(), 1024u * 1024u);
   ProcessResult protoc = RunProcess({GCUSCHEMA_PROTOC, "--decode=ConfigData", "-I", GCUSCHEMA_SCHEMA_DIR,
@@ -38,6 +38,9 @@ TEST(ToolThreadsTest, LargeTextIsProtocsAndEncodesBack) {
   const std::string file = dir.Put("doc.bin", bytes);
   const std::string text = RunOk({"decode", "--format", "text", file}).out;
   EXPECT_TRUE(text == protoc.out);
+  for (const char* threads : {"1", "2", "3"}) {
+    EXPECT_TRUE(RunOk({"decode", "--format", "text", "-j", threads}, bytes).out == protoc.out) << threads;
+  }
   EXPECT_TRUE(RunOk({"encode", "--format", "text"}, text).out == bytes);
 }
 

@@ -38,7 +38,9 @@ int RunDecode(const DecodeArguments& args) {
   Output output(args.output);
   const document::Sink sink = [&output](std::string_view text) { output.Write({text}); };
   if (args.format == "text") {
-    document::WriteText(*document->record(), sink);
+    document::TextWriteOptions options;
+    options.threads = args.threads;
+    document::WriteText(*document->record(), sink, options);
   } else {
     document::JsonWriteOptions options;
     options.expand = !args.no_expand;

@@ -18,8 +18,15 @@ namespace gcuschema::document {
 // an Error naming the field rather than a silent change.
 GCUSCHEMA_DOCUMENT_API std::string ToText(const google::protobuf::Message& record);
 
+struct TextWriteOptions {
+  // The elements of large lists of records are printed by up to this many
+  // threads (0: one per core). The text never depends on it.
+  int threads = 1;
+};
+
 // ToText handed to `sink` as it is made, never held whole.
-GCUSCHEMA_DOCUMENT_API void WriteText(const google::protobuf::Message& record, const Sink& sink);
+GCUSCHEMA_DOCUMENT_API void WriteText(const google::protobuf::Message& record, const Sink& sink,
+                                      const TextWriteOptions& options = {});
 
 // Parses text format into `record` (cleared first); Error carries the line
 // and column, and names the valid field or value names where one is wrong.

@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Times `gcuschema` against `buf convert` (the protobuf JSON mapping as a
+# user would otherwise run it) on configuration documents of 100 and
+# 100 000 inputs, whole processes, with hyperfine: binary to plain JSON,
+# plain JSON back to binary; and the tool's decode on one thread against
+# two, and its peak memory. buf comes from npm's @bufbuild/buf, installed
+# into the build tree (a benchmark peer, not a dependency of the product).
+# Usage: bench/tool_vs_buf.sh BUILD_DIR OUT.json MEMORY.json
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=$1
+out=$2
+memory_out=$3
+tool=$(realpath "$build/tools/gcuschema/gcuschema")
+schemas=$(realpath config/protobuf)
+data=$(realpath "$build/bench-data")
+peers=$(realpath -m "$build/bench-peers")
+runs=${TOOL_RUNS:-7}
+buf_version=${BUF_VERSION:-1.75.0}
+
+buf=$peers/node_modules/.bin/buf
+if [ ! -x "$buf" ] || [ "$("$buf" --version)" != "$buf_version" ]; then
+  mkdir -p "$peers"
+  npm install --prefix "$peers" --no-audit --no-fund --silent "@bufbuild/buf@$buf_version" >&2
+fi
+
+for n in 100 100000; do
+  "$tool" sample --inputs "$n" --seed 1 -o "$data/config_$n.bin"
+  "$tool" decode --no-expand -j 1 "$data/config_$n.bin" -o "$data/config_$n.json"
+done
+# buf must read what the tool writes as the same document, and write what
+# the tool reads back as the same bytes, or the timings compare nothing.
+for n in 100 100000; do
+  "$buf" convert "$schemas" --type ConfigData --from "$data/config_$n.json#format=json" \
+    --to "$data/buf_$n.bin#format=binpb"
+  cmp "$data/config_$n.bin" "$data/buf_$n.bin"
+  "$buf" convert "$schemas" --type ConfigData --from "$data/config_$n.bin#format=binpb" \
+    --to "$data/buf_$n.json#format=json"
+  "$tool" encode "$data/buf_$n.json" -o "$data/tool_from_buf_$n.bin"
+  cmp "$data/config_$n.bin" "$data/tool_from_buf_$n.bin"
+done
+
+commands=()
+for n in 100 100000; do
+  commands+=(
+    -n "gcuschema decode --no-expand -j1 ($n inputs)"
+    "$tool decode --no-expand -j 1 $data/config_$n.bin -o $data/out_$n.json"
+    -n "buf convert binpb to json ($n inputs)"
+    "$buf convert $schemas --type ConfigData --from $data/config_$n.bin#format=binpb --to $data/out_buf_$n.json#format=json"
+    -n "gcuschema encode ($n inputs)"
+    "$tool encode $data/config_$n.json -o $data/out_$n.bin"
+    -n "buf convert json to binpb ($n inputs)"
+    "$buf convert $schemas --type ConfigData --from $data/config_$n.json#format=json --to $data/out_buf_$n.bin#format=binpb"
+  )
+done
+commands+=(
+  -n "gcuschema decode --no-expand -j2 (100000 inputs)"
+  "$tool decode --no-expand -j 2 $data/config_100000.bin -o $data/out_100000_j2.json"
+  -n "gcuschema decode -j1 (100000 inputs, expanded)"
+  "$tool decode -j 1 $data/config_100000.bin -o $data/out_100000_x1.json"
+  -n "gcuschema decode -j2 (100000 inputs, expanded)"
+  "$tool decode -j 2 $data/config_100000.bin -o $data/out_100000_x2.json"
+)
+hyperfine --style basic --warmup 1 --runs "$runs" --export-json "$out" "${commands[@]}"
+cmp "$data/out_100000.json" "$data/out_100000_j2.json"
+cmp "$data/out_100000_x1.json" "$data/out_100000_x2.json"
+
+# Peak memory (maximum resident set) of decode, against the input and
+# output sizes.
+peak=$( { /usr/bin/time -f '%M' "$tool" decode --no-expand -j 1 "$data/config_100000.bin" \
+            -o "$data/out_100000.json"; } 2>&1 | tail -n 1)
+printf '{"input_bytes": %d, "output_bytes": %d, "peak_kib": %d}\n' \
+  "$(stat -c %s "$data/config_100000.bin")" "$(stat -c %s "$data/out_100000.json")" "$peak" > "$memory_out"

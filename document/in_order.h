@@ -1,0 +1,28 @@
+// Long outputs made by several threads and written in order.
+#ifndef GCUSCHEMA_DOCUMENT_IN_ORDER_H
+#define GCUSCHEMA_DOCUMENT_IN_ORDER_H
+
+#include <functional>
+#include <string>
+
+namespace gcuschema::document::internal {
+
+// How many threads a caller's `threads` option means: 0 one per core, at
+// least 1.
+int ThreadCount(int threads);
+
+// Makes the text of items [0, count) in chunks of `chunk` items, one chunk
+// per thread at a time on up to `threads` threads (the calling one among
+// them), and hands each chunk's text to `emit` on the calling thread, in
+// order, so that at most `threads` chunks are held at once.
+// make(helper, begin, end, &text) appends the text of items [begin, end);
+// `helper` (0 to threads - 1) tells which thread, for state of its own.
+// When anything throws, the exception of the earliest chunk is rethrown
+// once the round's threads have stopped.
+void MakeInOrder(int count, int threads, int chunk,
+                 const std::function<void(int helper, int begin, int end, std::string* text)>& make,
+                 const std::function<void(const std::string& text)>& emit);
+
+}  // namespace gcuschema::document::internal
+
+#endif
