@@ -25,5 +25,8 @@ done
 echo "== tool against protoc" >&2
 bench/tool_vs_protoc.sh "$build" "$results/tool_vs_protoc.json" >&2
 
+echo "== tool against buf convert" >&2
+bench/tool_vs_buf.sh "$build" "$results/tool_vs_buf.json" "$results/decode_memory.json" >&2
+
 python3 bench/summarize.py "$results" > "$results/summary.md"
 cat "$results/summary.md"

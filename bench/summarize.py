@@ -127,6 +127,23 @@ def main():
             w(f"| {name} | {r['median']:.3f} |")
         w("")
 
+    buf = None
+    buf_path = os.path.join(results, "tool_vs_buf.json")
+    memory = None
+    if os.path.exists(buf_path):
+        with open(buf_path) as f:
+            buf = {r["command"]: r for r in json.load(f)["results"]}
+        with open(os.path.join(results, "decode_memory.json")) as f:
+            memory = json.load(f)
+        w("## The tool against buf convert (hyperfine medians, whole processes)\n")
+        w("| command | median s |")
+        w("|---|---|")
+        for name, r in buf.items():
+            w(f"| {name} | {r['median']:.4f} |")
+        w("")
+        w(f"Peak memory of `decode --no-expand -j1`, 100 000 inputs: {memory['peak_kib'] / 1024:.1f} MiB "
+          f"for {memory['input_bytes'] / 2**20:.1f} MiB in and {memory['output_bytes'] / 2**20:.1f} MiB out.\n")
+
     w("## Targets\n")
     w("| target | measured | |")
     w("|---|---|---|")
@@ -157,6 +174,26 @@ def main():
         w(f"| decode --format text ≥ 2x faster than protoc --decode | {p / t:.2f}x | {verdict(p / t >= 2)} |")
         w(f"| expanded JSON decode no slower than protoc --decode | {p / j:.2f}x | {verdict(p / j >= 1)} |")
         w(f"| encode ≥ 2x faster than protoc --encode | {pe / e:.2f}x | {verdict(pe / e >= 2)} |")
+    if buf:
+        def med(name):
+            return buf[name]["median"]
+        for n, goal in ((100000, 2.5), (100, 8)):
+            r = med(f"buf convert binpb to json ({n} inputs)") / med(f"gcuschema decode --no-expand -j1 ({n} inputs)")
+            w(f"| decode --no-expand -j1 ≥ {goal}x faster than buf convert to JSON ({n} inputs) | {r:.2f}x | "
+              f"{verdict(r >= goal)} |")
+        for n in (100000, 100):
+            r = med(f"buf convert json to binpb ({n} inputs)") / med(f"gcuschema encode ({n} inputs)")
+            w(f"| JSON to binary at least as fast as buf convert ({n} inputs) | {r:.2f}x | {verdict(r >= 1)} |")
+        limit = 4 * (memory["input_bytes"] + memory["output_bytes"])
+        peak = memory["peak_kib"] * 1024
+        w(f"| decode peak memory ≤ 4x input + output (100 000 inputs) | {peak / (memory['input_bytes'] + memory['output_bytes']):.2f}x | "
+          f"{verdict(peak <= limit)} |")
+        j1 = med("gcuschema decode --no-expand -j1 (100000 inputs)")
+        j2 = med("gcuschema decode --no-expand -j2 (100000 inputs)")
+        x1 = med("gcuschema decode -j1 (100000 inputs, expanded)")
+        x2 = med("gcuschema decode -j2 (100000 inputs, expanded)")
+        w(f"| two threads pay: decode -j2 vs -j1, plain / expanded (100 000 inputs) | {j1 / j2:.2f}x / {x1 / x2:.2f}x | "
+          f"{verdict(j1 / j2 >= 1.2 and x1 / x2 >= 1.2)} |")
     print("\n".join(out))
 
 
