@@ -27,6 +27,7 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
+#include "support/fill.h"
 #include "support/wire.h"
 
 namespace gcuschema::document {
@@ -214,26 +215,8 @@ void FillEveryField(google::protobuf::Message* record, int depth = 3) {
   }
 }
 
-// Every record of every schema file, nested ones included.
-std::vector<const google::protobuf::Descriptor*> EveryRecord() {
-  std::vector<const google::protobuf::Descriptor*> records;
-  std::vector<const google::protobuf::Descriptor*> pending;
-  for (const std::string& name : SchemaFileNames()) {
-    const google::protobuf::FileDescriptor* file =
-        google::protobuf::DescriptorPool::generated_pool()->FindFileByName(name);
-    for (int i = 0; file && i < file->message_type_count(); ++i) pending.push_back(file->message_type(i));
-  }
-  while (!pending.empty()) {
-    const google::protobuf::Descriptor* type = pending.back();
-    pending.pop_back();
-    records.push_back(type);
-    for (int i = 0; i < type->nested_type_count(); ++i) pending.push_back(type->nested_type(i));
-  }
-  return records;
-}
-
 TEST(JsonCodecTest, EveryRecordWithEveryFieldSetRoundTrips) {
-  const std::vector<const google::protobuf::Descriptor*> records = EveryRecord();
+  const std::vector<const google::protobuf::Descriptor*> records = test::EveryRecord();
   ASSERT_GT(records.size(), 35u);
   const JsonCodec codec = CodecWithMaps();
   for (const google::protobuf::Descriptor* type : records) {

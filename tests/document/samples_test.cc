@@ -15,6 +15,7 @@
 #include <gcuschema/document/pairing.h>
 #include <gcuschema/document/records.h>
 
+#include "support/fill.h"
 #include "support/wire.h"
 
 namespace gcuschema::document {
@@ -39,23 +40,6 @@ PairingCatalogue WithTables() {
 std::string Describe(const std::vector<Finding>& findings) {
   std::string out;
   for (const Finding& f : findings) out += f.path + " [" + f.rule + "] " + f.message + "\n";
-  return out;
-}
-
-// Every record of the library, nested ones included.
-std::vector<const pb::Descriptor*> AllRecords() {
-  std::vector<const pb::Descriptor*> out;
-  std::vector<const pb::Descriptor*> pending;
-  for (const std::string& name : SchemaFileNames()) {
-    const pb::FileDescriptor* file = pb::DescriptorPool::generated_pool()->FindFileByName(name);
-    for (int i = 0; file != nullptr && i < file->message_type_count(); ++i) pending.push_back(file->message_type(i));
-  }
-  while (!pending.empty()) {
-    const pb::Descriptor* type = pending.back();
-    pending.pop_back();
-    out.push_back(type);
-    for (int i = 0; i < type->nested_type_count(); ++i) pending.push_back(type->nested_type(i));
-  }
   return out;
 }
 
@@ -374,7 +358,7 @@ TEST(SampleTest, OtherRecordsHaveEveryFieldSet) {
                                                      CalibrationTemplateData::descriptor()};
   const PairingCatalogue pairing = WithTables();
   int checked = 0;
-  for (const pb::Descriptor* type : AllRecords()) {
+  for (const pb::Descriptor* type : test::EveryRecord()) {
     if (documents.count(type) != 0) continue;
     std::unique_ptr<pb::Message> record = Sample(type, SampleOptions{});
     ASSERT_NE(record, nullptr) << type->full_name();
