@@ -62,14 +62,16 @@ class WireWalker {
   // Why the varint at `at`, of at most `max_bytes` bytes, cannot be read:
   // it runs past the end of its record or the data, or is too long.
   std::optional<std::string> VarintProblem(int at, int max_bytes = 10) const {
-    const int left = size_ - at;
-    const int in_record = Left();
+    // The reader may have moved on past `at` before giving up.
+    const int in_record = Left() + (Position() - at);
     for (int i = 0; i < max_bytes && i < in_record; ++i) {
       if ((data_[at + i] & 0x80) == 0) return std::nullopt;
     }
-    if (in_record < max_bytes && in_record <= left) {
+    if (in_record < max_bytes) {
+      // Inside a record or a packed block, its end comes first (a length
+      // beyond the data is reported before its content is read).
       return "the number is cut off: it runs past the end of " +
-             std::string(in_record < left ? "its record" : "the data");
+             std::string(nested_ > 0 ? "its record" : "the data");
     }
     return "a number longer than " + std::to_string(max_bytes) + " bytes";
   }
@@ -173,7 +175,9 @@ class WireWalker {
     }
     if (field->type() == FieldDescriptor::TYPE_MESSAGE) {
       const pb::io::CodedInputStream::Limit limit = in_.PushLimit(length);
+      ++nested_;
       std::optional<Problem> problem = Record(field->message_type(), path, depth + 1);
+      --nested_;
       in_.PopLimit(limit);
       return problem;
     }
@@ -218,15 +222,18 @@ class WireWalker {
       return std::nullopt;
     }
     const pb::io::CodedInputStream::Limit limit = in_.PushLimit(length);
+    ++nested_;
     while (Left() > 0) {
       const int at = Position();
       std::uint64_t value;
       if (!in_.ReadVarint64(&value)) {
         const std::string why = VarintProblem(at).value_or("malformed number");
+        --nested_;
         in_.PopLimit(limit);
         return Problem{at, path, "packed list element: " + why};
       }
     }
+    --nested_;
     in_.PopLimit(limit);
     return std::nullopt;
   }
@@ -235,6 +242,7 @@ class WireWalker {
   int size_;
   const pb::Descriptor* root_;
   pb::io::CodedInputStream in_;
+  int nested_ = 0;  // records and packed blocks entered
 };
 
 }  // namespace

@@ -123,6 +123,15 @@ TEST(ParseBinaryTest, CutOffNumbersAndImpossibleTags) {
   EXPECT_EQ(e.where(), "byte 0");
   EXPECT_NE(e.message().find("longer than 5 bytes"), std::string::npos) << e.what();
 
+  // The same six-byte tag ending the data: too long, not cut off.
+  e = ParseError(Bytes({0x08, 0x01, 0x88, 0x80, 0x80, 0x80, 0x80, 0x80}), &doc);
+  EXPECT_EQ(e.where(), "byte 2");
+  EXPECT_EQ(e.message(), "field tag: a number longer than 5 bytes");
+  // Four bytes of a tag, all continuing, then the end: that one is cut off.
+  e = ParseError(Bytes({0x08, 0x01, 0x88, 0x80, 0x80, 0x80}), &doc);
+  EXPECT_EQ(e.where(), "byte 2");
+  EXPECT_EQ(e.message(), "field tag: the number is cut off: it runs past the end of the data");
+
   // A length written in ten bytes (its value is 0, but the runtime reads five at most).
   e = ParseError(Bytes({0x1A, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x00}), &doc);
   EXPECT_EQ(e.where(), "byte 1 (inputs[0])");

@@ -10,6 +10,7 @@
 
 #include "commands.h"
 #include "document.h"
+#include "failure.h"
 #include "io.h"
 #include "options.h"
 
@@ -37,19 +38,24 @@ int RunDecode(const DecodeArguments& args) {
   // Written out as it is made: a large document's text is never held whole.
   Output output(args.output);
   const document::Sink sink = [&output](std::string_view text) { output.Write({text}); };
-  if (args.format == "text") {
-    document::TextWriteOptions options;
-    options.threads = args.threads;
-    document::WriteText(*document->record(), sink, options);
-  } else {
-    document::JsonWriteOptions options;
-    options.expand = !args.no_expand;
-    // Expanded JSON says what it is, so that encode needs no --type.
-    options.type_name = !args.no_expand;
-    options.original_names = args.original_names;
-    options.threads = args.threads;
-    codec.WriteJson(*document->record(), sink, options);
-    output.Write({"\n"});
+  try {
+    if (args.format == "text") {
+      document::TextWriteOptions options;
+      options.threads = args.threads;
+      document::WriteText(*document->record(), sink, options);
+    } else {
+      document::JsonWriteOptions options;
+      options.expand = !args.no_expand;
+      // Expanded JSON says what it is, so that encode needs no --type.
+      options.type_name = !args.no_expand;
+      options.original_names = args.original_names;
+      options.threads = args.threads;
+      codec.WriteJson(*document->record(), sink, options);
+      output.Write({"\n"});
+    }
+  } catch (const document::Error& e) {
+    // What the document holds and the format cannot carry.
+    throw Failure(input.name, e.where(), e.message());
   }
   output.Commit();
   return 0;
