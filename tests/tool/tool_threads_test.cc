@@ -1,7 +1,9 @@
 // A large document decoded and encoded by the tool on one thread and on
 // several: the same output, the text still protoc's, the bytes given back;
 // from files (mapped) and from pipes.
+#include <algorithm>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -86,10 +88,39 @@ TEST(ToolThreadsTest, ErrorsAreTheSameOnAnyNumberOfThreads) {
   EXPECT_EQ(two.err, one.err);
 }
 
-TEST(ToolThreadsTest, ThreadCountCannotBeNegative) {
-  ProcessResult result = RunTool({"decode", "-j", "-2"}, LargeDocument());
-  EXPECT_NE(result.exit_status, 0);
-  EXPECT_EQ(result.out, "");
+TEST(ToolThreadsTest, NegativeOrNonNumericThreadCountIsRefusedInOneShortLine) {
+  for (const char* count : {"-1", "-2", "many", "1.5"}) {
+    SCOPED_TRACE(count);
+    ProcessResult result = RunTool({"decode", "-j", count}, LargeDocument());
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.rfind("gcuschema: --threads: ", 0), 0u) << result.err;
+    EXPECT_NE(result.err.find(std::string("not ") + count), std::string::npos) << result.err;
+    EXPECT_LT(result.err.size(), 200u) << result.err;
+  }
+}
+
+TEST(ToolThreadsTest, ThreadCountBeyondTheCoresIsTakenAsTheCores) {
+  const std::string bytes = LargeDocument();
+  const std::string cores = std::to_string(std::max(1u, std::thread::hardware_concurrency()));
+  const std::string beyond = std::to_string(std::max(1u, std::thread::hardware_concurrency()) * 32);
+  const ProcessResult at_cores = RunOk({"decode", "-j", cores}, bytes);
+  // Far beyond every core, and beyond every integer type.
+  for (const std::string& count : {beyond, std::string("10000"), std::string("99999999999999999999999")}) {
+    SCOPED_TRACE(count);
+    const ProcessResult result = RunOk({"decode", "-j", count}, bytes);
+    EXPECT_TRUE(result.out == at_cores.out);
+    // No more threads, so no more memory than one per core.
+    EXPECT_LT(result.max_rss_kb, at_cores.max_rss_kb * 3 / 2 + 16 * 1024)
+        << "at the core count: " << at_cores.max_rss_kb << " KiB";
+  }
+}
+
+TEST(ToolThreadsTest, HelpSaysTheThreadCountIsCappedAtTheCores) {
+  for (const char* command : {"decode", "encode"}) {
+    ProcessResult help = RunOk({command, "--help"});
+    EXPECT_NE(help.out.find("at most one per core"), std::string::npos) << help.out;
+  }
 }
 
 }  // namespace

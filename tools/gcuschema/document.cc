@@ -43,15 +43,6 @@ std::unique_ptr<Document> ParseDocument(const Input& input, const google::protob
   return document;
 }
 
-void AddThreadsOption(CLI::App* command, int* threads) {
-  command
-      ->add_option("-j,--threads", *threads,
-                   "Threads for large documents (0: one per core); the output does not "
-                   "depend on it")
-      ->check(CLI::NonNegativeNumber)
-      ->capture_default_str();
-}
-
 document::TextPieces EncodeLarge(const google::protobuf::Message& record) {
   const std::size_t size = record.ByteSizeLong();
   document::TextPieces out(size);

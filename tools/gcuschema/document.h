@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <google/protobuf/arena.h>
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
@@ -42,9 +41,6 @@ class Document {
 // ParseEncoded into a Document, on up to `threads` threads (0: one per core).
 std::unique_ptr<Document> ParseDocument(const Input& input, const google::protobuf::Descriptor* type,
                                         int threads);
-
-// -j/--threads N: how many threads large documents are worked on with.
-void AddThreadsOption(CLI::App* command, int* threads);
 
 // The record's wire encoding, fields in ascending number as the runtime
 // writes them.
