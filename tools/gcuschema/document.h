@@ -3,25 +3,51 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
+#include <CLI/CLI.hpp>
 #include <google/protobuf/arena.h>
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
 #include <gcuschema/document/binary.h>
+#include <gcuschema/document/pairing.h>
 
 #include "io.h"
 
 namespace gcuschema::tool {
 
-// Parses an input as an encoded record of `type`. Throws Failure naming the
-// input and, where the library finds it, the byte offset and field path.
-std::unique_ptr<google::protobuf::Message> ParseEncoded(const Input& input,
-                                                        const google::protobuf::Descriptor* type);
+// How a document is written: binary (the wire encoding), JSON (settings
+// expanded or not) or protobuf text format; kDetect tells from the content.
+enum class Format { kDetect, kBinary, kJson, kText };
 
-// Reads and parses in one step (file, or standard input for "" or "-").
-std::unique_ptr<google::protobuf::Message> LoadEncoded(const std::string& path,
-                                                       const google::protobuf::Descriptor* type);
+// "binary", "json", "text", or "" for kDetect.
+Format FormatNamed(const std::string& name);
+
+// The format a document's content is in: binary when its first 64 KiB hold a
+// control byte other than white space (an encoded document has them at once:
+// the tags of fields 1 to 3, every length under 32), else text format when
+// it starts with a field name or a comment, else JSON. An empty input is the
+// empty binary document.
+Format DetectFormat(std::string_view bytes);
+
+// --from FORMAT for commands that read a document in any format.
+void AddFromOption(CLI::App* command, std::string* from);
+
+// The one place where documents are read: `input` in `format` (kDetect:
+// DetectFormat) into `record`, fresh, on up to `threads` threads (0: one per
+// core); `pairing` says which record each JSON "@type"-less config holds.
+// Throws Failure naming the input and, where the library finds it, the
+// byte offset and field path or the line and column.
+void ReadDocument(const Input& input, Format format, const document::PairingCatalogue& pairing,
+                  int threads, google::protobuf::Message* record);
+
+// Reads a file (standard input for "" or "-") holding a record of `type` in
+// the format named by `format` (FormatNamed; detected when empty).
+std::unique_ptr<google::protobuf::Message> LoadDocument(const std::string& path,
+                                                        const google::protobuf::Descriptor* type,
+                                                        const std::string& format,
+                                                        const document::PairingCatalogue& pairing);
 
 // A large record, kept with everything it holds on an arena: made in big
 // blocks rather than object by object, and freed all at once.
@@ -38,7 +64,7 @@ class Document {
   google::protobuf::Message* record_;
 };
 
-// ParseEncoded into a Document, on up to `threads` threads (0: one per core).
+// An encoded input read into a Document, on up to `threads` threads.
 std::unique_ptr<Document> ParseDocument(const Input& input, const google::protobuf::Descriptor* type,
                                         int threads);
 

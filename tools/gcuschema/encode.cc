@@ -2,10 +2,7 @@
 #include <memory>
 #include <string>
 
-#include <gcuschema/document/binary.h>
-#include <gcuschema/document/error.h>
-#include <gcuschema/document/json.h>
-#include <gcuschema/document/records.h>
+#include <gcuschema/document/pairing.h>
 
 #include "commands.h"
 #include "document.h"
@@ -19,7 +16,7 @@ namespace {
 struct EncodeArguments {
   TypeOption type;
   PairingOptions pairing;
-  std::string format = "json";
+  std::string format;  // detected when empty
   int threads = 0;
   std::string output;
   std::string input;
@@ -28,20 +25,20 @@ struct EncodeArguments {
 int RunEncode(const EncodeArguments& args) {
   RefuseBinaryToTerminal(args.output);
   const google::protobuf::Descriptor* type = args.type.Resolve();
-  document::JsonCodec codec(args.pairing.Resolve());
+  const document::PairingCatalogue pairing = args.pairing.Resolve();
   RefuseOverwritingInputs(args.output, {args.input});
 
   const Input input = ReadInput(args.input);
-  const Document document(type);
-  try {
-    if (args.format == "text") {
-      document::FromText(input.bytes(), document.record(), args.threads);
-    } else {
-      codec.FromJsonText(input.bytes(), document.record());
-    }
-  } catch (const document::Error& e) {
-    throw Failure(input.name, e.where(), e.message());
+  Format format = FormatNamed(args.format);
+  // Empty, it is the empty document in text format.
+  if (format == Format::kDetect) format = input.bytes().empty() ? Format::kText : DetectFormat(input.bytes());
+  if (format == Format::kBinary) {
+    throw Failure(input.name, "",
+                  "looks like an encoded document already (it holds control bytes); encode "
+                  "reads JSON or text format: give --format json or --format text if it is one");
   }
+  const Document document(type);
+  ReadDocument(input, format, pairing, args.threads, document.record());
   WriteOutput(args.output, EncodeLarge(*document.record()).pieces());
   return 0;
 }
@@ -55,9 +52,10 @@ Command AddEncodeCommand(CLI::App* app) {
       "Encode a document given as JSON (expanded or not) or protobuf text format; "
       "the reverse of decode");
   args->type.AddTo(command);
-  command->add_option("-f,--format", args->format, "json or text")
-      ->check(CLI::IsMember({"json", "text"}))
-      ->capture_default_str();
+  command
+      ->add_option("-f,--format", args->format,
+                   "json or text (protobuf text format); told from the content when not given")
+      ->check(CLI::IsMember({"json", "text"}));
   args->pairing.AddTo(command);
   AddThreadsOption(command, &args->threads);
   AddOutputOption(command, &args->output);
