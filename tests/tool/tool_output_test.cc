@@ -56,6 +56,17 @@ TEST(ToolOutputTest, DeviceIsWrittenToNotReplaced) {
   EXPECT_TRUE(S_ISCHR(st.st_mode));
 }
 
+TEST(ToolOutputTest, StandardOutputByNameIsWrittenInPlace) {
+  // /dev/stdout is a link to /proc/self/fd/1, here a pipe: the kernel's
+  // link, not a file to create.
+  ScratchDir dir;
+  const std::string doc = dir.Put("doc.bin", SampleBytes("ConfigData"));
+  ProcessResult named = RunTool({"decode", "-o", "/dev/stdout", doc});
+  ASSERT_EQ(named.exit_status, 0) << named.err;
+  EXPECT_EQ(named.out, RunTool({"decode", doc}).out);
+  EXPECT_EQ(dir.Entries(), std::vector<std::string>{"doc.bin"});
+}
+
 TEST(ToolOutputTest, DirectoryIsRefused) {
   ScratchDir dir;
   for (const std::string& out : {dir.path(), dir.path() + "/"}) {

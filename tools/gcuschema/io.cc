@@ -77,7 +77,7 @@ Output::Output(const std::string& path) {
     case PathFacts::Kind::kOther:
       // A device or a pipe (-o /dev/null, a FIFO): written to as it is,
       // never replaced by a regular file.
-      file_ = std::make_unique<platform::OutputFile>(Way::kInPlace, facts.resolved, path);
+      file_ = std::make_unique<platform::OutputFile>(Way::kInPlace, path, path);
       return;
     case PathFacts::Kind::kRegular:
       if (const std::string why = WhyNotReplace(path, facts); !why.empty()) throw Failure(path, "", why);

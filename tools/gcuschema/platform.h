@@ -24,8 +24,9 @@ bool StandardOutputIsTerminal();
 struct PathFacts {
   enum class Kind { kMissing, kRegular, kDirectory, kTerminal, kOther };
   Kind kind = Kind::kMissing;
-  // The path once every symbolic link is followed; for a link whose target
-  // does not exist yet (a dangling link), that target.
+  // kRegular: the file the path names once every symbolic link is
+  // followed; kMissing: the path, or the file the last of a chain of
+  // symbolic links names (a dangling link), to be created.
   std::string resolved;
   // kRegular: writable by its permissions, judged by what they say even
   // for a user the system would let write anything.

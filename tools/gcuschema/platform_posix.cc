@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include <fmt/format.h>
@@ -242,31 +243,38 @@ PathFacts Examine(const std::string& path, const std::string& name) {
   PathFacts facts;
   facts.resolved = path;
   struct stat st {};
-  for (int links = 0;; ++links) {
-    if (::lstat(facts.resolved.c_str(), &st) != 0) {
-      if (errno == ENOENT) return facts;  // kMissing: to be created there
-      Fail(name, "open", errno);
+  if (::stat(path.c_str(), &st) != 0) {
+    if (errno != ENOENT) Fail(name, "open", errno);
+    // Not there: through a dangling link, the file the last link names is
+    // the one to create. (The kernel's own following, above, is what the
+    // links of /dev/stdout and /proc/self/fd need.)
+    for (int links = 0; ::lstat(facts.resolved.c_str(), &st) == 0 && S_ISLNK(st.st_mode); ++links) {
+      if (links == kMaxLinks) Fail(name, "open", ELOOP);
+      std::string target(PATH_MAX, '\0');
+      const ssize_t length = ::readlink(facts.resolved.c_str(), target.data(), target.size());
+      if (length < 0) Fail(name, "open", errno);
+      target.resize(static_cast<std::size_t>(length));
+      // A relative link is relative to the directory the link is in.
+      facts.resolved = target[0] == '/' ? target : SplitPath(facts.resolved).first + target;
     }
-    if (!S_ISLNK(st.st_mode)) break;
-    if (links == kMaxLinks) Fail(name, "open", ELOOP);
-    std::string target(PATH_MAX, '\0');
-    const ssize_t length = ::readlink(facts.resolved.c_str(), target.data(), target.size());
-    if (length < 0) Fail(name, "open", errno);
-    target.resize(static_cast<std::size_t>(length));
-    // A relative link is relative to the directory the link is in.
-    facts.resolved = target[0] == '/' ? target : SplitPath(facts.resolved).first + target;
+    return facts;  // kMissing
   }
   if (S_ISDIR(st.st_mode)) {
     facts.kind = PathFacts::Kind::kDirectory;
   } else if (S_ISREG(st.st_mode)) {
     facts.kind = PathFacts::Kind::kRegular;
-    facts.writable = (st.st_mode & 0222) != 0 && ::faccessat(AT_FDCWD, facts.resolved.c_str(), W_OK, AT_EACCESS) == 0;
+    // Through symbolic links, the file they end at is the one replaced.
+    if (char* real = ::realpath(path.c_str(), nullptr)) {
+      facts.resolved = real;
+      std::free(real);
+    }
+    facts.writable = (st.st_mode & 0222) != 0 && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
     if (st.st_uid != ::geteuid()) facts.other_owner = UserName(st.st_uid);
   } else {
     facts.kind = PathFacts::Kind::kOther;
     if (S_ISCHR(st.st_mode)) {
       // Only an open descriptor tells a terminal from other devices.
-      const int fd = ::open(facts.resolved.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+      const int fd = ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
       if (fd >= 0) {
         if (::isatty(fd)) facts.kind = PathFacts::Kind::kTerminal;
         ::close(fd);
