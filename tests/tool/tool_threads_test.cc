@@ -1,6 +1,6 @@
 // A large document decoded and encoded by the tool on one thread and on
 // several: the same output, the text still protoc's, the bytes given back;
-// from files (mapped) and from pipes.
+// from files and from pipes.
 #include <algorithm>
 #include <string>
 #include <thread>
@@ -15,8 +15,7 @@
 namespace gcuschema::test {
 namespace {
 
-// Large enough for every threaded path, and over a megabyte encoded, so
-// that files are mapped.
+// Large enough for every threaded path (over a megabyte encoded).
 std::string LargeDocument() {
   static const std::string bytes = SampleBytes("ConfigData", 10000, 5);
   return bytes;
