@@ -10,6 +10,7 @@ packages=(
   googletest libgtest-dev
   nlohmann-json3-dev libcli11-dev libfmt-dev
   libbenchmark-dev hyperfine
+  help2man
   clang-14 libclang-rt-14-dev llvm-14
 )
 

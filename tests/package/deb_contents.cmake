@@ -18,6 +18,8 @@ foreach(pattern
     "/usr/lib/[^ \n]*libgcuschema\\.so\\.0"
     "/usr/lib/[^ \n]*libgcuschema_document\\.so\\.0"
     "/usr/bin/gcuschema\n"
+    "/usr/share/man/man1/gcuschema\\.1"
+    "/usr/share/bash-completion/completions/gcuschema\n"
     "/usr/include/gcuschema/Config\\.pb\\.h"
     "/usr/include/gcuschema/export\\.h"
     "/usr/include/gcuschema/document/json\\.h"

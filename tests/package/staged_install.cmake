@@ -11,9 +11,20 @@ foreach(f lib/libgcuschema.so lib/libgcuschema_document.so include/gcuschema/Con
           bin/gcuschema lib/cmake/GcuSchema/GcuSchemaConfig.cmake
           lib/cmake/GcuSchema/GcuSchemaConfigVersion.cmake lib/cmake/GcuSchema/GcuSchemaTargets.cmake
           lib/pkgconfig/gcuschema.pc lib/python3/dist-packages/gcuschema/__init__.py
-          lib/python3/dist-packages/gcuschema/Config_pb2.py)
+          lib/python3/dist-packages/gcuschema/Config_pb2.py
+          share/man/man1/gcuschema.1 share/bash-completion/completions/gcuschema)
   if(NOT EXISTS "${STAGE}/${f}")
     message(FATAL_ERROR "the staged install lacks ${f}")
+  endif()
+endforeach()
+# The man page has the tool's version and a section for each command.
+file(READ "${STAGE}/share/man/man1/gcuschema.1" man)
+execute_process(COMMAND "${STAGE}/bin/gcuschema" --version OUTPUT_VARIABLE version
+                OUTPUT_STRIP_TRAILING_WHITESPACE)
+foreach(part "${version}" "gcuschema decode" "gcuschema encode" "gcuschema lint" "\\-\\-threads")
+  string(FIND "${man}" "${part}" at)
+  if(at LESS 0)
+    message(FATAL_ERROR "the man page lacks \"${part}\"")
   endif()
 endforeach()
 file(GLOB protos "${STAGE}/share/gcuschema/proto/*.proto")

@@ -57,5 +57,21 @@ TEST(ToolSampleTest, NegativeInputCountIsAUsageError) {
   EXPECT_NE(result.err.find("--inputs"), std::string::npos) << result.err;
 }
 
+TEST(ToolSampleTest, SeedOutsideSixtyFourBitsIsRefusedNamingTheRange) {
+  for (const char* seed : {"-1", "18446744073709551616", "99999999999999999999999", "1e3", "x"}) {
+    SCOPED_TRACE(seed);
+    ProcessResult result = RunTool({"sample", "--seed", seed, "-o", "/dev/null"});
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_EQ(result.err.rfind("gcuschema: --seed: ", 0), 0u) << result.err;
+    EXPECT_NE(result.err.find("0 to 18446744073709551615"), std::string::npos) << result.err;
+  }
+}
+
+TEST(ToolSampleTest, LargestSeedIsTaken) {
+  ProcessResult result = RunTool({"sample", "--seed", "18446744073709551615"});
+  ASSERT_EQ(result.exit_status, 0) << result.err;
+  EXPECT_TRUE(result.out == SampleBytes("ConfigData", 24, 18446744073709551615ull));
+}
+
 }  // namespace
 }  // namespace gcuschema::test

@@ -1,7 +1,9 @@
-// A large document decoded by the tool to JSON on one thread and on
-// several: the same output, encoded back to the same bytes; and its text
-// format, which is protoc's, read back.
+// A large document decoded by the tool to JSON and text on one thread and
+// on several: the same output, the text still protoc's, encoded back to the
+// same bytes; and the thread count's limits.
+#include <algorithm>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -13,8 +15,7 @@
 namespace gcuschema::test {
 namespace {
 
-// Large enough for every threaded path, and over a megabyte encoded, so
-// that files are mapped.
+// Large enough for every threaded path (over a megabyte encoded).
 std::string LargeDocument() {
   static const std::string bytes = SampleBytes("ConfigData", 10000, 5);
   return bytes;
@@ -63,10 +64,37 @@ TEST(ToolThreadsTest, JsonIsTheSameOnAnyNumberOfThreadsAndEncodesBack) {
   }
 }
 
-TEST(ToolThreadsTest, ThreadCountCannotBeNegative) {
-  ProcessResult result = RunTool({"decode", "-j", "-2"}, LargeDocument());
-  EXPECT_NE(result.exit_status, 0);
-  EXPECT_EQ(result.out, "");
+TEST(ToolThreadsTest, NegativeOrNonNumericThreadCountIsRefusedInOneShortLine) {
+  for (const char* count : {"-1", "-2", "many", "1.5"}) {
+    SCOPED_TRACE(count);
+    ProcessResult result = RunTool({"decode", "-j", count}, LargeDocument());
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.rfind("gcuschema: --threads: ", 0), 0u) << result.err;
+    EXPECT_NE(result.err.find(std::string("not ") + count), std::string::npos) << result.err;
+    EXPECT_LT(result.err.size(), 200u) << result.err;
+  }
+}
+
+TEST(ToolThreadsTest, ThreadCountBeyondTheCoresIsTakenAsTheCores) {
+  const std::string bytes = LargeDocument();
+  const std::string cores = std::to_string(std::max(1u, std::thread::hardware_concurrency()));
+  const std::string beyond = std::to_string(std::max(1u, std::thread::hardware_concurrency()) * 32);
+  const ProcessResult at_cores = RunOk({"decode", "-j", cores}, bytes);
+  // Far beyond every core, and beyond every integer type.
+  for (const std::string& count : {beyond, std::string("10000"), std::string("99999999999999999999999")}) {
+    SCOPED_TRACE(count);
+    const ProcessResult result = RunOk({"decode", "-j", count}, bytes);
+    EXPECT_TRUE(result.out == at_cores.out);
+    // No more threads, so no more memory than one per core.
+    EXPECT_LT(result.max_rss_kb, at_cores.max_rss_kb * 3 / 2 + 16 * 1024)
+        << "at the core count: " << at_cores.max_rss_kb << " KiB";
+  }
+}
+
+TEST(ToolThreadsTest, HelpSaysTheThreadCountIsCappedAtTheCores) {
+  ProcessResult help = RunOk({"decode", "--help"});
+  EXPECT_NE(help.out.find("at most one per core"), std::string::npos) << help.out;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// gcuschema diff: field-by-field differences of two encoded documents;
+// gcuschema diff: field-by-field differences of two documents;
 // exit 1 when they differ.
 #include <memory>
 #include <string>
@@ -18,18 +18,19 @@ namespace {
 struct DiffArguments {
   TypeOption type;
   PairingOptions pairing;
+  std::string from;
   std::string old_input;
   std::string new_input;
 };
 
 int RunDiff(const DiffArguments& args) {
-  const google::protobuf::Descriptor* type = args.type.Resolve();
+  args.type.Resolve();  // a wrong --type is reported before any input is read
   document::PairingCatalogue pairing = args.pairing.Resolve();
   if (IsStandardStream(args.old_input) && IsStandardStream(args.new_input)) {
     throw Failure("<stdin>", "", "only one of the two documents can come from standard input");
   }
-  std::unique_ptr<google::protobuf::Message> a = LoadEncoded(args.old_input, type);
-  std::unique_ptr<google::protobuf::Message> b = LoadEncoded(args.new_input, type);
+  std::unique_ptr<google::protobuf::Message> a = LoadDocument(args.old_input, args.type, args.from, pairing);
+  std::unique_ptr<google::protobuf::Message> b = LoadDocument(args.new_input, args.type, args.from, pairing);
   std::vector<document::Difference> differences = document::Diff(*a, *b, pairing);
   std::string report = document::FormatDifferences(differences);
   if (!report.empty() && report.back() != '\n') report += '\n';
@@ -43,10 +44,11 @@ Command AddDiffCommand(CLI::App* app) {
   auto args = std::make_shared<DiffArguments>();
   CLI::App* command = app->add_subcommand(
       "diff",
-      "Compare two encoded documents field by field, settings expanded: \"~ path: old -> "
+      "Compare two documents (binary, JSON or text) field by field, settings expanded: \"~ path: old -> "
       "new\", \"+ path: new\", \"- path: old\"; exit 0 when equal, 1 when they differ");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
+  AddFromOption(command, &args->from);
   command->add_option("A", args->old_input, "Old document (standard input if -)")->required();
   command->add_option("B", args->new_input, "New document (standard input if -)")->required();
   return {command, [args] { return RunDiff(*args); }};

@@ -2,10 +2,7 @@
 #include <memory>
 #include <string>
 
-#include <gcuschema/document/error.h>
-#include <gcuschema/document/json.h>
-#include <gcuschema/document/records.h>
-#include <gcuschema/document/text.h>
+#include <gcuschema/document/pairing.h>
 
 #include "commands.h"
 #include "document.h"
@@ -19,34 +16,27 @@ namespace {
 struct EncodeArguments {
   TypeOption type;
   PairingOptions pairing;
-  std::string format = "json";
+  std::string format;  // detected when empty
   std::string output;
   std::string input;
 };
 
 int RunEncode(const EncodeArguments& args) {
   RefuseBinaryToTerminal(args.output);
-  document::JsonCodec codec(args.pairing.Resolve());
+  const document::PairingCatalogue pairing = args.pairing.Resolve();
   RefuseOverwritingInputs(args.output, {args.input});
 
   const Input input = ReadInput(args.input);
-  // Without --type, JSON that names its record ("@type", as decode writes
-  // it) is read as that record.
-  const google::protobuf::Descriptor* type = args.type.Resolve();
-  if (!args.type.given() && args.format == "json") {
-    const std::string named = document::JsonDocumentType(input.bytes());
-    if (!named.empty()) type = TypeOption{named}.Resolve();
+  Format format = FormatNamed(args.format);
+  // Empty, it is the empty document in text format.
+  if (format == Format::kDetect) format = input.bytes().empty() ? Format::kText : DetectFormat(input.bytes());
+  if (format == Format::kBinary) {
+    throw Failure(input.name, "",
+                  "looks like an encoded document already (it holds control bytes); encode "
+                  "reads JSON or text format: give --format json or --format text if it is one");
   }
-  const Document document(type);
-  try {
-    if (args.format == "text") {
-      document::FromText(input.bytes(), document.record());
-    } else {
-      codec.FromJson(input.bytes(), document.record());
-    }
-  } catch (const document::Error& e) {
-    throw Failure(input.name, e.where(), e.message());
-  }
+  const Document document(DocumentType(args.type, input, format));
+  ReadDocument(input, format, pairing, document.record());
   WriteOutput(args.output, Encode(*document.record()));
   return 0;
 }
@@ -60,9 +50,10 @@ Command AddEncodeCommand(CLI::App* app) {
       "Encode a document given as JSON (expanded or not) or protobuf text format; "
       "the reverse of decode");
   args->type.AddTo(command);
-  command->add_option("-f,--format", args->format, "json or text")
-      ->check(CLI::IsMember({"json", "text"}))
-      ->capture_default_str();
+  command
+      ->add_option("-f,--format", args->format,
+                   "json or text (protobuf text format); told from the content when not given")
+      ->check(CLI::IsMember({"json", "text"}));
   args->pairing.AddTo(command);
   AddOutputOption(command, &args->output);
   command->add_option("IN", args->input, "JSON or text document (standard input if absent or -)");

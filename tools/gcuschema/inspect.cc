@@ -1,4 +1,4 @@
-// gcuschema inspect: a readable summary of an encoded document.
+// gcuschema inspect: a readable summary of a document.
 #include <memory>
 #include <string>
 
@@ -15,13 +15,14 @@ namespace {
 struct InspectArguments {
   TypeOption type;
   PairingOptions pairing;
+  std::string from;
   std::string input;
 };
 
 int RunInspect(const InspectArguments& args) {
-  const google::protobuf::Descriptor* type = args.type.Resolve();
+  args.type.Resolve();  // a wrong --type is reported before any input is read
   document::PairingCatalogue pairing = args.pairing.Resolve();
-  std::unique_ptr<google::protobuf::Message> record = LoadEncoded(args.input, type);
+  std::unique_ptr<google::protobuf::Message> record = LoadDocument(args.input, args.type, args.from, pairing);
   std::string summary = document::Inspect(*record, pairing);
   if (!summary.empty() && summary.back() != '\n') summary += '\n';
   WriteOutput("", summary);
@@ -33,10 +34,11 @@ int RunInspect(const InspectArguments& args) {
 Command AddInspectCommand(CLI::App* app) {
   auto args = std::make_shared<InspectArguments>();
   CLI::App* command = app->add_subcommand(
-      "inspect", "Summarise an encoded document: identity, entries by type, section sizes");
+      "inspect", "Summarise a document (binary, JSON or text): identity, entries by type, section sizes");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
-  command->add_option("IN", args->input, "Encoded document (standard input if -)")->required();
+  AddFromOption(command, &args->from);
+  command->add_option("IN", args->input, "Document (standard input if -)")->required();
   return {command, [args] { return RunInspect(*args); }};
 }
 

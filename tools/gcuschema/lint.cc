@@ -20,6 +20,7 @@ namespace {
 struct LintArguments {
   TypeOption type;
   PairingOptions pairing;
+  std::string from;
   std::string input;
 };
 
@@ -30,9 +31,9 @@ std::string FormatFinding(const document::Finding& finding) {
 }
 
 int RunLint(const LintArguments& args) {
-  const google::protobuf::Descriptor* type = args.type.Resolve();
+  args.type.Resolve();  // a wrong --type is reported before any input is read
   document::PairingCatalogue pairing = args.pairing.Resolve();
-  std::unique_ptr<google::protobuf::Message> record = LoadEncoded(args.input, type);
+  std::unique_ptr<google::protobuf::Message> record = LoadDocument(args.input, args.type, args.from, pairing);
   std::vector<document::Finding> findings = document::Lint(*record, pairing);
   std::string report;
   for (const document::Finding& finding : findings) report += FormatFinding(finding);
@@ -46,12 +47,13 @@ Command AddLintCommand(CLI::App* app) {
   auto args = std::make_shared<LintArguments>();
   CLI::App* command = app->add_subcommand(
       "lint",
-      "Check an encoded document for what the records do not enforce (counts, type "
+      "Check a document (binary, JSON or text) for what the records do not enforce (counts, type "
       "codes, unreadable settings, duplicate identifiers, dangling references); one "
       "finding per line; exit 1 when there is an error, 0 when clean or only warnings");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
-  command->add_option("IN", args->input, "Encoded document (standard input if -)")->required();
+  AddFromOption(command, &args->from);
+  command->add_option("IN", args->input, "Document (standard input if -)")->required();
   return {command, [args] { return RunLint(*args); }};
 }
 

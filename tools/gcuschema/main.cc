@@ -1,7 +1,11 @@
 // gcuschema: command-line access to device documents through gcuschema_document.
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <iostream>
 #include <new>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,6 +17,7 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "io.h"
 
 namespace gcuschema::tool {
 namespace {
@@ -23,9 +28,33 @@ int ReportFailure(const std::string& line) {
   return kExitFailure;
 }
 
+// Anything written to standard output through stdio or iostreams is
+// flushed and checked before the run exits: a write that failed (a full
+// disk, /dev/full) fails the run instead of passing unseen.
+int Exit(int status) {
+  errno = 0;
+  if (std::fflush(stdout) == 0 && std::cout.flush().good() && !std::ferror(stdout)) return status;
+  const int error = errno;
+  return ReportFailure(FailureLine(
+      "<stdout>", "", std::string("cannot write: ") + (error != 0 ? std::strerror(error) : "output error")));
+}
+
+// --help and --version: their text goes out as every result does, so that a
+// failed write is reported with its reason.
+int PrintHelpOrVersion(CLI::App& app, const CLI::ParseError& e) {
+  std::ostringstream text;
+  const int status = app.exit(e, text, std::cerr);
+  try {
+    WriteOutput("", text.str());
+  } catch (const Failure& failure) {
+    return ReportFailure(failure.what());
+  }
+  return status;
+}
+
 int ReportUsageError(CLI::App& app, const CLI::ParseError& e, int argc, char** argv) {
-  // --help is reported through the same exception, with status 0.
-  if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(e);
+  // --help and --version are reported through the same exception, with status 0.
+  if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return PrintHelpOrVersion(app, e);
   std::string what = e.what();
   std::string help = "gcuschema --help";
   for (const CLI::App* command : app.get_subcommands()) {
@@ -67,6 +96,7 @@ int main(int argc, char** argv) {
   CLI::App app{"gcuschema: decode, encode, inspect, lint and compare device documents"};
   app.name("gcuschema");
   app.require_subcommand(1);
+  app.set_version_flag("--version", "gcuschema " GCUSCHEMA_VERSION);
   app.footer(
       "Exit status: 0 done, 1 lint found errors or diff found differences, 2 bad input or "
       "usage (one line on stderr: gcuschema: FILE: WHERE: WHAT).");
@@ -78,10 +108,10 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    return ReportUsageError(app, e, argc, argv);
+    return Exit(ReportUsageError(app, e, argc, argv));
   }
   for (const Command& command : commands) {
-    if (command.parser->parsed()) return Run(command);
+    if (command.parser->parsed()) return Exit(Run(command));
   }
   return kExitFailure;  // require_subcommand(1) makes this unreachable
 }

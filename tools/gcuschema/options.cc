@@ -1,5 +1,11 @@
 #include "options.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <thread>
+
 #include <fmt/format.h>
 
 #include <gcuschema/document/error.h>
@@ -8,6 +14,25 @@
 #include "failure.h"
 
 namespace gcuschema::tool {
+namespace {
+
+// A number written in decimal digits only (no sign, no base prefix: CLI11
+// itself would read "010" as octal), or nothing; `too_large` tells the
+// digits that do not fit 64 bits from what is not a number at all.
+std::optional<std::uint64_t> ParseDecimal(const std::string& text, bool* too_large) {
+  *too_large = false;
+  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) return std::nullopt;
+  std::uint64_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error == std::errc::result_out_of_range) *too_large = true;
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+// What the library takes for "one per core".
+unsigned CoreCount() { return std::max(1u, std::thread::hardware_concurrency()); }
+
+}  // namespace
 
 void TypeOption::AddTo(CLI::App* command) {
   option = command
@@ -67,6 +92,42 @@ void AddOutputOption(CLI::App* command, std::string* output) {
                    "Write here (through a temporary file renamed when complete) instead "
                    "of standard output")
       ->type_name("OUT");
+}
+
+void AddThreadsOption(CLI::App* command, int* threads) {
+  // More threads than cores cannot go faster, and each costs memory; so
+  // the count is capped here, where it is still a string, and no later
+  // arithmetic on it can overflow.
+  const auto cap = [](std::string& value) -> std::string {
+    bool too_large = false;
+    const std::optional<std::uint64_t> count = ParseDecimal(value, &too_large);
+    if (!count && !too_large) {
+      return fmt::format("must be 0 (one per core) or a number of threads, not {}", value);
+    }
+    value = std::to_string(too_large ? CoreCount() : std::min<std::uint64_t>(*count, CoreCount()));
+    return "";
+  };
+  command
+      ->add_option("-j,--threads", *threads,
+                   "Threads for large documents, at most one per core (0, or more than the "
+                   "cores: one per core); the output does not depend on it")
+      ->type_name("N")
+      ->transform(CLI::Validator(cap, ""))
+      ->capture_default_str();
+}
+
+void AddSeedOption(CLI::App* command, std::uint64_t* seed) {
+  const auto check = [](std::string& value) -> std::string {
+    bool too_large = false;
+    const std::optional<std::uint64_t> number = ParseDecimal(value, &too_large);
+    if (!number) return fmt::format("must be an integer from 0 to {}, not {}", UINT64_MAX, value);
+    value = std::to_string(*number);
+    return "";
+  };
+  command->add_option("-s,--seed", *seed, "Seed of the sample's values, 0 to 2^64-1")
+      ->type_name("S")
+      ->transform(CLI::Validator(check, ""))
+      ->capture_default_str();
 }
 
 }  // namespace gcuschema::tool

@@ -1,6 +1,7 @@
 #ifndef GCUSCHEMA_TOOL_OPTIONS_H
 #define GCUSCHEMA_TOOL_OPTIONS_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,13 @@ struct PairingOptions {
 
 // -o OUT: where the result goes (standard output unless given).
 void AddOutputOption(CLI::App* command, std::string* output);
+
+// -j/--threads N: how many threads large documents are worked on with;
+// more than the cores is taken as one per core.
+void AddThreadsOption(CLI::App* command, int* threads);
+
+// -s/--seed S: a seed of 64 bits, given in decimal.
+void AddSeedOption(CLI::App* command, std::uint64_t* seed);
 
 }  // namespace gcuschema::tool
 

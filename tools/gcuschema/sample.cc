@@ -48,8 +48,7 @@ Command AddSampleCommand(CLI::App* app) {
                    "Number of inputs; outputs, maps, buses and estimators follow in proportion")
       ->check(CLI::Range(0, 100000))
       ->capture_default_str();
-  command->add_option("-s,--seed", args->seed, "Seed of the sample's values")
-      ->capture_default_str();
+  AddSeedOption(command, &args->seed);
   AddOutputOption(command, &args->output);
   return {command, [args] { return RunSample(*args); }};
 }

@@ -5,6 +5,7 @@
 #include <pty.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,14 +28,23 @@ std::vector<char*> ArgvPointers(const std::vector<std::string>& argv) {
 
 ProcessResult Ended(pid_t pid, ProcessResult result) {
   int status = 0;
-  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  struct rusage usage {};
+  while (::wait4(pid, &status, 0, &usage) < 0 && errno == EINTR) {
   }
+  result.pid = pid;
+  result.max_rss_kb = usage.ru_maxrss;
   if (WIFEXITED(status)) {
     result.exit_status = WEXITSTATUS(status);
   } else if (WIFSIGNALED(status)) {
     result.signal = WTERMSIG(status);
   }
   return result;
+}
+
+std::vector<std::string> ToolArgv(const std::vector<std::string>& arguments) {
+  std::vector<std::string> argv = {GCUSCHEMA_TOOL};
+  argv.insert(argv.end(), arguments.begin(), arguments.end());
+  return argv;
 }
 
 void ClosePipe(int fds[2]) {
@@ -44,9 +54,9 @@ void ClosePipe(int fds[2]) {
   }
 }
 
-}  // namespace
-
-ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string& input) {
+// RunProcess, standard output going to `stdout_path` when it is not empty.
+ProcessResult RunProcessWith(const std::vector<std::string>& argv, const std::string& input,
+                             const std::string& stdout_path) {
   ProcessResult result;
   int in[2] = {-1, -1}, out[2] = {-1, -1}, err[2] = {-1, -1};
   if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 ||
@@ -58,7 +68,11 @@ ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+  if (stdout_path.empty()) {
+    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+  } else {
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, stdout_path.c_str(), O_WRONLY, 0);
+  }
   posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
   std::vector<char*> args = ArgvPointers(argv);
   pid_t pid = -1;
@@ -115,6 +129,12 @@ ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string
   return Ended(pid, std::move(result));
 }
 
+}  // namespace
+
+ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string& input) {
+  return RunProcessWith(argv, input, "");
+}
+
 ProcessResult RunOnTerminal(const std::vector<std::string>& argv) {
   ProcessResult result;
   std::vector<char*> args = ArgvPointers(argv);
@@ -144,9 +164,32 @@ ProcessResult RunOnTerminal(const std::vector<std::string>& argv) {
 }
 
 ProcessResult RunTool(const std::vector<std::string>& arguments, const std::string& input) {
-  std::vector<std::string> argv = {GCUSCHEMA_TOOL};
-  argv.insert(argv.end(), arguments.begin(), arguments.end());
-  return RunProcess(argv, input);
+  return RunProcess(ToolArgv(arguments), input);
 }
+
+ProcessResult RunToolWritingTo(const std::string& stdout_path,
+                               const std::vector<std::string>& arguments) {
+  return RunProcessWith(ToolArgv(arguments), "", stdout_path);
+}
+
+int StartTool(const std::vector<std::string>& arguments) {
+  const std::vector<std::string> argv = ToolArgv(arguments);
+  std::vector<char*> args = ArgvPointers(argv);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  pid_t pid = -1;
+  const int spawned = ::posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (spawned != 0) {
+    ADD_FAILURE() << "cannot run " << argv[0] << ": " << std::strerror(spawned);
+    return -1;
+  }
+  return pid;
+}
+
+ProcessResult WaitForProcess(int pid) { return Ended(pid, ProcessResult()); }
 
 }  // namespace gcuschema::test

@@ -10,6 +10,8 @@ namespace gcuschema::test {
 struct ProcessResult {
   int exit_status = -1;  // exit code, or -1 when a signal ended it
   int signal = 0;        // the signal that ended it, or 0
+  int pid = -1;          // its process id
+  long max_rss_kb = 0;   // the most memory it held at once (resident, KiB)
   std::string out;
   std::string err;
 };
@@ -27,6 +29,17 @@ ProcessResult RunOnTerminal(const std::vector<std::string>& argv);
 
 // The built command-line tool with these arguments.
 ProcessResult RunTool(const std::vector<std::string>& arguments, const std::string& input = "");
+
+// RunTool with its standard output sent to the file `stdout_path` (such as
+// /dev/full) instead of collected; standard input is empty.
+ProcessResult RunToolWritingTo(const std::string& stdout_path,
+                               const std::vector<std::string>& arguments);
+
+// Starts the tool without waiting for it, its standard streams on
+// /dev/null; its process id, or -1 (the test failed) when it cannot start.
+int StartTool(const std::vector<std::string>& arguments);
+// Waits for a process that StartTool started and tells how it ended.
+ProcessResult WaitForProcess(int pid);
 
 }  // namespace gcuschema::test
 

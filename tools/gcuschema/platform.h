@@ -1,0 +1,81 @@
+// What the tool asks of the operating system: reading files, examining and
+// writing output paths, temporaries and the signals that must not leave them
+// behind. Everything else in the tool is portable C++; each system has an
+// implementation of this interface of its own (platform_posix.cc).
+//
+// Whatever fails here throws Failure naming the file as the user called it
+// (`name`): "cannot <do what>: <the system's reason>".
+#ifndef GCUSCHEMA_TOOL_PLATFORM_H
+#define GCUSCHEMA_TOOL_PLATFORM_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace gcuschema::tool::platform {
+
+// The whole of a file, or of standard input when `path` is empty.
+std::string ReadWhole(const std::string& path, const std::string& name);
+
+bool StandardOutputIsTerminal();
+
+// What a path given for output names, every symbolic link followed.
+struct PathFacts {
+  enum class Kind { kMissing, kRegular, kDirectory, kTerminal, kOther };
+  Kind kind = Kind::kMissing;
+  // kRegular: the file the path names once every symbolic link is
+  // followed; kMissing: the path, or the file the last of a chain of
+  // symbolic links names (a dangling link), to be created.
+  std::string resolved;
+  // kRegular: writable by its permissions, judged by what they say even
+  // for a user the system would let write anything.
+  bool writable = true;
+  // kRegular: its owner's name when that is not the user running the tool.
+  std::string other_owner;
+};
+PathFacts Examine(const std::string& path, const std::string& name);
+
+// Whether two paths name one existing file.
+bool SameFile(const std::string& a, const std::string& b);
+
+// A destination open for writing, in one of three ways.
+class OutputFile {
+ public:
+  enum class Way {
+    kStandardOutput,
+    // An existing file that is not a regular one (a device, a pipe):
+    // written to as it is.
+    kInPlace,
+    // A new hidden temporary beside `path`, with the permissions of the file
+    // there (or of a new file), renamed over `path` by Commit(). Its name
+    // tells which host and process write it, so that a later run can
+    // recognise one left by a process that no longer runs (killed
+    // outright) and remove it; an interrupt (SIGINT, SIGTERM, SIGHUP)
+    // removes it at once.
+    kTemporary,
+  };
+  OutputFile(Way way, const std::string& path, const std::string& name);
+  // Closes what was opened here; removes a temporary not yet committed.
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  void Write(const std::vector<std::string_view>& pieces);
+  // Makes what was written final: a temporary is flushed to storage,
+  // closed and renamed over its path; a file opened in place is closed.
+  void Commit();
+
+ private:
+  void Discard() noexcept;
+
+  std::string path_;
+  std::string name_;
+  std::string temporary_;
+  std::intptr_t handle_ = -1;
+  bool owned_ = false;
+};
+
+}  // namespace gcuschema::tool::platform
+
+#endif

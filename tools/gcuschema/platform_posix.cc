@@ -1,0 +1,338 @@
+// The tool's system interface on POSIX systems.
+#include "platform.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <pwd.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include <fmt/format.h>
+
+#include "failure.h"
+
+namespace gcuschema::tool::platform {
+namespace {
+
+constexpr std::size_t kReadChunk = 64 * 1024;
+// How many symbolic links are followed before giving up, as the kernel does.
+constexpr int kMaxLinks = 40;
+// What follows a temporary's own name: ".gcuschema-HOST-PID-XXXXXX".
+constexpr std::string_view kTemporaryMark = ".gcuschema-";
+constexpr std::size_t kRandomLength = 6;  // mkstemp's XXXXXX
+
+[[noreturn]] void Fail(const std::string& name, const char* what, int error) {
+  throw Failure(name, "", fmt::format("cannot {}: {}", what, std::strerror(error)));
+}
+
+void ReadAll(int fd, std::size_t size_hint, const std::string& name, std::string* out) {
+  // One byte beyond the expected size, so that the read which meets the end
+  // of a regular file needs no reallocation.
+  out->resize(size_hint + 1);
+  std::size_t used = 0;
+  for (;;) {
+    if (used == out->size()) out->resize(out->size() + kReadChunk);
+    const ssize_t n = ::read(fd, out->data() + used, out->size() - used);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      Fail(name, "read", errno);
+    }
+    if (n == 0) break;
+    used += static_cast<std::size_t>(n);
+  }
+  out->resize(used);
+}
+
+// Directory part of a path, with its slash ("" for none), and the rest.
+std::pair<std::string, std::string> SplitPath(const std::string& path) {
+  const std::string::size_type slash = path.rfind('/');
+  if (slash == std::string::npos) return {"", path};
+  return {path.substr(0, slash + 1), path.substr(slash + 1)};
+}
+
+// This host's name as it may stand in a file name.
+std::string HostMark() {
+  char host[HOST_NAME_MAX + 1] = {};
+  if (::gethostname(host, sizeof host - 1) != 0) return "host";
+  std::string mark;
+  for (const char* c = host; *c != '\0'; ++c) {
+    const bool plain = (*c >= 'a' && *c <= 'z') || (*c >= 'A' && *c <= 'Z') || (*c >= '0' && *c <= '9') ||
+                       *c == '.' || *c == '-' || *c == '_';
+    mark += plain ? *c : '_';
+  }
+  return mark.empty() ? "host" : mark;
+}
+
+// The process id in a temporary's name when it was made on this host, or
+// -1 when the name is not one of a temporary's.
+pid_t TemporaryOwner(const std::string& name, const std::string& host) {
+  if (name.empty() || name[0] != '.') return -1;
+  const std::string::size_type mark = name.rfind(kTemporaryMark);
+  if (mark == std::string::npos) return -1;
+  const std::string rest = name.substr(mark + kTemporaryMark.size());  // HOST-PID-XXXXXX
+  if (rest.size() < kRandomLength + 3 || rest[rest.size() - kRandomLength - 1] != '-') return -1;
+  const std::string host_pid = rest.substr(0, rest.size() - kRandomLength - 1);
+  const std::string::size_type dash = host_pid.rfind('-');
+  if (dash == std::string::npos || host_pid.substr(0, dash) != host) return -1;
+  const std::string digits = host_pid.substr(dash + 1);
+  if (digits.empty() || digits.size() > 9 ||
+      !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; })) {
+    return -1;
+  }
+  return static_cast<pid_t>(std::stol(digits));
+}
+
+// Removes from `directory` the temporaries of this host's runs that no
+// longer run: only regular files of the user's, and never one whose process
+// still runs (a process of another user counts as running).
+void RemoveStaleTemporaries(const std::string& directory, const std::string& host) {
+  DIR* listing = ::opendir(directory.empty() ? "." : directory.c_str());
+  if (listing == nullptr) return;
+  const int dir_fd = ::dirfd(listing);
+  while (const dirent* entry = ::readdir(listing)) {
+    const pid_t owner = TemporaryOwner(entry->d_name, host);
+    if (owner <= 0 || owner == ::getpid()) continue;
+    if (::kill(owner, 0) == 0 || errno != ESRCH) continue;
+    struct stat st {};
+    if (::fstatat(dir_fd, entry->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(st.st_mode) ||
+        st.st_uid != ::geteuid()) {
+      continue;
+    }
+    ::unlinkat(dir_fd, entry->d_name, 0);
+  }
+  ::closedir(listing);
+}
+
+// The temporary being written, removed if the run is interrupted so that an
+// interrupted run leaves nothing behind either. A fixed buffer, because the
+// signal handler may only call async-signal-safe functions.
+char g_temporary[PATH_MAX + 1];
+
+extern "C" void RemoveTemporaryAndDie(int signal_number) {
+  if (g_temporary[0] != '\0') ::unlink(g_temporary);
+  ::signal(signal_number, SIG_DFL);
+  ::raise(signal_number);
+}
+
+void GuardTemporary(const std::string& path) {
+  if (path.size() > PATH_MAX) return;
+  std::memcpy(g_temporary, path.c_str(), path.size() + 1);
+  struct sigaction action {};
+  action.sa_handler = RemoveTemporaryAndDie;
+  sigemptyset(&action.sa_mask);
+  for (int s : {SIGINT, SIGTERM, SIGHUP}) ::sigaction(s, &action, nullptr);
+}
+
+void ReleaseTemporary() { g_temporary[0] = '\0'; }
+
+// Mode of the file being replaced, so that renaming over it does not change
+// its access, or of a new file as the user's umask would make it.
+mode_t OutputMode(const std::string& path) {
+  struct stat st {};
+  if (::stat(path.c_str(), &st) == 0) return st.st_mode & 07777;
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return 0666 & ~mask;
+}
+
+// Creates the temporary for `path`; its name goes to *temporary.
+int CreateTemporary(const std::string& path, const std::string& name, std::string* temporary) {
+  const auto [directory, base] = SplitPath(path);
+  const std::string host = HostMark();
+  RemoveStaleTemporaries(directory, host);
+  const std::string mark = fmt::format("{}{}-{}-{}", kTemporaryMark, host, ::getpid(),
+                                       std::string(kRandomLength, 'X'));
+  // A long name is shortened so that the temporary's still fits.
+  const std::size_t room = NAME_MAX > mark.size() + 1 ? NAME_MAX - mark.size() - 1 : 0;
+  *temporary = directory + "." + base.substr(0, room) + mark;
+  const int fd = ::mkstemp(temporary->data());
+  if (fd < 0) {
+    const int error = errno;
+    throw Failure(name, "",
+                  fmt::format("cannot create a temporary file in {}: {}",
+                              directory.empty() ? "." : directory, std::strerror(error)));
+  }
+  GuardTemporary(*temporary);
+  if (::fchmod(fd, OutputMode(path)) != 0) {
+    const int error = errno;
+    ::close(fd);
+    ::unlink(temporary->c_str());
+    ReleaseTemporary();
+    Fail(name, "set permissions", error);
+  }
+  return fd;
+}
+
+// Pieces in as few system calls as the kernel allows (IOV_MAX per call).
+void WriteAll(int fd, std::vector<std::string_view> pieces, const std::string& name) {
+  pieces.erase(std::remove_if(pieces.begin(), pieces.end(), [](std::string_view p) { return p.empty(); }),
+               pieces.end());
+  std::size_t first = 0;
+  std::vector<iovec> vectors;
+  while (first < pieces.size()) {
+    const std::size_t count = std::min<std::size_t>(pieces.size() - first, IOV_MAX);
+    vectors.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+      vectors[i].iov_base = const_cast<char*>(pieces[first + i].data());
+      vectors[i].iov_len = pieces[first + i].size();
+    }
+    const ssize_t n = ::writev(fd, vectors.data(), static_cast<int>(count));
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      Fail(name, "write", errno);
+    }
+    // Skip what was written; a piece written in part is continued.
+    auto written = static_cast<std::size_t>(n);
+    while (written > 0 && written >= pieces[first].size()) {
+      written -= pieces[first].size();
+      ++first;
+    }
+    if (written > 0) pieces[first].remove_prefix(written);
+  }
+}
+
+std::string UserName(uid_t uid) {
+  std::vector<char> buffer(16384);
+  struct passwd entry {};
+  struct passwd* found = nullptr;
+  if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr) {
+    return found->pw_name;
+  }
+  return fmt::format("with id {}", uid);
+}
+
+}  // namespace
+
+std::string ReadWhole(const std::string& path, const std::string& name) {
+  std::string bytes;
+  if (path.empty()) {
+    struct stat st {};
+    const bool regular = ::fstat(STDIN_FILENO, &st) == 0 && S_ISREG(st.st_mode);
+    ReadAll(STDIN_FILENO, regular ? static_cast<std::size_t>(st.st_size) : kReadChunk, name, &bytes);
+    return bytes;
+  }
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) Fail(name, "open", errno);
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
+    const int error = S_ISDIR(st.st_mode) ? EISDIR : errno;
+    ::close(fd);
+    Fail(name, "read", error);
+  }
+  try {
+    ReadAll(fd, S_ISREG(st.st_mode) ? static_cast<std::size_t>(st.st_size) : kReadChunk, name, &bytes);
+  } catch (...) {
+    ::close(fd);
+    throw;
+  }
+  ::close(fd);
+  return bytes;
+}
+
+bool StandardOutputIsTerminal() { return ::isatty(STDOUT_FILENO) != 0; }
+
+PathFacts Examine(const std::string& path, const std::string& name) {
+  PathFacts facts;
+  facts.resolved = path;
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0) {
+    if (errno != ENOENT) Fail(name, "open", errno);
+    // Not there: through a dangling link, the file the last link names is
+    // the one to create. (The kernel's own following, above, is what the
+    // links of /dev/stdout and /proc/self/fd need.)
+    for (int links = 0; ::lstat(facts.resolved.c_str(), &st) == 0 && S_ISLNK(st.st_mode); ++links) {
+      if (links == kMaxLinks) Fail(name, "open", ELOOP);
+      std::string target(PATH_MAX, '\0');
+      const ssize_t length = ::readlink(facts.resolved.c_str(), target.data(), target.size());
+      if (length < 0) Fail(name, "open", errno);
+      target.resize(static_cast<std::size_t>(length));
+      // A relative link is relative to the directory the link is in.
+      facts.resolved = target[0] == '/' ? target : SplitPath(facts.resolved).first + target;
+    }
+    return facts;  // kMissing
+  }
+  if (S_ISDIR(st.st_mode)) {
+    facts.kind = PathFacts::Kind::kDirectory;
+  } else if (S_ISREG(st.st_mode)) {
+    facts.kind = PathFacts::Kind::kRegular;
+    // Through symbolic links, the file they end at is the one replaced.
+    if (char* real = ::realpath(path.c_str(), nullptr)) {
+      facts.resolved = real;
+      std::free(real);
+    }
+    facts.writable = (st.st_mode & 0222) != 0 && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+    if (st.st_uid != ::geteuid()) facts.other_owner = UserName(st.st_uid);
+  } else {
+    facts.kind = PathFacts::Kind::kOther;
+    if (S_ISCHR(st.st_mode)) {
+      // Only an open descriptor tells a terminal from other devices.
+      const int fd = ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+      if (fd >= 0) {
+        if (::isatty(fd)) facts.kind = PathFacts::Kind::kTerminal;
+        ::close(fd);
+      }
+    }
+  }
+  return facts;
+}
+
+bool SameFile(const std::string& a, const std::string& b) {
+  struct stat sa {}, sb {};
+  return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
+         sa.st_ino == sb.st_ino;
+}
+
+OutputFile::OutputFile(Way way, const std::string& path, const std::string& name) : path_(path), name_(name) {
+  switch (way) {
+    case Way::kStandardOutput:
+      handle_ = STDOUT_FILENO;
+      return;
+    case Way::kInPlace:
+      handle_ = ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+      if (handle_ < 0) Fail(name, "open", errno);
+      owned_ = true;
+      return;
+    case Way::kTemporary:
+      handle_ = CreateTemporary(path, name, &temporary_);
+      owned_ = true;
+      return;
+  }
+}
+
+OutputFile::~OutputFile() { Discard(); }
+
+void OutputFile::Discard() noexcept {
+  if (owned_ && handle_ >= 0) ::close(static_cast<int>(handle_));
+  handle_ = -1;
+  if (!temporary_.empty()) {
+    ::unlink(temporary_.c_str());
+    ReleaseTemporary();
+    temporary_.clear();
+  }
+}
+
+void OutputFile::Write(const std::vector<std::string_view>& pieces) {
+  WriteAll(static_cast<int>(handle_), pieces, name_);
+}
+
+void OutputFile::Commit() {
+  if (!owned_) return;
+  const int fd = static_cast<int>(handle_);
+  if (!temporary_.empty() && ::fsync(fd) != 0) Fail(name_, "write", errno);
+  handle_ = -1;
+  if (::close(fd) != 0) Fail(name_, "write", errno);
+  if (temporary_.empty()) return;
+  if (::rename(temporary_.c_str(), path_.c_str()) != 0) Fail(name_, "replace", errno);
+  ReleaseTemporary();
+  temporary_.clear();
+}
+
+}  // namespace gcuschema::tool::platform
