@@ -317,9 +317,14 @@ TEST(JsonCodecTest, OpenTypeCodesStayBase64UntilPaired) {
   JsonCodec codec;
   const Json plain = codec.ToJson(doc);
   EXPECT_EQ(plain["inputs"][3]["config"], Base64(doc.inputs(3).config()));
-  // Without a map table pairing, maps and linearizations are bytes too.
-  EXPECT_EQ(plain["maps"][0]["config"], Base64(doc.maps(0).config()));
-  EXPECT_EQ(plain["inputs"][2]["linearization"]["config"], Base64(doc.inputs(2).linearization().config()));
+  // A map's type names its table; with the map codes left open, maps and
+  // linearizations are bytes too.
+  EXPECT_EQ(plain["maps"][0]["config"]["@type"], "Map3D");
+  EXPECT_EQ(plain["inputs"][2]["linearization"]["config"]["@type"], "Map3D");
+  codec.pairing().SetMapTable(nullptr);
+  const Json open = codec.ToJson(doc);
+  EXPECT_EQ(open["maps"][0]["config"], Base64(doc.maps(0).config()));
+  EXPECT_EQ(open["inputs"][2]["linearization"]["config"], Base64(doc.inputs(2).linearization().config()));
 
   codec.pairing().Apply("input:AnalogSwitchInput=AdcSwitchConfiguration");
   const Json paired = codec.ToJson(doc);
