@@ -2,11 +2,12 @@
 // error is found.
 #include <memory>
 #include <string>
-#include <vector>
 
 #include <fmt/format.h>
 
+#include <gcuschema/document/error.h>
 #include <gcuschema/document/lint.h>
+#include <gcuschema/document/records.h>
 
 #include "commands.h"
 #include "document.h"
@@ -17,27 +18,71 @@
 namespace gcuschema::tool {
 namespace {
 
+// Findings are written out in blocks of about this size as they come.
+constexpr std::size_t kFlushAt = 64 * 1024;
+
 struct LintArguments {
   TypeOption type;
   PairingOptions pairing;
+  std::string limits;
+  bool quiet = false;
   std::string input;
 };
 
-std::string FormatFinding(const document::Finding& finding) {
-  return fmt::format("{}: {}: {} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
-                     finding.severity == document::Severity::kError ? "error" : "warning",
-                     finding.message, finding.rule);
+void AppendFinding(const document::Finding& finding, std::string* out) {
+  fmt::format_to(std::back_inserter(*out), "{}: {}: {} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
+                 finding.severity == document::Severity::kError ? "error" : "warning", finding.message,
+                 finding.rule);
 }
 
-int RunLint(const LintArguments& args) {
+std::string Counted(std::size_t n, const char* one, const char* many) {
+  return fmt::format("{} {}", n, n == 1 ? one : many);
+}
+
+// "ok: 0 errors, 0 warnings"; "failed: 2 errors, 1 warning".
+std::string Summary(const document::LintCounts& counts) {
+  return fmt::format("{}: {}, {}\n", counts.errors == 0 ? "ok" : "failed", Counted(counts.errors, "error", "errors"),
+                     Counted(counts.warnings, "warning", "warnings"));
+}
+
+int RunLint(const LintArguments& args, bool type_given) {
   const google::protobuf::Descriptor* type = args.type.Resolve();
-  document::PairingCatalogue pairing = args.pairing.Resolve();
+  document::LintOptions options;
+  options.pairing = args.pairing.Resolve();
+  std::unique_ptr<google::protobuf::Message> limits;
+  if (!args.limits.empty()) {
+    // A template checks a calibration: that is what the document is.
+    const google::protobuf::Descriptor* calibration = document::RequireRecord("CalibrationData");
+    if (!type_given) type = calibration;
+    if (type != calibration) {
+      throw Failure("--template", "", "a limits template checks a CalibrationData, but --type names " +
+                                          type->full_name() + "; leave --type out or give CalibrationData");
+    }
+    limits = LoadEncoded(args.limits, document::RequireRecord("CalibrationTemplateData"));
+    options.limits = limits.get();
+  }
   std::unique_ptr<google::protobuf::Message> record = LoadEncoded(args.input, type);
-  std::vector<document::Finding> findings = document::Lint(*record, pairing);
-  std::string report;
-  for (const document::Finding& finding : findings) report += FormatFinding(finding);
-  WriteOutput("", report);
-  return document::HasErrors(findings) ? kExitFindings : kExitOk;
+
+  Output output("");
+  std::string block;
+  const auto flush = [&] {
+    output.Write({block});
+    block.clear();
+  };
+  document::LintCounts counts;
+  try {
+    counts = document::Lint(*record, options, [&](const document::Finding& finding) {
+      AppendFinding(finding, &block);
+      if (block.size() >= kFlushAt) flush();
+    });
+  } catch (const document::Error& e) {
+    flush();
+    throw Failure(IsStandardStream(args.input) ? "<stdin>" : args.input, e.where(), e.message());
+  }
+  if (!args.quiet) block += Summary(counts);
+  flush();
+  output.Commit();
+  return counts.errors > 0 ? kExitFindings : kExitOk;
 }
 
 }  // namespace
@@ -47,12 +92,21 @@ Command AddLintCommand(CLI::App* app) {
   CLI::App* command = app->add_subcommand(
       "lint",
       "Check an encoded document for what the records do not enforce (counts, type "
-      "codes, unreadable settings, duplicate identifiers, dangling references); one "
-      "finding per line; exit 1 when there is an error, 0 when clean or only warnings");
+      "codes, unreadable settings, duplicate identifiers, dangling references, ranges "
+      "given upside down, calibration values outside their template's limits); one "
+      "finding per line as found, then a summary line; exit 1 when there is an error, 0 "
+      "when clean or only warnings");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
+  command
+      ->add_option("--template", args->limits,
+                   "Limits template (an encoded CalibrationTemplateData): every value of the "
+                   "calibration outside its template's bounds is an error; the document is then "
+                   "a CalibrationData unless --type says otherwise")
+      ->type_name("LIMITS");
+  command->add_flag("-q,--quiet", args->quiet, "No summary line: only the findings");
   command->add_option("IN", args->input, "Encoded document (standard input if -)")->required();
-  return {command, [args] { return RunLint(*args); }};
+  return {command, [args, command] { return RunLint(*args, command->count("--type") > 0); }};
 }
 
 }  // namespace gcuschema::tool
