@@ -1,0 +1,58 @@
+// A document that nests itself in its settings ten thousand times: every
+// command that reads settings stops at the library's depth and exits 2
+// naming it, instead of running out of stack.
+#include <cctype>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/nesting.h"
+#include "support/process.h"
+#include "support/tool_scratch.h"
+
+namespace gcuschema::test {
+namespace {
+
+constexpr char kDepthMessage[] = "records inside `config` nested deeper than 16 levels";
+
+void ExpectRefusedForDepth(const ProcessResult& result) {
+  EXPECT_EQ(result.signal, 0) << "ended by signal " << result.signal;
+  EXPECT_EQ(result.exit_status, 2) << result.err;
+  EXPECT_EQ(result.err.rfind("gcuschema: ", 0), 0u) << result.err;
+  EXPECT_NE(result.err.find(kDepthMessage), std::string::npos) << result.err;
+  EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << "one line: " << result.err;
+}
+
+class ToolConfigDepthTest : public ::testing::TestWithParam<Nesting> {};
+
+TEST_P(ToolConfigDepthTest, LintExitsTwoNamingTheDepth) {
+  ScratchDir dir;
+  const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
+  ExpectRefusedForDepth(RunTool({"lint", "--pair", GetParam().pairing, deep}));
+}
+
+TEST_P(ToolConfigDepthTest, DiffExitsTwoNamingTheDepth) {
+  ScratchDir dir;
+  const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
+  const std::string shallower = dir.Put("shallower.bin", NestedConfig(GetParam(), 9998));
+  ExpectRefusedForDepth(RunTool({"diff", "--pair", GetParam().pairing, deep, shallower}));
+}
+
+TEST_P(ToolConfigDepthTest, InspectExitsTwoNamingTheDepth) {
+  ScratchDir dir;
+  const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
+  ExpectRefusedForDepth(RunTool({"inspect", "--pair", GetParam().pairing, deep}));
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ToolConfigDepthTest,
+                         ::testing::Values(kInputHoldsConfig, kInputHoldsDevice, kDriverHoldsConfig),
+                         [](const ::testing::TestParamInfo<Nesting>& info) {
+                           std::string name;
+                           for (const char* c = info.param.pairing; *c != '\0'; ++c) {
+                             if (std::isalnum(static_cast<unsigned char>(*c))) name += *c;
+                           }
+                           return name;
+                         });
+
+}  // namespace
+}  // namespace gcuschema::test
