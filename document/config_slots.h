@@ -64,16 +64,24 @@ inline int EntryTypeCode(const google::protobuf::Message& entry) {
   }
 }
 
+// Whether `field` of records of `type` holds settings: the `config` of
+// DeviceData and of the entries paired by kind and type code.
+inline bool IsSlot(const google::protobuf::Descriptor* type, const google::protobuf::FieldDescriptor* field) {
+  if (field == nullptr || field->is_repeated() ||
+      field->type() != google::protobuf::FieldDescriptor::TYPE_BYTES || field->name() != "config") {
+    return false;
+  }
+  EntryKind kind;
+  return type == ::DeviceData::descriptor() || EntryKindOf(type, &kind);
+}
+
 // The record held in `field` of `holder`: DeviceData.config always holds a
 // ConfigData; the `config` of an entry holds what the pairing gives for its
 // kind and type code. Null for opaque bytes and for every other field.
 inline const google::protobuf::Descriptor* SlotRecord(const google::protobuf::Message& holder,
                                                       const google::protobuf::FieldDescriptor* field,
                                                       const PairingCatalogue& pairing) {
-  if (field == nullptr || field->is_repeated() ||
-      field->type() != google::protobuf::FieldDescriptor::TYPE_BYTES || field->name() != "config") {
-    return nullptr;
-  }
+  if (!IsSlot(holder.GetDescriptor(), field)) return nullptr;
   const google::protobuf::Descriptor* type = holder.GetDescriptor();
   if (type == ::DeviceData::descriptor()) return ::ConfigData::descriptor();
   EntryKind kind;
