@@ -1,6 +1,5 @@
 // Settings that hold settings again: every reader stops at one depth of
 // `config` and says so, instead of recursing until the stack runs out.
-#include <cctype>
 #include <functional>
 #include <string>
 
@@ -19,6 +18,7 @@ namespace {
 
 using test::Nesting;
 using test::NestedConfig;
+using test::NestingName;
 
 constexpr int kDeepest = 16;
 constexpr char kDepthMessage[] = "nested deeper than 16 levels";
@@ -85,13 +85,7 @@ TEST_P(ConfigDepthTest, TenThousandLevelsAreAnErrorNamingTheDepthInDiff) {
 INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ConfigDepthTest,
                          ::testing::Values(test::kInputHoldsConfig, test::kInputHoldsDevice,
                                            test::kDriverHoldsConfig),
-                         [](const ::testing::TestParamInfo<Nesting>& info) {
-                           std::string name;
-                           for (const char* c = info.param.pairing; *c != '\0'; ++c) {
-                             if (std::isalnum(static_cast<unsigned char>(*c))) name += *c;
-                           }
-                           return name;
-                         });
+                         [](const ::testing::TestParamInfo<Nesting>& info) { return NestingName(info.param); });
 
 }  // namespace
 }  // namespace gcuschema::document

@@ -1,7 +1,6 @@
 // A document that nests itself in its settings ten thousand times: every
 // command that reads settings stops at the library's depth and exits 2
 // naming it, instead of running out of stack.
-#include <cctype>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -46,13 +45,7 @@ TEST_P(ToolConfigDepthTest, InspectExitsTwoNamingTheDepth) {
 
 INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ToolConfigDepthTest,
                          ::testing::Values(kInputHoldsConfig, kInputHoldsDevice, kDriverHoldsConfig),
-                         [](const ::testing::TestParamInfo<Nesting>& info) {
-                           std::string name;
-                           for (const char* c = info.param.pairing; *c != '\0'; ++c) {
-                             if (std::isalnum(static_cast<unsigned char>(*c))) name += *c;
-                           }
-                           return name;
-                         });
+                         [](const ::testing::TestParamInfo<Nesting>& info) { return NestingName(info.param); });
 
 }  // namespace
 }  // namespace gcuschema::test

@@ -1,5 +1,6 @@
 #include "support/nesting.h"
 
+#include <cctype>
 #include <string_view>
 
 #include <gcuschema/Config.pb.h>
@@ -26,6 +27,14 @@ std::string NestedConfig(const Nesting& nesting, int levels) {
     inner = config.SerializeAsString();
   }
   return inner;
+}
+
+std::string NestingName(const Nesting& nesting) {
+  std::string name;
+  for (const char* c = nesting.pairing; *c != '\0'; ++c) {
+    if (std::isalnum(static_cast<unsigned char>(*c))) name += *c;
+  }
+  return name;
 }
 
 }  // namespace gcuschema::test

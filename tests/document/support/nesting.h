@@ -21,6 +21,9 @@ inline constexpr Nesting kDriverHoldsConfig{"driver:0=ConfigData"};
 // is such a ConfigData, `levels` times over: `levels` levels of `config`.
 std::string NestedConfig(const Nesting& nesting, int levels);
 
+// The pairing's letters and digits, as a test name: "input0ConfigData".
+std::string NestingName(const Nesting& nesting);
+
 }  // namespace gcuschema::test
 
 #endif
