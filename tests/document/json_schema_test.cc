@@ -42,7 +42,7 @@ TEST(JsonSchemaTest, DocumentIsDraft202012AndRefersToItsRecord) {
   EXPECT_EQ(adc["properties"]["range"]["anyOf"][0]["enum"],
             Json({"range5V", "rangeGcu5V", "range12V", "rangeRaw"}));
   EXPECT_EQ(adc["properties"]["inMinValue"]["type"], "integer");
-  EXPECT_EQ(adc["properties"]["inMinValue"]["description"], "Field 5, sint32.");
+  EXPECT_EQ(adc["properties"]["saturation"]["description"], "Field 2, bool.");
   // A record without settings needs nothing but itself and bytes.
   EXPECT_EQ(schema["$defs"].size(), 2u) << schema["$defs"].dump();
 }
