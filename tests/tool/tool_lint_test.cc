@@ -145,6 +145,11 @@ TEST(ToolLintTest, TemplateNamesEveryValueOutsideItsLimits) {
   EXPECT_EQ(result.exit_status, 0) << result.err;
   EXPECT_EQ(result.out, "ok: 0 errors, 0 warnings\n");
 
+  // One standard input cannot hold both documents.
+  result = RunTool({"lint", "--template", "-", "-"}, EncodeRecord(limits));
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_NE(result.err.find("only one of the template and the calibration"), std::string::npos) << result.err;
+
   // A template checks a calibration, nothing else.
   result = RunTool({"lint", "--type", "ConfigData", "--template", limits_path, calibration_path});
   EXPECT_EQ(result.exit_status, 2);

@@ -58,6 +58,9 @@ int RunLint(const LintArguments& args, bool type_given) {
       throw Failure("--template", "", "a limits template checks a CalibrationData, but --type names " +
                                           type->full_name() + "; leave --type out or give CalibrationData");
     }
+    if (IsStandardStream(args.limits) && IsStandardStream(args.input)) {
+      throw Failure("<stdin>", "", "only one of the template and the calibration can come from standard input");
+    }
     limits = LoadEncoded(args.limits, document::RequireRecord("CalibrationTemplateData"));
     options.limits = limits.get();
   }
