@@ -14,10 +14,14 @@ namespace {
 
 constexpr char kDepthMessage[] = "records inside `config` nested deeper than 16 levels";
 
-void ExpectRefusedForDepth(const ProcessResult& result) {
+// Refused in one line naming the file(s), the path and the depth.
+void ExpectRefusedForDepth(const ProcessResult& result, const std::string& files) {
   EXPECT_EQ(result.signal, 0) << "ended by signal " << result.signal;
   EXPECT_EQ(result.exit_status, 2) << result.err;
-  EXPECT_EQ(result.err.rfind("gcuschema: ", 0), 0u) << result.err;
+  const std::string head = "gcuschema: " + files + ": ";
+  ASSERT_EQ(result.err.rfind(head, 0), 0u) << result.err;
+  const std::string path = result.err.substr(head.size());
+  EXPECT_TRUE(path.rfind("inputs[0].config", 0) == 0 || path.rfind("drivers[0].config", 0) == 0) << result.err;
   EXPECT_NE(result.err.find(kDepthMessage), std::string::npos) << result.err;
   EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << "one line: " << result.err;
 }
@@ -27,20 +31,20 @@ class ToolConfigDepthTest : public ::testing::TestWithParam<Nesting> {};
 TEST_P(ToolConfigDepthTest, LintExitsTwoNamingTheDepth) {
   ScratchDir dir;
   const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
-  ExpectRefusedForDepth(RunTool({"lint", "--pair", GetParam().pairing, deep}));
+  ExpectRefusedForDepth(RunTool({"lint", "--pair", GetParam().pairing, deep}), deep);
 }
 
 TEST_P(ToolConfigDepthTest, DiffExitsTwoNamingTheDepth) {
   ScratchDir dir;
   const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
   const std::string shallower = dir.Put("shallower.bin", NestedConfig(GetParam(), 9998));
-  ExpectRefusedForDepth(RunTool({"diff", "--pair", GetParam().pairing, deep, shallower}));
+  ExpectRefusedForDepth(RunTool({"diff", "--pair", GetParam().pairing, deep, shallower}), deep + " and " + shallower);
 }
 
 TEST_P(ToolConfigDepthTest, InspectExitsTwoNamingTheDepth) {
   ScratchDir dir;
   const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
-  ExpectRefusedForDepth(RunTool({"inspect", "--pair", GetParam().pairing, deep}));
+  ExpectRefusedForDepth(RunTool({"inspect", "--pair", GetParam().pairing, deep}), deep);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ToolConfigDepthTest,
