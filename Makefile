@@ -27,8 +27,8 @@ SAMPLE_DIR = $(BUILD_DIR)/sample
 run: build
 	@mkdir -p $(SAMPLE_DIR)
 	$(TOOL) sample --inputs 24 -o $(SAMPLE_DIR)/config.bin
-	$(TOOL) inspect --map-table Map3D $(SAMPLE_DIR)/config.bin
-	$(TOOL) decode --map-table Map3D -o $(SAMPLE_DIR)/config.json $(SAMPLE_DIR)/config.bin
+	$(TOOL) inspect $(SAMPLE_DIR)/config.bin
+	$(TOOL) decode -o $(SAMPLE_DIR)/config.json $(SAMPLE_DIR)/config.bin
 	@echo "--- first lines of $(SAMPLE_DIR)/config.json"
 	@head -n 40 $(SAMPLE_DIR)/config.json
 

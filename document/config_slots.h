@@ -2,8 +2,9 @@
 #define GCUSCHEMA_DOCUMENT_CONFIG_SLOTS_H
 
 // Private to the document library: which record a `config` bytes field holds,
-// and reading it. Shared by lint, inspect and diff so that the three agree
-// on what counts as expanded settings.
+// and reading it. Shared by every reader of settings (JSON, lint, inspect,
+// diff) so that they agree on what counts as expanded settings and on how
+// deep they go.
 
 #include <memory>
 #include <string>
@@ -14,14 +15,26 @@
 
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/document/error.h>
 #include <gcuschema/document/pairing.h>
 
 namespace gcuschema::document::internal {
 
-// How deep settings may nest (a config holding a record whose config holds
-// another...): far beyond any real document, and shallow enough that the
-// recursive walks of a hostile one keep to a small stack.
+// Settings may themselves hold settings (a caller can pair a driver code
+// with ConfigData), so a document can nest a record in itself without end;
+// every reader stops at this many levels of `config`, far below what would
+// exhaust its stack and far above what any device document needs (two: the
+// ConfigData of a DeviceData, then an entry's settings).
 inline constexpr int kMaxConfigDepth = 16;
+
+// Before reading settings `depth` levels of `config` down (1 for those of
+// the record read first): throws Error at `where` beyond kMaxConfigDepth.
+inline void CheckConfigDepth(int depth, const std::string& where) {
+  if (depth <= kMaxConfigDepth) return;
+  throw Error(where, "records inside `config` nested deeper than " + std::to_string(kMaxConfigDepth) +
+                         " levels; the settings hold a record that holds settings again (a pairing such as "
+                         "input:0=ConfigData allows that), and no reader goes further");
+}
 
 // The entry kind of a record that carries settings in its `config`, or
 // false for any other record.
@@ -63,6 +76,12 @@ inline const google::protobuf::FieldDescriptor* ConfigField(const google::protob
   return field;
 }
 
+// Whether `field` of records of `type` holds settings: the `config` of
+// DeviceData and of the entries paired by kind and type code.
+inline bool IsSlot(const google::protobuf::Descriptor* type, const google::protobuf::FieldDescriptor* field) {
+  return field != nullptr && field == ConfigField(type);
+}
+
 // The record `holder`'s `config` holds: DeviceData.config always holds a
 // ConfigData; the `config` of an entry holds what the pairing gives for its
 // kind and type code. Null for opaque bytes and for records without one.
@@ -80,7 +99,7 @@ inline const google::protobuf::Descriptor* HeldRecord(const google::protobuf::Me
 inline const google::protobuf::Descriptor* SlotRecord(const google::protobuf::Message& holder,
                                                       const google::protobuf::FieldDescriptor* field,
                                                       const PairingCatalogue& pairing) {
-  if (field == nullptr || field != ConfigField(holder.GetDescriptor())) return nullptr;
+  if (!IsSlot(holder.GetDescriptor(), field)) return nullptr;
   return HeldRecord(holder, pairing);
 }
 

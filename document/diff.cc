@@ -1,10 +1,14 @@
 #include <gcuschema/document/diff.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <cstdio>
+#include <cstring>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -58,22 +62,49 @@ std::size_t FirstDifference(const std::string& a, const std::string& b) {
   return static_cast<std::size_t>(parted.first - a.begin());
 }
 
-std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pairing);
+// Where a value stands, for the error when settings nest too deep: its
+// path and how many levels of `config` lie above it.
+struct Place {
+  std::string path;
+  int depth = 0;
+
+  Place Field(const pb::FieldDescriptor* field, int index) const {
+    Place inner{path.empty() ? field->name() : path + "." + field->name(), depth};
+    if (index >= 0) inner.path += "[" + std::to_string(index) + "]";
+    return inner;
+  }
+};
+
+std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pairing, const Place& place);
 
 // A `config` as the record it holds when it reads back to the same bytes,
 // else as bytes: a value shown never hides a byte.
 std::string FormatSlot(const pb::Message& holder, const pb::FieldDescriptor* field, const std::string& bytes,
-                       const PairingCatalogue& pairing, std::size_t from = 0) {
+                       const PairingCatalogue& pairing, const Place& place, std::size_t from = 0) {
   if (const pb::Descriptor* held = internal::SlotRecord(holder, field, pairing)) {
+    internal::CheckConfigDepth(place.depth + 1, place.path);
     bool canonical = false;
     std::unique_ptr<pb::Message> settings = internal::ParseSlot(held, bytes, &canonical);
-    if (settings != nullptr && canonical) return held->full_name() + " " + FormatMessage(*settings, pairing);
+    if (settings != nullptr && canonical) {
+      return held->full_name() + " " + FormatMessage(*settings, pairing, Place{place.path, place.depth + 1});
+    }
   }
   return FormatBytes(bytes, from);
 }
 
+// "1.5"; a NaN with its bits, which tell one NaN from another.
+template <typename Float, typename Bits>
+std::string FormatFloat(Float value) {
+  if (!std::isnan(value)) return std::is_same_v<Float, float> ? pb::SimpleFtoa(value) : pb::SimpleDtoa(value);
+  Bits bits;
+  std::memcpy(&bits, &value, sizeof bits);
+  char text[2 * sizeof bits + 1];
+  std::snprintf(text, sizeof text, "%0*llx", static_cast<int>(2 * sizeof bits), static_cast<unsigned long long>(bits));
+  return std::string("NaN 0x") + text;
+}
+
 std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* field, int index,
-                        const PairingCatalogue& pairing) {
+                        const PairingCatalogue& pairing, const Place& place) {
   const pb::Reflection* r = record.GetReflection();
   const bool rep = field->is_repeated();
   switch (field->cpp_type()) {
@@ -86,9 +117,11 @@ std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* fi
     case pb::FieldDescriptor::CPPTYPE_UINT64:
       return std::to_string(rep ? r->GetRepeatedUInt64(record, field, index) : r->GetUInt64(record, field));
     case pb::FieldDescriptor::CPPTYPE_FLOAT:
-      return pb::SimpleFtoa(rep ? r->GetRepeatedFloat(record, field, index) : r->GetFloat(record, field));
+      return FormatFloat<float, std::uint32_t>(rep ? r->GetRepeatedFloat(record, field, index)
+                                                   : r->GetFloat(record, field));
     case pb::FieldDescriptor::CPPTYPE_DOUBLE:
-      return pb::SimpleDtoa(rep ? r->GetRepeatedDouble(record, field, index) : r->GetDouble(record, field));
+      return FormatFloat<double, std::uint64_t>(rep ? r->GetRepeatedDouble(record, field, index)
+                                                    : r->GetDouble(record, field));
     case pb::FieldDescriptor::CPPTYPE_BOOL:
       return (rep ? r->GetRepeatedBool(record, field, index) : r->GetBool(record, field)) ? "true" : "false";
     case pb::FieldDescriptor::CPPTYPE_ENUM: {
@@ -99,11 +132,11 @@ std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* fi
     case pb::FieldDescriptor::CPPTYPE_STRING: {
       const std::string value = rep ? r->GetRepeatedString(record, field, index) : r->GetString(record, field);
       if (field->type() == pb::FieldDescriptor::TYPE_STRING) return "\"" + pb::CEscape(value) + "\"";
-      return rep ? FormatBytes(value) : FormatSlot(record, field, value, pairing);
+      return rep ? FormatBytes(value) : FormatSlot(record, field, value, pairing, place);
     }
     case pb::FieldDescriptor::CPPTYPE_MESSAGE:
       return FormatMessage(rep ? r->GetRepeatedMessage(record, field, index) : r->GetMessage(record, field),
-                           pairing);
+                           pairing, place);
   }
   return std::string();
 }
@@ -120,7 +153,7 @@ std::string FormatUnknown(const pb::UnknownField& field) {
 }
 
 // One line, fields in number order: "{ id: 3 type: 0 config: AdcConfiguration { range: range12V } }".
-std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pairing) {
+std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pairing, const Place& place) {
   const pb::Reflection* r = record.GetReflection();
   std::vector<const pb::FieldDescriptor*> fields;
   r->ListFields(record, &fields);
@@ -128,12 +161,14 @@ std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pai
   for (const pb::FieldDescriptor* field : fields) {
     out += " " + field->name() + ": ";
     if (!field->is_repeated()) {
-      out += FormatValue(record, field, -1, pairing);
+      out += FormatValue(record, field, -1, pairing, place.Field(field, -1));
       continue;
     }
     out += "[";
     const int size = r->FieldSize(record, field);
-    for (int i = 0; i < size; ++i) out += (i > 0 ? ", " : "") + FormatValue(record, field, i, pairing);
+    for (int i = 0; i < size; ++i) {
+      out += (i > 0 ? ", " : "") + FormatValue(record, field, i, pairing, place.Field(field, i));
+    }
     out += "]";
   }
   const pb::UnknownFieldSet& unknown = r->GetUnknownFields(record);
@@ -143,15 +178,28 @@ std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pai
   return out + " }";
 }
 
+// A single float or double field holding zero of either sign: the record
+// does not write it, so the document does not hold it.
+bool IsUnwrittenZero(const pb::Message& record, const pb::FieldDescriptor* field) {
+  if (field->is_repeated() || field->has_presence()) return false;
+  const pb::Reflection* r = record.GetReflection();
+  switch (field->cpp_type()) {
+    case pb::FieldDescriptor::CPPTYPE_FLOAT: return r->GetFloat(record, field) == 0;
+    case pb::FieldDescriptor::CPPTYPE_DOUBLE: return r->GetDouble(record, field) == 0;
+    default: return false;
+  }
+}
+
 void Compare(const pb::Message& a, const pb::Message& b, const std::string& prefix, const PairingCatalogue& pairing,
-             std::vector<Difference>* out);
+             int depth, std::vector<Difference>* out);
 
 // Turns the differencer's reports into differences with readable paths,
 // reading settings in `config` as their records.
 class Collector : public MessageDifferencer::Reporter {
  public:
-  Collector(const PairingCatalogue& pairing, std::string prefix, std::vector<Difference>* out)
-      : pairing_(pairing), prefix_(std::move(prefix)), out_(out) {}
+  // `depth`: the levels of `config` above the compared records.
+  Collector(const PairingCatalogue& pairing, std::string prefix, int depth, std::vector<Difference>* out)
+      : pairing_(pairing), prefix_(std::move(prefix)), depth_(depth), out_(out) {}
 
   // Where the compared records stand in the document ("inputs[4]").
   void set_prefix(std::string prefix) { prefix_ = std::move(prefix); }
@@ -217,23 +265,25 @@ class Collector : public MessageDifferencer::Reporter {
       const std::string at = Join(where, Step(last, kind == Difference::Kind::kRemoved ? old_at : new_at));
       std::string old_value;
       std::string new_value;
-      if (kind != Difference::Kind::kAdded) old_value = FormatValue(a, field, old_at, pairing_);
-      if (kind != Difference::Kind::kRemoved) new_value = FormatValue(b, field, new_at, pairing_);
+      if (kind != Difference::Kind::kAdded) old_value = FormatValue(a, field, old_at, pairing_, Here(at));
+      if (kind != Difference::Kind::kRemoved) new_value = FormatValue(b, field, new_at, pairing_, Here(at));
       Add(kind, at, std::move(old_value), std::move(new_value));
       return;
     }
 
     const std::string at = Join(where, field->name());
     // A field without presence holds its default when it is not written:
-    // its appearing or vanishing is a change of value.
+    // its appearing or vanishing is a change of value, unless it is a zero
+    // the record would not write either (-0.0, seen as set by reflection).
     if (!field->has_presence()) kind = Difference::Kind::kModified;
+    if (IsUnwrittenZero(a, field) && IsUnwrittenZero(b, field)) return;
 
     if (field->type() == pb::FieldDescriptor::TYPE_BYTES) {
       Slot(kind, a, b, field, at);
       return;
     }
-    Add(kind, at, kind == Difference::Kind::kAdded ? std::string() : FormatValue(a, field, -1, pairing_),
-        kind == Difference::Kind::kRemoved ? std::string() : FormatValue(b, field, -1, pairing_));
+    Add(kind, at, kind == Difference::Kind::kAdded ? std::string() : FormatValue(a, field, -1, pairing_, Here(at)),
+        kind == Difference::Kind::kRemoved ? std::string() : FormatValue(b, field, -1, pairing_, Here(at)));
   }
 
   // Settings paired alike on both sides and readable on both are compared as
@@ -246,37 +296,78 @@ class Collector : public MessageDifferencer::Reporter {
     const pb::Descriptor* held_a = internal::SlotRecord(holder_a, field, pairing_);
     const pb::Descriptor* held_b = internal::SlotRecord(holder_b, field, pairing_);
     if (held_a != nullptr && held_a == held_b) {
+      internal::CheckConfigDepth(depth_ + 1, at);
       std::unique_ptr<pb::Message> settings_a = internal::ParseSlot(held_a, bytes_a, nullptr);
       std::unique_ptr<pb::Message> settings_b = internal::ParseSlot(held_b, bytes_b, nullptr);
       if (settings_a != nullptr && settings_b != nullptr) {
         const std::size_t before = out_->size();
-        Compare(*settings_a, *settings_b, at + "<" + held_a->full_name() + ">", pairing_, out_);
+        Compare(*settings_a, *settings_b, at + "<" + held_a->full_name() + ">", pairing_, depth_ + 1, out_);
         // Equal records from different bytes: an encoding that is not the
         // canonical one on some side. Still a difference in the document.
         if (out_->size() != before) return;
       }
     }
     const std::size_t from = FirstDifference(bytes_a, bytes_b);
-    Add(kind, at, kind == Difference::Kind::kAdded ? std::string() : FormatSlot(holder_a, field, bytes_a, pairing_, from),
-        kind == Difference::Kind::kRemoved ? std::string() : FormatSlot(holder_b, field, bytes_b, pairing_, from));
+    Add(kind, at,
+        kind == Difference::Kind::kAdded ? std::string() : FormatSlot(holder_a, field, bytes_a, pairing_, Here(at), from),
+        kind == Difference::Kind::kRemoved ? std::string()
+                                           : FormatSlot(holder_b, field, bytes_b, pairing_, Here(at), from));
   }
 
   void Add(Difference::Kind kind, std::string path, std::string old_value, std::string new_value) {
     out_->push_back(Difference{kind, std::move(path), std::move(old_value), std::move(new_value)});
   }
 
+  Place Here(const std::string& at) const { return Place{at, depth_}; }
+
   const PairingCatalogue& pairing_;
   std::string prefix_;
+  int depth_;
   std::vector<Difference>* out_;
 };
 
 // A differencer with the settings every comparison here uses, reporting
 // to a collector.
+// Floats and doubles compare by their bits, as the encoding holds them: a
+// NaN's sign and payload are part of a document, and so is the sign of a
+// zero in a list. A single field holding either zero is not written at all.
+class BitwiseFloats : public pb::util::SimpleFieldComparator {
+ public:
+  ComparisonResult Compare(const pb::Message& a, const pb::Message& b, const pb::FieldDescriptor* field, int index_a,
+                           int index_b, const pb::util::FieldContext* context) override {
+    if (IsUnwrittenZero(a, field) && IsUnwrittenZero(b, field)) return SAME;
+    switch (field->cpp_type()) {
+      case pb::FieldDescriptor::CPPTYPE_FLOAT:
+        return ResultFromBoolean(Bits<float, std::uint32_t>(a, field, index_a) ==
+                                 Bits<float, std::uint32_t>(b, field, index_b));
+      case pb::FieldDescriptor::CPPTYPE_DOUBLE:
+        return ResultFromBoolean(Bits<double, std::uint64_t>(a, field, index_a) ==
+                                 Bits<double, std::uint64_t>(b, field, index_b));
+      default:
+        return SimpleCompare(a, b, field, index_a, index_b, context);
+    }
+  }
+
+ private:
+  template <typename Float, typename Word>
+  static Word Bits(const pb::Message& record, const pb::FieldDescriptor* field, int index) {
+    const pb::Reflection* r = record.GetReflection();
+    Float value;
+    if constexpr (std::is_same_v<Float, float>) {
+      value = index >= 0 ? r->GetRepeatedFloat(record, field, index) : r->GetFloat(record, field);
+    } else {
+      value = index >= 0 ? r->GetRepeatedDouble(record, field, index) : r->GetDouble(record, field);
+    }
+    Word bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+  }
+};
+
 class Differ {
  public:
-  Differ(const PairingCatalogue& pairing, std::string prefix, std::vector<Difference>* out)
-      : collector_(pairing, std::move(prefix), out) {
-    comparator_.set_treat_nan_as_equal(true);  // the same NaN bits are the same value here
+  Differ(const PairingCatalogue& pairing, std::string prefix, int depth, std::vector<Difference>* out)
+      : collector_(pairing, std::move(prefix), depth, out) {
     differencer_.set_field_comparator(&comparator_);
     differencer_.set_report_ignores(false);
     differencer_.ReportDifferencesTo(&collector_);
@@ -287,7 +378,7 @@ class Differ {
 
  private:
   Collector collector_;
-  pb::util::DefaultFieldComparator comparator_;
+  BitwiseFloats comparator_;
   MessageDifferencer differencer_;
 };
 
@@ -363,19 +454,20 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
                   const pb::FieldDescriptor* key, const std::vector<std::int64_t>& keys_a,
                   const std::vector<std::int64_t>& keys_b, const std::unordered_map<std::int64_t, int>& in_a,
                   const std::unordered_map<std::int64_t, int>& in_b, const std::string& prefix,
-                  const PairingCatalogue& pairing, std::vector<Difference>* out) {
+                  const PairingCatalogue& pairing, int depth, std::vector<Difference>* out) {
   const std::string name = prefix.empty() ? list->name() : prefix + "." + list->name();
   const pb::Reflection* ra = a.GetReflection();
   const pb::Reflection* rb = b.GetReflection();
-  Differ elements(pairing, std::string(), out);
+  Differ elements(pairing, std::string(), depth, out);
   // A string that is not UTF-8 is a difference to show, not a log line.
   pb::LogSilencer quiet;
   for (std::size_t i = 0; i < keys_a.size(); ++i) {
     const pb::Message& element_a = ra->GetRepeatedMessage(a, list, static_cast<int>(i));
     auto match = in_b.find(keys_a[i]);
     if (match == in_b.end()) {
-      out->push_back(Difference{Difference::Kind::kRemoved, name + "[" + std::to_string(i) + "]",
-                                FormatMessage(element_a, pairing), std::string()});
+      const std::string at = name + "[" + std::to_string(i) + "]";
+      out->push_back(Difference{Difference::Kind::kRemoved, at, FormatMessage(element_a, pairing, Place{at, depth}),
+                                std::string()});
       continue;
     }
     const pb::Message& element_b = rb->GetRepeatedMessage(b, list, match->second);
@@ -386,8 +478,10 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
   }
   for (std::size_t j = 0; j < keys_b.size(); ++j) {
     if (in_a.count(keys_b[j]) != 0) continue;
-    out->push_back(Difference{Difference::Kind::kAdded, name + "[" + std::to_string(j) + "]", std::string(),
-                              FormatMessage(rb->GetRepeatedMessage(b, list, static_cast<int>(j)), pairing)});
+    const std::string at = name + "[" + std::to_string(j) + "]";
+    out->push_back(Difference{Difference::Kind::kAdded, at, std::string(),
+                              FormatMessage(rb->GetRepeatedMessage(b, list, static_cast<int>(j)), pairing,
+                                            Place{at, depth})});
   }
   OrderChange(keys_a, keys_b, in_a, in_b, name, key, out);
 }
@@ -395,13 +489,13 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
 // Two configurations, field after field in the order of the encoding, the
 // keyed lists matched by identifier, the document's own unknown fields last.
 void CompareDocuments(const pb::Message& a, const pb::Message& b, const std::string& prefix,
-                      const PairingCatalogue& pairing, std::vector<Difference>* out) {
+                      const PairingCatalogue& pairing, int depth, std::vector<Difference>* out) {
   const pb::Descriptor* type = a.GetDescriptor();
   std::vector<const pb::FieldDescriptor*> fields;
   for (int i = 0; i < type->field_count(); ++i) fields.push_back(type->field(i));
   std::sort(fields.begin(), fields.end(),
             [](const pb::FieldDescriptor* x, const pb::FieldDescriptor* y) { return x->number() < y->number(); });
-  Differ plain(pairing, prefix, out);
+  Differ plain(pairing, prefix, depth, out);
   for (const pb::FieldDescriptor* field : fields) {
     const KeyedList* keyed = nullptr;
     for (const KeyedList& entry : kKeyedLists) {
@@ -414,7 +508,7 @@ void CompareDocuments(const pb::Message& a, const pb::Message& b, const std::str
       std::unordered_map<std::int64_t, int> in_a;
       std::unordered_map<std::int64_t, int> in_b;
       if (IndexKeys(keys_a, &in_a) && IndexKeys(keys_b, &in_b)) {
-        CompareKeyed(a, b, field, key, keys_a, keys_b, in_a, in_b, prefix, pairing, out);
+        CompareKeyed(a, b, field, key, keys_a, keys_b, in_a, in_b, prefix, pairing, depth, out);
         continue;
       }
       // Repeated identifiers cannot be matched: such a list goes by position.
@@ -423,18 +517,18 @@ void CompareDocuments(const pb::Message& a, const pb::Message& b, const std::str
   }
   const pb::Reflection* r = a.GetReflection();
   if (r->GetUnknownFields(a).empty() && b.GetReflection()->GetUnknownFields(b).empty()) return;
-  Differ unknown(pairing, prefix, out);
+  Differ unknown(pairing, prefix, depth, out);
   for (const pb::FieldDescriptor* field : fields) unknown.differencer().IgnoreField(field);
   unknown.differencer().Compare(a, b);
 }
 
 void Compare(const pb::Message& a, const pb::Message& b, const std::string& prefix, const PairingCatalogue& pairing,
-             std::vector<Difference>* out) {
+             int depth, std::vector<Difference>* out) {
   if (a.GetDescriptor() == ConfigData::descriptor()) {
-    CompareDocuments(a, b, prefix, pairing, out);
+    CompareDocuments(a, b, prefix, pairing, depth, out);
     return;
   }
-  Differ(pairing, prefix, out).differencer().Compare(a, b);
+  Differ(pairing, prefix, depth, out).differencer().Compare(a, b);
 }
 
 }  // namespace
@@ -445,7 +539,7 @@ std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const P
                         b.GetDescriptor()->full_name());
   }
   std::vector<Difference> differences;
-  Compare(a, b, "", pairing, &differences);
+  Compare(a, b, "", pairing, 0, &differences);
   return differences;
 }
 

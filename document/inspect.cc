@@ -6,6 +6,8 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/stubs/strutil.h>
@@ -53,27 +55,126 @@ void Indent(std::ostream& out, const std::string& text, const std::string& inden
   while (std::getline(lines, line)) out << indent << line << '\n';
 }
 
+std::string Join(const std::string& path, const std::string& name) { return path.empty() ? name : path + "." + name; }
+
+std::string Indexed(const std::string& path, const std::string& name, int index) {
+  return Join(path, name) + "[" + std::to_string(index) + "]";
+}
+
+// Where a record stands: its path and the levels of `config` above it.
+struct Place {
+  std::string path;
+  int depth = 0;
+};
+
+bool Readable(const pb::Message& record, const PairingCatalogue& pairing, const Place& place);
+
+// Whether a `config` reads as its paired record and, inside, every `config`
+// that record holds does too (true for opaque settings). Throws Error when
+// the settings nest deeper than any reader of the library goes.
+bool SlotReadable(const pb::Message& holder, const pb::FieldDescriptor* field, const PairingCatalogue& pairing,
+                  const Place& place) {
+  const pb::Descriptor* held = internal::SlotRecord(holder, field, pairing);
+  if (held == nullptr) return true;
+  internal::CheckConfigDepth(place.depth + 1, place.path);
+  std::unique_ptr<pb::Message> settings =
+      internal::ParseSlot(held, holder.GetReflection()->GetString(holder, field), nullptr);
+  return settings != nullptr && Readable(*settings, pairing, Place{place.path, place.depth + 1});
+}
+
+bool Readable(const pb::Message& record, const PairingCatalogue& pairing, const Place& place) {
+  const pb::Reflection* reflection = record.GetReflection();
+  std::vector<const pb::FieldDescriptor*> fields;
+  reflection->ListFields(record, &fields);
+  bool readable = true;
+  for (const pb::FieldDescriptor* field : fields) {
+    if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_STRING && !field->is_repeated()) {
+      readable = SlotReadable(record, field, pairing, Place{Join(place.path, field->name()), place.depth}) && readable;
+    } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE && field->is_repeated()) {
+      for (int i = 0; i < reflection->FieldSize(record, field); ++i) {
+        readable = Readable(reflection->GetRepeatedMessage(record, field, i), pairing,
+                            Place{Indexed(place.path, field->name(), i), place.depth}) &&
+                   readable;
+      }
+    } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) {
+      readable = Readable(reflection->GetMessage(record, field), pairing,
+                          Place{Join(place.path, field->name()), place.depth}) &&
+                 readable;
+    }
+  }
+  return readable;
+}
+
 // One line per type code in use: its name, how many entries, the record
-// their settings are read as, and the bytes the settings take.
+// their settings are read as, the bytes the settings take, and how many of
+// them (or of the settings they hold in turn) do not read as their record.
 template <typename Entry>
 void ByType(std::ostream& out, const pb::RepeatedPtrField<Entry>& entries, const pb::EnumDescriptor* names,
-            EntryKind kind, const PairingCatalogue& pairing, const std::string& indent) {
+            EntryKind kind, const PairingCatalogue& pairing, const std::string& indent, const Place& list) {
   struct Tally {
     std::size_t count = 0;
     std::size_t settings = 0;
+    std::size_t unreadable = 0;
   };
   std::map<int, Tally> tallies;
-  for (const Entry& entry : entries) {
+  const pb::FieldDescriptor* config = Entry::descriptor()->FindFieldByName("config");
+  for (int i = 0; i < entries.size(); ++i) {
+    const Entry& entry = entries.Get(i);
     Tally& tally = tallies[entry.type()];
     ++tally.count;
     tally.settings += entry.config().size();
+    const Place at{list.path + "[" + std::to_string(i) + "].config", list.depth};
+    if (!SlotReadable(entry, config, pairing, at)) ++tally.unreadable;
   }
   for (const auto& [code, tally] : tallies) {
     const pb::Descriptor* record = pairing.Find(kind, code);
     out << indent << std::left << std::setw(26) << EnumName(names, code) << std::right << std::setw(7)
         << tally.count << "  " << std::left << std::setw(34)
         << (record != nullptr ? record->full_name() : std::string("(opaque settings)")) << std::right
-        << "settings " << ByteCount(tally.settings) << '\n';
+        << "settings " << ByteCount(tally.settings);
+    if (tally.unreadable > 0) out << ", " << tally.unreadable << " not readable as such";
+    out << '\n';
+  }
+}
+
+// How a map's table was read, as decode shows it: by which record and why
+// that one, or why it stays bytes.
+std::string MapTableRead(const ::Map& map, const PairingCatalogue& pairing, const Place& place) {
+  const pb::Descriptor* table = pairing.Find(EntryKind::kMap, map.type());
+  if (table == nullptr) {
+    if (Map_MapType_descriptor()->FindValueByNumber(map.type()) == nullptr) {
+      return "left as bytes: no table is paired with a type outside Map.MapType";
+    }
+    return "left as bytes: no table is paired with this type (give one with --map-table)";
+  }
+  std::string how;
+  switch (pairing.SourceOf(EntryKind::kMap, map.type())) {
+    case PairingSource::kMapType: how = "paired by its type"; break;
+    case PairingSource::kMapTable: how = "by --map-table"; break;
+    default: how = "by --pair"; break;
+  }
+  internal::CheckConfigDepth(place.depth + 1, place.path);
+  bool canonical = false;
+  std::unique_ptr<pb::Message> read = internal::ParseSlot(table, map.config(), &canonical);
+  if (read == nullptr) return "left as bytes: they do not read as " + table->full_name() + " (" + how + ")";
+  if (!canonical) {
+    return "left as bytes: they read as " + table->full_name() + " (" + how +
+           ") but do not encode back to the same bytes";
+  }
+  if (!Readable(*read, pairing, Place{place.path, place.depth + 1})) {
+    return table->full_name() + ", " + how + "; settings inside do not read";
+  }
+  return table->full_name() + ", " + how;
+}
+
+// One line per map type and way its tables were read, with how many maps.
+void MapLines(std::ostream& out, const std::vector<std::pair<const ::Map*, std::string>>& maps,
+              const PairingCatalogue& pairing, const std::string& indent, int depth) {
+  std::map<std::pair<int, std::string>, int> lines;
+  for (const auto& [map, path] : maps) ++lines[{map->type(), MapTableRead(*map, pairing, Place{path, depth})}];
+  for (const auto& [key, count] : lines) {
+    out << indent << std::left << std::setw(26) << EnumName(Map_MapType_descriptor(), key.first) << std::right
+        << std::setw(7) << count << "  " << key.second << '\n';
   }
 }
 
@@ -88,7 +189,7 @@ void Bus(std::ostream& out, const Canbus& bus, const std::string& indent) {
 }
 
 void Config(std::ostream& out, const ConfigData& config, const PairingCatalogue& pairing,
-            const std::string& indent) {
+            const std::string& indent, const Place& place) {
   const std::string in = indent + "  ";
   out << indent << "ConfigData: " << ByteCount(config.ByteSizeLong()) << '\n';
   out << in << "version: " << config.version() << '\n';
@@ -101,24 +202,38 @@ void Config(std::ostream& out, const ConfigData& config, const PairingCatalogue&
       << '\n';
 
   out << in << "inputs: " << config.inputs_size() << ", " << ByteCount(Section(config, "inputs")) << '\n';
-  ByType(out, config.inputs(), Input_Type_descriptor(), EntryKind::kInput, pairing, in + "  ");
-  int linearized = 0;
-  for (const Input& input : config.inputs()) linearized += input.has_linearization() ? 1 : 0;
-  if (linearized > 0) out << in << "  with a linearization: " << linearized << '\n';
-
-  out << in << "outputs: " << config.outputs_size() << ", " << ByteCount(Section(config, "outputs")) << '\n';
-  ByType(out, config.outputs(), Output_Type_descriptor(), EntryKind::kOutput, pairing, in + "  ");
-
-  out << in << "maps: " << config.maps_size() << ", " << ByteCount(Section(config, "maps")) << '\n';
-  std::map<int, int> map_types;
-  for (const ::Map& map : config.maps()) ++map_types[map.type()];
-  for (const auto& [code, count] : map_types) {
-    const pb::Descriptor* record = pairing.Find(EntryKind::kMap, code);
-    out << in << "  " << std::left << std::setw(26) << EnumName(Map_MapType_descriptor(), code) << std::right
-        << std::setw(7) << count << "  " << (record != nullptr ? record->full_name() : "(opaque table)") << '\n';
+  ByType(out, config.inputs(), Input_Type_descriptor(), EntryKind::kInput, pairing, in + "  ",
+         Place{Join(place.path, "inputs"), place.depth});
+  std::vector<std::pair<const ::Map*, std::string>> curves;
+  for (int i = 0; i < config.inputs_size(); ++i) {
+    if (!config.inputs(i).has_linearization()) continue;
+    curves.emplace_back(&config.inputs(i).linearization(),
+                        Indexed(place.path, "inputs", i) + ".linearization.config");
+  }
+  if (!curves.empty()) {
+    out << in << "  with a linearization: " << curves.size() << '\n';
+    MapLines(out, curves, pairing, in + "    ", place.depth);
   }
 
+  out << in << "outputs: " << config.outputs_size() << ", " << ByteCount(Section(config, "outputs")) << '\n';
+  ByType(out, config.outputs(), Output_Type_descriptor(), EntryKind::kOutput, pairing, in + "  ",
+         Place{Join(place.path, "outputs"), place.depth});
+
+  out << in << "maps: " << config.maps_size() << ", " << ByteCount(Section(config, "maps")) << '\n';
+  std::vector<std::pair<const ::Map*, std::string>> maps;
+  for (int i = 0; i < config.maps_size(); ++i) {
+    maps.emplace_back(&config.maps(i), Indexed(place.path, "maps", i) + ".config");
+  }
+  MapLines(out, maps, pairing, in + "  ", place.depth);
+
   out << in << "drivers: " << config.drivers_size() << ", " << ByteCount(Section(config, "drivers")) << '\n';
+  int unreadable = 0;
+  for (int i = 0; i < config.drivers_size(); ++i) {
+    const Driver& driver = config.drivers(i);
+    const Place at{Indexed(place.path, "drivers", i) + ".config", place.depth};
+    if (!SlotReadable(driver, Driver::descriptor()->FindFieldByName("config"), pairing, at)) ++unreadable;
+  }
+  if (unreadable > 0) out << in << "  settings not readable as their paired record: " << unreadable << '\n';
 
   out << in << "canbus: " << config.canbus_size() << ", " << ByteCount(Section(config, "canbus")) << '\n';
   for (int i = 0; i < config.canbus_size() && i < kListed; ++i) Bus(out, config.canbus(i), in + "  ");
@@ -182,7 +297,7 @@ void Device(std::ostream& out, const DeviceData& device, const PairingCatalogue&
     out << "  config does not read as a ConfigData\n";
     return;
   }
-  Config(out, static_cast<const ConfigData&>(*config), pairing, "  ");
+  Config(out, static_cast<const ConfigData&>(*config), pairing, "  ", Place{"config", 1});
 }
 
 // CalibrationData and its template: identity, then each list with the count
@@ -232,6 +347,7 @@ void Fields(std::ostream& out, const pb::Message& record, const PairingCatalogue
     out << "  config does not read as " << held->full_name() << '\n';
     return;
   }
+  if (!Readable(*settings, pairing, Place{"config", 1})) out << "  settings inside config do not read\n";
   out << "  config as " << held->full_name() << ":\n";
   pb::TextFormat::PrintToString(*settings, &text);
   Indent(out, text, "    ");
@@ -244,7 +360,7 @@ std::string Inspect(const pb::Message& record, const PairingCatalogue& pairing) 
   const pb::Descriptor* type = record.GetDescriptor();
   if (type == ConfigData::descriptor()) {
     std::unique_ptr<ConfigData> copy;
-    Config(out, internal::AsGenerated(record, &copy), pairing, "");
+    Config(out, internal::AsGenerated(record, &copy), pairing, "", Place{});
   } else if (type == DeviceData::descriptor()) {
     std::unique_ptr<DeviceData> copy;
     Device(out, internal::AsGenerated(record, &copy), pairing);

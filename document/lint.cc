@@ -1,10 +1,13 @@
 #include <gcuschema/document/lint.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <optional>
 #include <memory>
 #include <mutex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -14,8 +17,12 @@
 #include <google/protobuf/unknown_field_set.h>
 
 #include <gcuschema/Config.pb.h>
+#include <gcuschema/document/error.h>
 
+#include "calibration_limits.h"
 #include "config_slots.h"
+#include "field_values.h"
+#include "ranges.h"
 
 namespace gcuschema::document {
 namespace {
@@ -56,9 +63,11 @@ constexpr CountPair kCountPairs[] = {
     {"CalibrationTemplateData.FreqCalibrationData", "pullUpsCount", "pullUps"},
 };
 
-enum class Target { kNone, kInput, kBus };
+enum class Target { kNone, kInput, kOutput, kBus };
 
-// Fields that name another entry of the same document by its identifier.
+// Fields that name another entry of the same document by its identifier:
+// inputs from the settings of inputs and outputs, outputs from the settings
+// of outputs, buses from routers.
 struct Reference {
   const char* record;
   const char* field;
@@ -66,6 +75,7 @@ struct Reference {
 };
 
 constexpr Reference kReferences[] = {
+    {"CanbusInputConfiguration", "faultInputId", Target::kInput},
     {"CompareConfiguration", "input", Target::kInput},
     {"DivideInputConfigData", "dividentInputId", Target::kInput},
     {"DivideInputConfigData", "dividerInputId", Target::kInput},
@@ -75,15 +85,38 @@ constexpr Reference kReferences[] = {
     {"CounterInputConfiguration", "resetInputId", Target::kInput},
     {"WaveformInputConfigData", "inputId", Target::kInput},
     {"RbcInputConfigData", "inputIds", Target::kInput},
+    {"TestInputConfiguration", "inputId", Target::kInput},
+    {"TestInputConfiguration", "inputIds", Target::kInput},
+    {"CurrentConfiguration", "temperatureInput", Target::kInput},
+    {"MapOutputConfigData", "outputId", Target::kOutput},
+    {"SplitterOutputConfigData", "outputIds", Target::kOutput},
+    {"PowerOutputConfigData", "OvercurrentErrorOutputIds", Target::kOutput},
+    {"PowerOutputConfigData", "UndercurrentWarningOutputIds", Target::kOutput},
+    {"TestOutputConfiguration", "outputId", Target::kOutput},
+    {"TestOutputConfiguration", "outputIds", Target::kOutput},
     {"CanbusRouter", "sourceCanbusId", Target::kBus},
     {"CanbusRouter", "destinationCanbusId", Target::kBus},
 };
+
+// A range kept as two fields of one record: the lower end and the upper.
+struct Range {
+  const pb::FieldDescriptor* upper;
+  Severity severity;
+  bool zero_is_absent;
+};
+
+bool IsNumber(const pb::FieldDescriptor* field) {
+  return !field->is_repeated() && (internal::IsInteger(field) ||
+                                   field->cpp_type() == pb::FieldDescriptor::CPPTYPE_FLOAT ||
+                                   field->cpp_type() == pb::FieldDescriptor::CPPTYPE_DOUBLE);
+}
 
 // What lint needs to know about one record type, worked out once.
 struct Rules {
   std::vector<const pb::FieldDescriptor*> fields;  // in field-number order: the order of the encoding
   std::unordered_map<const pb::FieldDescriptor*, const pb::FieldDescriptor*> list_of_count;
   std::unordered_map<const pb::FieldDescriptor*, Target> references;
+  std::unordered_map<const pb::FieldDescriptor*, Range> ranges;  // by lower end
   // Input.type and Output.type are plain int32 fields checked against
   // their record's Type enumeration.
   const pb::FieldDescriptor* type_code = nullptr;
@@ -113,6 +146,14 @@ const Rules& RulesFor(const pb::Descriptor* type) {
       rules.references[field] = reference.target;
     }
   }
+  // In the limits template, a limit of 0 cannot be told from an absent one.
+  const bool limits_template = type->full_name().rfind("CalibrationTemplateData.", 0) == 0;
+  for (const pb::FieldDescriptor* lower : rules.fields) {
+    const pb::FieldDescriptor* upper = IsNumber(lower) ? internal::UpperEnd(type, lower->name()) : nullptr;
+    if (upper == nullptr || !IsNumber(upper)) continue;
+    rules.ranges[lower] = Range{upper, internal::IsScalingSpan(lower->name()) ? Severity::kWarning : Severity::kError,
+                                limits_template};
+  }
   if (type == ::Input::descriptor() || type == ::Output::descriptor()) {
     rules.type_code = type->FindFieldByName("type");
     rules.type_enum = type->FindEnumTypeByName("Type");
@@ -140,30 +181,49 @@ std::string DescribeEnum(const pb::EnumDescriptor* type) {
   return out + ")";
 }
 
-std::int64_t IntegerAt(const pb::Message& record, const pb::FieldDescriptor* field, int index) {
+using internal::IntegerAt;
+
+// A number field as a double (integers of the schema are at most 32 bits).
+double NumberAt(const pb::Message& record, const pb::FieldDescriptor* field) {
   const pb::Reflection* reflection = record.GetReflection();
-  const bool repeated = field->is_repeated();
   switch (field->cpp_type()) {
-    case pb::FieldDescriptor::CPPTYPE_INT32:
-      return repeated ? reflection->GetRepeatedInt32(record, field, index) : reflection->GetInt32(record, field);
-    case pb::FieldDescriptor::CPPTYPE_UINT32:
-      return repeated ? reflection->GetRepeatedUInt32(record, field, index) : reflection->GetUInt32(record, field);
-    case pb::FieldDescriptor::CPPTYPE_INT64:
-      return repeated ? reflection->GetRepeatedInt64(record, field, index) : reflection->GetInt64(record, field);
-    case pb::FieldDescriptor::CPPTYPE_UINT64:
-      return static_cast<std::int64_t>(repeated ? reflection->GetRepeatedUInt64(record, field, index)
-                                                : reflection->GetUInt64(record, field));
-    case pb::FieldDescriptor::CPPTYPE_ENUM:
-      return repeated ? reflection->GetRepeatedEnumValue(record, field, index)
-                      : reflection->GetEnumValue(record, field);
-    default:
-      return 0;
+    case pb::FieldDescriptor::CPPTYPE_FLOAT: return reflection->GetFloat(record, field);
+    case pb::FieldDescriptor::CPPTYPE_DOUBLE: return reflection->GetDouble(record, field);
+    default: return static_cast<double>(IntegerAt(record, field, 0));
   }
+}
+
+// "500", "2.5": a value as a finding quotes it.
+std::string NumberText(const pb::Message& record, const pb::FieldDescriptor* field) {
+  if (internal::IsInteger(field)) return std::to_string(IntegerAt(record, field, 0));
+  std::ostringstream out;
+  out << NumberAt(record, field);
+  return out.str();
 }
 
 class Linter {
  public:
-  explicit Linter(const PairingCatalogue& pairing) : pairing_(pairing) {}
+  Linter(const LintOptions& options, const FindingSink& sink) : pairing_(options.pairing), sink_(sink) {}
+
+  // The record linted first; with a template, it is the calibration the
+  // template's limits apply to.
+  void Root(const pb::Message& record, const pb::Message* limits) {
+    std::optional<internal::CalibrationLimits> checked;
+    if (limits != nullptr) checked.emplace(record, *limits);
+    limits_ = checked ? &*checked : nullptr;
+    root_ = &record;
+    Record(record, "");
+    limits_ = nullptr;
+  }
+
+  const LintCounts& counts() const { return counts_; }
+
+ private:
+  struct Scope {
+    std::unordered_set<std::int32_t> inputs;
+    std::unordered_set<std::int32_t> outputs;
+    std::unordered_set<std::int32_t> buses;
+  };
 
   void Record(const pb::Message& record, const std::string& path) {
     const pb::Descriptor* type = record.GetDescriptor();
@@ -174,7 +234,9 @@ class Linter {
     if (type == ConfigData::descriptor()) {
       std::unique_ptr<ConfigData> copy;
       const ConfigData& config = internal::AsGenerated(record, &copy);
+      // Identifiers are 32-bit on the device whatever the field's signedness.
       for (const Input& input : config.inputs()) scope.inputs.insert(input.id());
+      for (const Output& output : config.outputs()) scope.outputs.insert(static_cast<std::int32_t>(output.id()));
       for (const Canbus& bus : config.canbus()) scope.buses.insert(bus.canbusid());
       scope_ = &scope;
     }
@@ -183,16 +245,13 @@ class Linter {
     scope_ = outer;
   }
 
-  std::vector<Finding> findings;
-
- private:
-  struct Scope {
-    std::unordered_set<std::int32_t> inputs;
-    std::unordered_set<std::int32_t> buses;
-  };
-
   void Add(std::string path, Severity severity, const char* rule, std::string message) {
-    findings.push_back(Finding{std::move(path), severity, rule, std::move(message)});
+    Emit(Finding{std::move(path), severity, rule, std::move(message)});
+  }
+
+  void Emit(const Finding& finding) {
+    ++(finding.severity == Severity::kError ? counts_.errors : counts_.warnings);
+    sink_(finding);
   }
 
   void Field(const pb::Message& record, const Rules& rules, const pb::FieldDescriptor* field,
@@ -200,6 +259,8 @@ class Linter {
     const pb::Reflection* reflection = record.GetReflection();
     auto list = rules.list_of_count.find(field);
     if (list != rules.list_of_count.end()) Count(record, field, list->second, path);
+    auto range = rules.ranges.find(field);
+    if (range != rules.ranges.end()) Inverted(record, field, range->second, path);
     auto reference = rules.references.find(field);
     const Target target = reference == rules.references.end() ? Target::kNone : reference->second;
 
@@ -255,6 +316,20 @@ class Linter {
             std::to_string(actual));
   }
 
+  void Inverted(const pb::Message& record, const pb::FieldDescriptor* lower, const Range& range,
+                const std::string& path) {
+    const double low = NumberAt(record, lower);
+    const double high = NumberAt(record, range.upper);
+    if (!(low > high)) return;  // NaN on either side compares false: no order to check
+    if (range.zero_is_absent && (low == 0 || high == 0)) return;
+    std::string message = lower->name() + " " + NumberText(record, lower) + " is above " + range.upper->name() +
+                          " " + NumberText(record, range.upper);
+    message += range.severity == Severity::kWarning
+                   ? "; the scaling reads its span reversed: swap the two unless that is meant"
+                   : "; a range runs from its lower end up to its upper one: swap the two";
+    Add(Join(path, lower->name()), range.severity, "inverted-range", std::move(message));
+  }
+
   // Elements of a list of records; the identifiers of inputs, outputs,
   // maps and buses are unique within their list.
   void Elements(const pb::Message& record, const pb::FieldDescriptor* field, int size, const std::string& path) {
@@ -269,6 +344,7 @@ class Linter {
         key = field->message_type()->FindFieldByName("canbusId");
       }
     }
+    const bool limited = limits_ != nullptr && &record == root_;
     std::unordered_map<std::int64_t, int> first;
     for (int i = 0; i < size; ++i) {
       const pb::Message& element = reflection->GetRepeatedMessage(record, field, i);
@@ -283,6 +359,7 @@ class Linter {
                   field->name());
         }
       }
+      if (limited) limits_->Check(field, i, at, [this](const Finding& finding) { Emit(finding); });
       Record(element, at);
     }
   }
@@ -297,30 +374,49 @@ class Linter {
     if (scope_ == nullptr) return;  // a record on its own has no document to resolve in
     // Identifiers are 32-bit on the device whatever the field's signedness.
     const auto id = static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
-    if (target == Target::kInput) {
-      // Settings leave an input reference at 0 when they do not use it.
-      if (id == 0 || scope_->inputs.count(id) != 0) return;
-      Add(at, Severity::kError, "dangling-reference",
-          field->name() + " names input " + std::to_string(id) + ", but no input of the document has that id");
-    } else {
-      // A router names both its buses: 0 is a bus number like any other.
-      if (scope_->buses.count(id) != 0) return;
-      Add(at, Severity::kError, "dangling-reference",
-          field->name() + " names bus " + std::to_string(id) + ", but no canbus of the document has that canbusId");
+    switch (target) {
+      case Target::kInput:
+      case Target::kOutput: {
+        // Settings leave a reference at 0 when they do not use it.
+        const bool input = target == Target::kInput;
+        if (id == 0 || (input ? scope_->inputs : scope_->outputs).count(id) != 0) return;
+        const char* kind = input ? "input" : "output";
+        Add(at, Severity::kError, "dangling-reference",
+            field->name() + " names " + kind + " " + std::to_string(id) + ", but no " + kind +
+                " of the document has that id");
+        return;
+      }
+      case Target::kBus:
+        // A router names both its buses: 0 is a bus number like any other.
+        if (scope_->buses.count(id) != 0) return;
+        Add(at, Severity::kError, "dangling-reference",
+            field->name() + " names bus " + std::to_string(id) + ", but no canbus of the document has that canbusId");
+        return;
+      case Target::kNone:
+        return;
     }
   }
 
   // Settings held as bytes: read as their record, then linted as such.
   void Slot(const pb::Message& holder, const pb::Descriptor* held, const std::string& bytes, const std::string& at) {
+    internal::CheckConfigDepth(depth_ + 1, at);
     bool canonical = true;
     std::unique_ptr<pb::Message> settings = internal::ParseSlot(held, bytes, &canonical);
     std::string why;
-    if (holder.GetDescriptor() != DeviceData::descriptor()) {
-      why = " (the record paired with " + holder.GetDescriptor()->name() + " type " +
-            std::to_string(internal::EntryTypeCode(holder)) + ")";
+    Severity unreadable = Severity::kError;
+    EntryKind kind;
+    if (internal::EntryKindOf(holder.GetDescriptor(), &kind)) {
+      const int code = internal::EntryTypeCode(holder);
+      why = " (the record paired with " + holder.GetDescriptor()->name() + " type " + std::to_string(code) + ")";
+      // Only the map's type chose this table: other bytes may be another table.
+      if (pairing_.SourceOf(kind, code) == PairingSource::kMapType) {
+        why = " (the table its type " + std::to_string(code) +
+              " names; give the table it holds with --map-table or --pair map:" + std::to_string(code) + "=RECORD)";
+        unreadable = Severity::kWarning;
+      }
     }
     if (settings == nullptr) {
-      Add(at, Severity::kError, "config-unreadable",
+      Add(at, unreadable, "config-unreadable",
           "the " + std::to_string(bytes.size()) + " bytes do not parse as " + held->full_name() + why);
       return;
     }
@@ -330,7 +426,9 @@ class Linter {
               std::to_string(settings->ByteSizeLong()) + " bytes that differ from the " +
               std::to_string(bytes.size()) + " stored; store the re-encoded bytes");
     }
+    ++depth_;
     Record(*settings, at);
+    --depth_;
   }
 
   void Unknown(const pb::Message& record, const std::string& path) {
@@ -347,15 +445,26 @@ class Linter {
   }
 
   const PairingCatalogue& pairing_;
+  const FindingSink& sink_;
+  LintCounts counts_;
   const Scope* scope_ = nullptr;
+  int depth_ = 0;  // levels of `config` between the linted record and the one being read
+  const pb::Message* root_ = nullptr;
+  const internal::CalibrationLimits* limits_ = nullptr;
 };
 
 }  // namespace
 
-std::vector<Finding> Lint(const pb::Message& record, const PairingCatalogue& pairing) {
-  Linter linter(pairing);
-  linter.Record(record, "");
-  return std::move(linter.findings);
+LintCounts Lint(const pb::Message& record, const LintOptions& options, const FindingSink& sink) {
+  Linter linter(options, sink);
+  linter.Root(record, options.limits);
+  return linter.counts();
+}
+
+std::vector<Finding> Lint(const pb::Message& record, const LintOptions& options) {
+  std::vector<Finding> findings;
+  Lint(record, options, [&findings](const Finding& finding) { findings.push_back(finding); });
+  return findings;
 }
 
 bool HasErrors(const std::vector<Finding>& findings) {

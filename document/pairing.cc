@@ -3,12 +3,14 @@
 #include <cctype>
 #include <charconv>
 #include <string>
+#include <vector>
 
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
 #include "config_slots.h"
+#include "suggest.h"
 
 namespace gcuschema::document {
 namespace {
@@ -25,17 +27,6 @@ constexpr KindInfo kKinds[] = {
     {EntryKind::kMap, "map"},       {EntryKind::kDriver, "driver"},
     {EntryKind::kHandler, "handler"},
 };
-
-// The enumeration that names an entry kind's type codes; drivers and
-// handlers have plain numbers.
-const pb::EnumDescriptor* TypeEnum(EntryKind kind) {
-  switch (kind) {
-    case EntryKind::kInput: return Input_Type_descriptor();
-    case EntryKind::kOutput: return Output_Type_descriptor();
-    case EntryKind::kMap: return Map_MapType_descriptor();
-    default: return nullptr;
-  }
-}
 
 // The type codes whose value name shares its stem with a settings record,
 // by name on both sides so that the numbers come from the schema itself.
@@ -57,13 +48,25 @@ std::string_view Trim(std::string_view text) {
   return text;
 }
 
-std::string KindList() {
-  std::string out;
-  for (const KindInfo& info : kKinds) {
-    if (!out.empty()) out += ", ";
-    out += info.name;
+std::vector<std::string> KindNames() {
+  std::vector<std::string> names;
+  for (const KindInfo& info : kKinds) names.emplace_back(info.name);
+  return names;
+}
+
+// The one whole-table record of the dimension a map type's name gives
+// ("Interpolated3dMap" -> Map3D), or null when the name gives no single
+// dimension or the schema has no such table.
+const pb::Descriptor* TableOfMapType(const std::string& name) {
+  const pb::Descriptor* table = nullptr;
+  int dimensions = 0;
+  for (std::size_t i = 0; i + 1 < name.size(); ++i) {
+    if (std::isdigit(static_cast<unsigned char>(name[i])) && (name[i + 1] == 'd' || name[i + 1] == 'D')) {
+      ++dimensions;
+      table = FindRecord(std::string("Map") + name[i] + "D");
+    }
   }
-  return out;
+  return dimensions == 1 ? table : nullptr;
 }
 
 }  // namespace
@@ -75,11 +78,50 @@ std::string_view EntryKindName(EntryKind kind) {
   return "unknown";
 }
 
+EntryKind ParseEntryKind(std::string_view text) {
+  for (const KindInfo& info : kKinds) {
+    if (info.name == text) return info.kind;
+  }
+  throw Error("", internal::UnknownName("an entry kind", text, KindNames()));
+}
+
+const pb::EnumDescriptor* TypeCodeNames(EntryKind kind) {
+  switch (kind) {
+    case EntryKind::kInput: return Input_Type_descriptor();
+    case EntryKind::kOutput: return Output_Type_descriptor();
+    case EntryKind::kMap: return Map_MapType_descriptor();
+    default: return nullptr;
+  }
+}
+
+int ParseTypeCode(EntryKind kind, std::string_view text) {
+  if (text.empty()) throw Error("", "the type code is missing");
+  int code = 0;
+  const char* first = text.data();
+  const char* last = first + text.size();
+  const auto [end, status] = std::from_chars(first, last, code);
+  if (status == std::errc::result_out_of_range) {
+    throw Error("", "type code " + std::string(text) + " does not fit in 32 bits");
+  }
+  if (status == std::errc() && end == last) return code;
+  const pb::EnumDescriptor* names = TypeCodeNames(kind);
+  if (names == nullptr) {
+    throw Error("", "\"" + std::string(text) + "\" is not a number; " + std::string(EntryKindName(kind)) +
+                        " type codes are plain numbers");
+  }
+  if (const pb::EnumValueDescriptor* value = names->FindValueByName(std::string(text))) return value->number();
+  std::vector<std::string> candidates;
+  for (int i = 0; i < names->value_count(); ++i) candidates.push_back(names->value(i)->name());
+  throw Error("", internal::UnknownName("a number or a value of " + names->full_name(), text, candidates,
+                                        "run `gcuschema schemas " + names->containing_type()->full_name() +
+                                            "` to list them"));
+}
+
 PairingCatalogue PairingCatalogue::Standard() {
   static const PairingCatalogue standard = [] {
     PairingCatalogue catalogue;
     for (const StandardPair& pair : kStandard) {
-      const pb::EnumValueDescriptor* value = TypeEnum(pair.kind)->FindValueByName(pair.code);
+      const pb::EnumValueDescriptor* value = TypeCodeNames(pair.kind)->FindValueByName(pair.code);
       const pb::Descriptor* record = FindRecord(pair.record);
       // Both names come from the schema files linked into this library; a
       // miss means the schema changed under this table.
@@ -87,7 +129,14 @@ PairingCatalogue PairingCatalogue::Standard() {
         throw Error("", std::string("standard pairing ") + pair.code + " -> " + pair.record +
                             " does not match the schema library");
       }
-      catalogue.Set(pair.kind, value->number(), record);
+      catalogue.Put(pair.kind, value->number(), record, PairingSource::kSchema);
+    }
+    const pb::EnumDescriptor* map_types = Map_MapType_descriptor();
+    for (int i = 0; i < map_types->value_count(); ++i) {
+      const pb::EnumValueDescriptor* value = map_types->value(i);
+      if (const pb::Descriptor* table = TableOfMapType(value->name())) {
+        catalogue.Put(EntryKind::kMap, value->number(), table, PairingSource::kMapType);
+      }
     }
     return catalogue;
   }();
@@ -99,17 +148,30 @@ const pb::Descriptor* PairingCatalogue::Find(EntryKind kind, int code) const {
   return found == pairs_.end() ? nullptr : found->second;
 }
 
-void PairingCatalogue::Set(EntryKind kind, int code, const pb::Descriptor* record) {
+PairingSource PairingCatalogue::SourceOf(EntryKind kind, int code) const {
+  auto found = sources_.find({kind, code});
+  return found == sources_.end() ? PairingSource::kGiven : found->second;
+}
+
+void PairingCatalogue::Put(EntryKind kind, int code, const pb::Descriptor* record, PairingSource source) {
   if (record == nullptr) {
     pairs_.erase({kind, code});
+    sources_.erase({kind, code});
   } else {
     pairs_[{kind, code}] = record;
+    sources_[{kind, code}] = source;
   }
+}
+
+void PairingCatalogue::Set(EntryKind kind, int code, const pb::Descriptor* record) {
+  Put(kind, code, record, PairingSource::kGiven);
 }
 
 void PairingCatalogue::SetMapTable(const pb::Descriptor* record) {
   const pb::EnumDescriptor* types = Map_MapType_descriptor();
-  for (int i = 0; i < types->value_count(); ++i) Set(EntryKind::kMap, types->value(i)->number(), record);
+  for (int i = 0; i < types->value_count(); ++i) {
+    Put(EntryKind::kMap, types->value(i)->number(), record, PairingSource::kMapTable);
+  }
 }
 
 void PairingCatalogue::Apply(std::string_view text) {
@@ -120,61 +182,23 @@ void PairingCatalogue::Apply(std::string_view text) {
   if (colon == std::string_view::npos || equals == std::string_view::npos || equals < colon) {
     throw Error(where, "expected KIND:CODE=RECORD; " + form);
   }
-  const std::string_view kind_text = Trim(text.substr(0, colon));
-  const std::string_view code_text = Trim(text.substr(colon + 1, equals - colon - 1));
   const std::string_view record_text = Trim(text.substr(equals + 1));
-
-  const KindInfo* kind = nullptr;
-  for (const KindInfo& info : kKinds) {
-    if (info.name == kind_text) kind = &info;
+  try {
+    const EntryKind kind = ParseEntryKind(Trim(text.substr(0, colon)));
+    const std::string_view code_text = Trim(text.substr(colon + 1, equals - colon - 1));
+    if (code_text.empty()) throw Error("", "the type code is missing; " + form);
+    const int code = ParseTypeCode(kind, code_text);
+    Set(kind, code, record_text.empty() ? nullptr : RequireRecord(record_text));
+  } catch (const Error& e) {
+    throw Error(where, e.message());
   }
-  if (kind == nullptr) {
-    throw Error(where, "unknown entry kind \"" + std::string(kind_text) + "\"; use one of " +
-                           KindList());
-  }
-
-  if (code_text.empty()) throw Error(where, "the type code is missing; " + form);
-  int code = 0;
-  const char* first = code_text.data();
-  const char* last = first + code_text.size();
-  const auto [end, status] = std::from_chars(first, last, code);
-  const pb::EnumDescriptor* type_enum = TypeEnum(kind->kind);
-  if (status == std::errc::result_out_of_range) {
-    throw Error(where, "type code " + std::string(code_text) + " does not fit in 32 bits");
-  }
-  if (status != std::errc() || end != last) {
-    const pb::EnumValueDescriptor* value =
-        type_enum ? type_enum->FindValueByName(std::string(code_text)) : nullptr;
-    if (value == nullptr) {
-      std::string message = "type code \"" + std::string(code_text) + "\" is neither a number";
-      if (type_enum != nullptr) {
-        message += " nor a value of " + type_enum->full_name() + " (e.g. " +
-                   type_enum->value(0)->name() + ")";
-      } else {
-        message += "; " + std::string(kind->name) + " type codes are plain numbers";
-      }
-      throw Error(where, message);
-    }
-    code = value->number();
-  }
-
-  if (record_text.empty()) {
-    Set(kind->kind, code, nullptr);
-    return;
-  }
-  const pb::Descriptor* record = FindRecord(record_text);
-  if (record == nullptr) {
-    throw Error(where, "no record named \"" + std::string(record_text) +
-                           "\" in the schema library; run `gcuschema schemas` to list them");
-  }
-  Set(kind->kind, code, record);
 }
 
 namespace internal {
 
 std::string DescribeTypeCode(EntryKind kind, int code) {
   std::string out = std::to_string(code);
-  const pb::EnumDescriptor* type_enum = TypeEnum(kind);
+  const pb::EnumDescriptor* type_enum = TypeCodeNames(kind);
   if (const pb::EnumValueDescriptor* value = type_enum ? type_enum->FindValueByNumber(code) : nullptr) {
     out += " (" + value->name() + ")";
   }

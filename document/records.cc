@@ -1,7 +1,6 @@
 #include <gcuschema/document/records.h>
 
 #include <algorithm>
-#include <cctype>
 #include <string>
 #include <unordered_map>
 
@@ -10,6 +9,8 @@
 
 #include <gcuschema/document/error.h>
 #include <gcuschema/runtime_check.h>
+
+#include "suggest.h"
 
 namespace gcuschema::document {
 namespace {
@@ -21,7 +22,7 @@ struct RecordIndex {
   // Full name ("CalibrationData.AdcCalibrationData") and class spelling
   // ("CalibrationData_AdcCalibrationData") of every record.
   std::unordered_map<std::string, const pb::Descriptor*> by_name;
-  std::vector<std::string> full_names;  // for suggestions
+  std::vector<std::string> full_names;
 };
 
 void IndexRecord(const pb::Descriptor* type, RecordIndex* index) {
@@ -57,15 +58,11 @@ const RecordIndex& Index() {
   return index;
 }
 
-std::string Lower(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return out;
-}
-
 }  // namespace
 
 const std::vector<std::string>& SchemaFileNames() { return Index().files; }
+
+const std::vector<std::string>& RecordNames() { return Index().full_names; }
 
 const pb::Descriptor* FindRecord(std::string_view name) {
   // A full name is found in the generated pool, which builds only that
@@ -80,17 +77,8 @@ const pb::Descriptor* FindRecord(std::string_view name) {
 
 const pb::Descriptor* RequireRecord(std::string_view name) {
   if (const pb::Descriptor* type = FindRecord(name)) return type;
-  std::string message = "no record named \"" + std::string(name) + "\" in the schema library";
-  // A wrong capitalisation is the usual slip ("configdata"): name the record meant.
-  const std::string wanted = Lower(name);
-  for (const std::string& candidate : Index().full_names) {
-    if (Lower(candidate) == wanted) {
-      message += "; did you mean \"" + candidate + "\"?";
-      throw Error("", message);
-    }
-  }
-  message += "; run `gcuschema schemas` to list the records";
-  throw Error("", message);
+  throw Error("", internal::UnknownName("a record of the schema library", name, Index().full_names,
+                                        "run `gcuschema schemas` to list the records"));
 }
 
 pb::Message* NewRecord(const pb::Descriptor* type, pb::Arena* arena) {

@@ -35,6 +35,8 @@
 #include <gcuschema/WaveformInputConfigData.pb.h>
 #include <gcuschema/document/records.h>
 
+#include "ranges.h"
+
 namespace gcuschema::document {
 namespace {
 
@@ -1005,6 +1007,27 @@ void FillCalibration(const SampleOptions& options, Record* out) {
   out->set_devicetype(static_cast<decltype(out->devicetype())>(rng.Range(0, 2)));
 }
 
+// Swaps two number fields of one type when the first holds the greater value.
+void OrderRange(pb::Message* record, const pb::FieldDescriptor* lower, const pb::FieldDescriptor* upper) {
+  const pb::Reflection* r = record->GetReflection();
+  const auto order = [&](auto get, auto set) {
+    const auto low = (r->*get)(*record, lower);
+    const auto high = (r->*get)(*record, upper);
+    if (!(low > high)) return;
+    (r->*set)(record, lower, high);
+    (r->*set)(record, upper, low);
+  };
+  switch (lower->cpp_type()) {
+    case pb::FieldDescriptor::CPPTYPE_INT32: order(&pb::Reflection::GetInt32, &pb::Reflection::SetInt32); break;
+    case pb::FieldDescriptor::CPPTYPE_UINT32: order(&pb::Reflection::GetUInt32, &pb::Reflection::SetUInt32); break;
+    case pb::FieldDescriptor::CPPTYPE_INT64: order(&pb::Reflection::GetInt64, &pb::Reflection::SetInt64); break;
+    case pb::FieldDescriptor::CPPTYPE_UINT64: order(&pb::Reflection::GetUInt64, &pb::Reflection::SetUInt64); break;
+    case pb::FieldDescriptor::CPPTYPE_FLOAT: order(&pb::Reflection::GetFloat, &pb::Reflection::SetFloat); break;
+    case pb::FieldDescriptor::CPPTYPE_DOUBLE: order(&pb::Reflection::GetDouble, &pb::Reflection::SetDouble); break;
+    default: break;
+  }
+}
+
 // A value for every field, for the records that have no sample of their
 // own: non-zero scalars, valid enumeration values (the first non-zero one
 // when there is one), two elements per list, sub-records filled likewise.
@@ -1094,6 +1117,12 @@ void FillEveryField(pb::Message* record, Rng& rng, int depth) {
     if (count->cpp_type() == pb::FieldDescriptor::CPPTYPE_UINT32) {
       reflection->SetUInt32(record, count, static_cast<std::uint32_t>(size));
     }
+  }
+  // Ranges run upwards: "inMinValue" no greater than "inMaxValue".
+  for (int f = 0; f < type->field_count(); ++f) {
+    const pb::FieldDescriptor* lower = type->field(f);
+    const pb::FieldDescriptor* upper = lower->is_repeated() ? nullptr : internal::UpperEnd(type, lower->name());
+    if (upper != nullptr && upper->cpp_type() == lower->cpp_type()) OrderRange(record, lower, upper);
   }
 }
 

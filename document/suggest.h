@@ -1,22 +1,40 @@
-// What to say when a name is not one of the names allowed in its place.
 #ifndef GCUSCHEMA_DOCUMENT_SUGGEST_H
 #define GCUSCHEMA_DOCUMENT_SUGGEST_H
 
+// Private to the document library: what to say when a name is not known
+// (a record, an entry kind, a type code, a field, an enumeration value), so
+// that every lookup words it alike and points at the name most likely meant.
+
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace gcuschema::document::internal {
 
-// "did you mean \"inMinValue\"?" when one of `candidates` is close to
-// `wrong` (same letters but for case, or a few edits away); else empty.
-std::string DidYouMean(std::string_view wrong, const std::vector<std::string>& candidates);
+// The candidates close enough to `wrong` to be a slip of the keyboard, the
+// closest first (at most `limit`): a different capitalisation, a few
+// letters added, dropped, changed or swapped, or the start of a longer name.
+std::vector<std::string> ClosestNames(std::string_view wrong, const std::vector<std::string>& candidates,
+                                      std::size_t limit = 3);
 
-// "the <what> are a, b, c" (shortened when long).
-std::string ListNames(const std::vector<std::string>& candidates, std::string_view what);
+// What follows an unknown name: "did you mean \"inMinValue\"?" (or "\"A\" or
+// \"B\"?"); with nothing close, the valid names ("the valid names are input,
+// output and map") when they are few, else `otherwise` (e.g. "run
+// `gcuschema schemas` to list them"; nothing when empty).
+std::string Suggestion(std::string_view wrong, const std::vector<std::string>& candidates,
+                       std::string_view otherwise = {});
 
-// DidYouMean, or else ListNames.
-std::string SuggestName(std::string_view wrong, const std::vector<std::string>& candidates, std::string_view what);
+// The one wording of an unknown name: "\"Confgdata\" is not a record of the
+// schema library; did you mean \"ConfigData\"?". `what` names what was
+// looked for, with its article ("an entry kind", "a field of Input").
+std::string UnknownName(std::string_view what, std::string_view wrong, const std::vector<std::string>& candidates,
+                        std::string_view otherwise = {});
+
+// The wording of a name that is not a value of the enumeration named
+// `enumeration`: as UnknownName, with the valid names listed whenever they
+// are few, a close one found or not ("the values are kPa, Bar and mBar").
+std::string UnknownValue(std::string_view enumeration, std::string_view wrong, const std::vector<std::string>& values);
 
 }  // namespace gcuschema::document::internal
 

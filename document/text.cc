@@ -165,7 +165,8 @@ std::string Reworded(const std::string& message, const pb::Descriptor* root) {
     if (type == nullptr) return message;
     std::vector<std::string> names;
     for (int i = 0; i < type->field_count(); ++i) names.push_back(type->field(i)->name());
-    return "no field \"" + field + "\" in " + type_name + "; " + internal::SuggestName(field, names, "fields");
+    return internal::UnknownName("a field of " + type_name, field, names,
+                                 "run `gcuschema schemas " + type_name + "` to list them");
   }
   if (message.rfind("Unknown enumeration value of \"", 0) == 0) {
     const std::string value = quoted(0, &end);
@@ -176,9 +177,7 @@ std::string Reworded(const std::string& message, const pb::Descriptor* root) {
     if (enums.size() != 1) return message;
     std::vector<std::string> names;
     for (int i = 0; i < enums[0]->value_count(); ++i) names.push_back(enums[0]->value(i)->name());
-    const std::string hint = internal::DidYouMean(value, names);
-    return "\"" + value + "\" is not a value of " + enums[0]->full_name() + " (field " + field + "); " +
-           (hint.empty() ? "" : hint + " ") + internal::ListNames(names, "values");
+    return internal::UnknownValue(enums[0]->full_name(), value, names) + " (field " + field + ")";
   }
   return message;
 }

@@ -3,11 +3,13 @@
 #include <limits>
 #include <memory>
 
+#include <google/protobuf/stubs/common.h>
 #include <google/protobuf/unknown_field_set.h>
 #include <gtest/gtest.h>
 
 #include <gcuschema/Config.pb.h>
 
+#include "support/runtime_log.h"
 #include "support/wire.h"
 
 namespace gcuschema::test {
@@ -134,13 +136,42 @@ TEST(RecordContractTest, ReleaseHandsOverTheSubRecordAndLeavesItAbsent) {
 
 TEST(RecordContractTest, MergeThroughMessageInterfaceOfAnotherTypeIsRefused) {
   // Merging records of different types through the base interface is a
-  // programming error the runtime reports fatally; the same-type path works.
+  // programming error: runtime 3.21 fails its check of the two descriptors,
+  // logs it as fatal and throws (built with exceptions, as Debian's is),
+  // before anything is merged.
   Input target;
-  Input source;
+  target.set_id(7);
+  Output source;
   source.set_pin(4);
   const google::protobuf::Message& as_message = source;
-  target.MergeFrom(as_message);
+  LogCapture log;
+  try {
+    target.MergeFrom(as_message);
+    ADD_FAILURE() << "an Output was merged into an Input";
+  } catch (const google::protobuf::FatalException& e) {
+    EXPECT_NE(e.message().find("Tried to merge messages of different types (merge Output to Input)"),
+              std::string::npos)
+        << e.message();
+  }
+  EXPECT_TRUE(log.Mentions("Tried to merge messages of different types (merge Output to Input)")) << log.Text();
+  EXPECT_EQ(target.pin(), 0u);
+  EXPECT_EQ(target.id(), 7);
+  // The same merge through the interface with a record of the same type works.
+  Input same;
+  same.set_pin(4);
+  target.MergeFrom(static_cast<const google::protobuf::Message&>(same));
   EXPECT_EQ(target.pin(), 4u);
+}
+
+// Uncaught, the refusal ends the process with the runtime's message.
+TEST(RecordContractDeathTest, MergeOfAnotherTypeLeftUncaughtIsFatal) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  auto merge = []() noexcept {
+    Input target;
+    Output source;
+    target.MergeFrom(static_cast<const google::protobuf::Message&>(source));
+  };
+  EXPECT_DEATH(merge(), "Tried to merge messages of different types \\(merge Output to Input\\)");
 }
 
 }  // namespace

@@ -509,8 +509,8 @@ void JsonReader::Member(Frame& frame, const std::string& name) {
     std::vector<std::string> names;
     for (const FieldPlan& f : frame.plan->fields) names.push_back(f.field->json_name());
     FailAt(TokenStart(), PathTo(name),
-           "no field \"" + Shortened(name) + "\" in " + frame.plan->type->full_name() + "; " +
-               SuggestName(name, names, "fields"));
+           UnknownName("a field of " + frame.plan->type->full_name(), Shortened(name), names,
+                       "run `gcuschema schemas " + frame.plan->type->full_name() + "` to list them"));
   }
   if (field->kind == ValueKind::kUnsupported) {
     throw UnsupportedError(Position(TokenStart()) + " (" + PathTo(field->field->name()) + ")",
@@ -685,12 +685,7 @@ void JsonReader::Scalar(pb::Message* record, const FieldPlan& field, JsonToken& 
           if (options_.ignore_unknown_fields) return;
           std::vector<std::string> names;
           for (int i = 0; i < type->value_count(); ++i) names.push_back(type->value(i)->name());
-          FailAt(TokenStart(), where(),
-                 "\"" + Shortened(token.text) + "\" is not a value of " + type->full_name() + "; " +
-                     [&] {
-                       std::string hint = DidYouMean(token.text, names);
-                       return (hint.empty() ? "" : hint + " ") + ListNames(names, "values");
-                     }());
+          FailAt(TokenStart(), where(), UnknownValue(type->full_name(), Shortened(token.text), names));
         }
         number = value->number();
       } else if (token.type == Type::kInteger || token.type == Type::kUnsigned) {
@@ -732,10 +727,10 @@ void JsonReader::StartConfig(Frame& holder, const FieldPlan& field) {
   Frame pending{Frame::Kind::kPending};
   pending.name = field.field->name();
   pending.config_depth = holder.config_depth + 1;
-  if (pending.config_depth > kMaxConfigDepth) {
-    FailAt(TokenStart(), PathTo(field.field->name()),
-           "settings nest deeper than " + std::to_string(kMaxConfigDepth) +
-               " levels (a config holding a record whose config holds another...); no document does that");
+  try {
+    CheckConfigDepth(pending.config_depth, PathTo(field.field->name()));
+  } catch (const Error& e) {
+    FailAt(TokenStart(), e.where(), e.message());
   }
   Push(std::move(pending));
 }

@@ -370,7 +370,6 @@ bool JsonWriter::HideUnspellable(const pb::Message& record, const pb::Reflection
 
 const pb::Message* JsonWriter::Expanded(const pb::Message& holder, const pb::Reflection* reflection,
                                         const RecordPlan& plan, const FieldPlan& field, int config_depth) {
-  if (config_depth >= kMaxConfigDepth) return nullptr;
   const pb::Descriptor* type = nullptr;
   if (plan.entry) {
     const int code = plan.type_code->cpp_type() == FieldDescriptor::CPPTYPE_ENUM
@@ -383,6 +382,7 @@ const pb::Message* JsonWriter::Expanded(const pb::Message& holder, const pb::Ref
     type = HeldRecord(holder, pairing_);
   }
   if (type == nullptr) return nullptr;
+  CheckConfigDepth(config_depth + 1, Path(field.field->name()));
   std::unique_ptr<pb::Message>& settings = settings_[config_depth][type];
   if (settings == nullptr) settings = NewRecord(type);
   settings->Clear();

@@ -243,6 +243,52 @@ TEST(DiffTest, UnknownFieldsAndListElements) {
   EXPECT_EQ(Lines(before, tagged), "+ canbus[0].#50: 1\n");
 }
 
+ConfigData Parsed(const std::string& bytes) {
+  ConfigData config;
+  EXPECT_TRUE(test::Parse(&config, bytes));
+  return config;
+}
+
+TEST(DiffTest, NaNsThatDifferInSignOrPayloadAreDifferentValues) {
+  // inputs[0] { id: 1 minValue: <float bits, least significant byte first> }
+  const ConfigData quiet = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0xC0, 0x7F}));
+  const ConfigData negative = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0xC0, 0xFF}));
+  const ConfigData payload = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x01, 0x00, 0xC0, 0x7F}));
+  EXPECT_TRUE(Diff(quiet, quiet, Standard()).empty());
+  EXPECT_EQ(Lines(quiet, negative), "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0xffc00000\n");
+  EXPECT_EQ(Lines(quiet, payload), "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0x7fc00001\n");
+}
+
+TEST(DiffTest, ZerosOfEitherSignInASingleFieldAreTheSameAsAbsent) {
+  // The record writes neither -0.0 nor 0.0 in a single field: no difference
+  // to a document without the field, however the two were read.
+  const ConfigData absent = Parsed(test::Bytes({0x1A, 0x02, 0x08, 0x01}));
+  const ConfigData negative = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0x00, 0x80}));
+  EXPECT_TRUE(Diff(absent, negative, Standard()).empty());
+  ConfigData nested_a = absent;
+  ConfigData nested_b = negative;
+  nested_a.mutable_inputs(0)->set_alias("a");
+  nested_b.mutable_inputs(0)->set_alias("b");
+  EXPECT_EQ(Lines(nested_a, nested_b), "~ inputs[0].alias: \"a\" -> \"b\"\n");
+}
+
+TEST(DiffTest, NegativeZeroInAListIsADifference) {
+  // estimationData[0] { id: 1 thetaValues: [0.0] } against [-0.0], packed.
+  const ConfigData positive = Parsed(test::Bytes({0x4A, 0x0C, 0x08, 0x01, 0x1A, 0x08, 0, 0, 0, 0, 0, 0, 0, 0x00}));
+  const ConfigData negative = Parsed(test::Bytes({0x4A, 0x0C, 0x08, 0x01, 0x1A, 0x08, 0, 0, 0, 0, 0, 0, 0, 0x80}));
+  EXPECT_EQ(Lines(positive, negative), "~ estimationData[0].thetaValues[0]: 0 -> -0\n");
+}
+
+TEST(DiffTest, NaNBitsCountInsideSettingsToo) {
+  // outputs[0] { id: 1 type: CurrentOutput config: CurrentConfiguration { lambda: <double bits> } }
+  const ConfigData quiet = Parsed(test::Bytes({0x22, 0x0F, 0x08, 0x01, 0x18, 0x03, 0x32, 0x09, 0x49, 0x00, 0x00,
+                                               0x00, 0x00, 0x00, 0x00, 0xF8, 0x7F}));
+  const ConfigData negative = Parsed(test::Bytes({0x22, 0x0F, 0x08, 0x01, 0x18, 0x03, 0x32, 0x09, 0x49, 0x00,
+                                                  0x00, 0x00, 0x00, 0x00, 0x00, 0xF8, 0xFF}));
+  EXPECT_EQ(Lines(quiet, negative),
+            "~ outputs[0].config<CurrentConfiguration>.lambda: NaN 0x7ff8000000000000 -> NaN 0xfff8000000000000\n");
+}
+
 TEST(DiffTest, RecordsOfDifferentTypesCannotBeCompared) {
   EXPECT_THROW(Diff(ConfigData(), DeviceData(), Standard()), Error);
 }

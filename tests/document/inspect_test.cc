@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <gcuschema/AdcConfiguration.pb.h>
+#include <gcuschema/MapConfig.pb.h>
+#include <gcuschema/document/records.h>
 #include <gcuschema/document/samples.h>
 
 namespace gcuschema::document {
@@ -100,6 +102,92 @@ TEST(InspectTest, TypeCodesOutsideTheEnumerationAreShownByNumber) {
   const std::string row = LineOf(text, "16 (not a Type value)");
   EXPECT_TRUE(Mentions(row, "(opaque settings)")) << text;
   EXPECT_TRUE(Mentions(row, "settings 2 bytes")) << text;
+}
+
+// Two maps of each of two types; the first Point3dMap holds `first`.
+ConfigData TwoMapTypes(const std::string& first) {
+  ::Map3D table;
+  table.add_x(1);
+  table.add_y(2);
+  table.add_values(3);
+  ConfigData config;
+  for (int i = 0; i < 4; ++i) {
+    ::Map* map = config.add_maps();
+    map->set_id(static_cast<std::uint32_t>(i + 1));
+    map->set_type(i < 2 ? Map::Point3dMap : Map::Interpolated3dMap);
+    map->set_config(i == 0 ? first : table.SerializeAsString());
+  }
+  return config;
+}
+
+TEST(InspectTest, MapsSayHowTheirTableWasRead) {
+  ::Map3D table;
+  table.add_x(5);
+  const std::string readable = table.SerializeAsString();
+  std::string text = Inspect(TwoMapTypes(readable), Standard());
+  EXPECT_EQ(LineOf(text, "Point3dMap (0)"), "    Point3dMap (0)                  2  Map3D, paired by its type") << text;
+  EXPECT_EQ(LineOf(text, "Interpolated3dMap (1)"), "    Interpolated3dMap (1)           2  Map3D, paired by its type");
+
+  PairingCatalogue given = Standard();
+  given.SetMapTable(FindRecord("Map3D"));
+  given.Apply("map:Interpolated3dMap=Map3D");
+  text = Inspect(TwoMapTypes(readable), given);
+  EXPECT_EQ(LineOf(text, "Point3dMap (0)"), "    Point3dMap (0)                  2  Map3D, by --map-table") << text;
+  EXPECT_EQ(LineOf(text, "Interpolated3dMap (1)"), "    Interpolated3dMap (1)           2  Map3D, by --pair");
+
+  given.SetMapTable(nullptr);
+  text = Inspect(TwoMapTypes(readable), given);
+  EXPECT_EQ(LineOf(text, "Point3dMap (0)"),
+            "    Point3dMap (0)                  2  left as bytes: no table is paired with this type (give one with "
+            "--map-table)")
+      << text;
+}
+
+TEST(InspectTest, MapsLeftAsBytesSayWhy) {
+  // A length running past the end; then x (1) written after values (3), so
+  // that encoding the table again gives other bytes.
+  std::string text = Inspect(TwoMapTypes(std::string("\x0A\x05\x01", 3)), Standard());
+  EXPECT_TRUE(Mentions(text, "    Point3dMap (0)                  1  Map3D, paired by its type\n")) << text;
+  EXPECT_TRUE(Mentions(text, "    Point3dMap (0)                  1  left as bytes: they do not read as Map3D "
+                             "(paired by its type)\n"))
+      << text;
+  text = Inspect(TwoMapTypes(std::string("\x1A\x01\x02\x0A\x01\x02", 6)), Standard());
+  EXPECT_TRUE(Mentions(text, "left as bytes: they read as Map3D (paired by its type) but do not encode back to the "
+                             "same bytes\n"))
+      << text;
+  ConfigData config = TwoMapTypes("");
+  config.mutable_maps(1)->set_type(static_cast<Map_MapType>(7));
+  text = Inspect(config, Standard());
+  EXPECT_EQ(LineOf(text, "7 (not a MapType value)"),
+            "    7 (not a MapType value)         1  left as bytes: no table is paired with a type outside Map.MapType")
+      << text;
+}
+
+TEST(InspectTest, LinearizationsSayHowTheirTableWasRead) {
+  ConfigData config;
+  for (int i = 0; i < 3; ++i) {
+    Input* input = config.add_inputs();
+    input->set_id(i + 1);
+    input->mutable_linearization()->set_type(Map::Interpolated3dMap);
+    input->mutable_linearization()->set_config(i == 0 ? std::string("\x0A\x05", 2) : std::string());
+  }
+  const std::string text = Inspect(config, Standard());
+  EXPECT_TRUE(Mentions(text, "    with a linearization: 3\n"
+                             "      Interpolated3dMap (1)           2  Map3D, paired by its type\n"
+                             "      Interpolated3dMap (1)           1  left as bytes: they do not read as Map3D "
+                             "(paired by its type)\n"))
+      << text;
+}
+
+TEST(InspectTest, SettingsThatDoNotReadAsTheirRecordAreCounted) {
+  ConfigData config;
+  for (int i = 0; i < 3; ++i) {
+    Input* input = config.add_inputs();
+    input->set_type(Input::AdcInput);
+    input->set_config(i == 0 ? std::string("\x0A\x05", 2) : std::string("\x08\x02", 2));
+  }
+  const std::string text = Inspect(config, Standard());
+  EXPECT_TRUE(Mentions(LineOf(text, "AdcInput (0)"), "settings 6 bytes, 1 not readable as such")) << text;
 }
 
 TEST(InspectTest, DeviceDataShowsBlocksAndItsConfiguration) {

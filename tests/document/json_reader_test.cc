@@ -109,7 +109,7 @@ TEST(JsonReaderTest, EnumerationsByNameOrNumberAndWrongNamesListTheValues) {
   EXPECT_EQ(Read(R"({"units": {"pressureUnit": 5}})"), Hex(Bytes({0x52, 0x02, 0x08, 0x05})));
   const std::string wrong = Read(R"({"units": {"pressureUnit": "Barr"}})");
   EXPECT_EQ(wrong.rfind("error at line 1, column 28 (units.pressureUnit): \"Barr\" is not a value of Units.Pressure; "
-                        "did you mean \"Bar\"? the values are kPa, Bar, mBar",
+                        "did you mean \"Bar\"? (the values are kPa, Bar and mBar)",
                         0),
             0u)
       << wrong;
@@ -120,7 +120,8 @@ TEST(JsonReaderTest, EnumerationsByNameOrNumberAndWrongNamesListTheValues) {
 
 TEST(JsonReaderTest, UnknownFieldsAreNamedWithTheNearestOne) {
   EXPECT_EQ(Read(R"({"inputs": [{"aliass": "x"}]})"),
-            "error at line 1, column 14 (inputs[0].aliass): no field \"aliass\" in Input; did you mean \"alias\"?");
+            "error at line 1, column 14 (inputs[0].aliass): \"aliass\" is not a field of Input; did you mean "
+            "\"alias\"?");
   JsonReadOptions lenient;
   lenient.ignore_unknown_fields = true;
   EXPECT_EQ(Read(R"({"bogus": {"a": [1, {"b": null}]}, "version": 2})", lenient), Hex(Bytes({0x08, 0x02})));

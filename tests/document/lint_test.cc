@@ -33,7 +33,7 @@ const PairingCatalogue& Standard() {
 std::vector<std::string> Found(const google::protobuf::Message& record,
                                const PairingCatalogue& pairing = Standard()) {
   std::vector<std::string> out;
-  for (const Finding& finding : Lint(record, pairing)) {
+  for (const Finding& finding : Lint(record, {pairing})) {
     EXPECT_FALSE(finding.message.empty()) << finding.path;
     out.push_back(finding.path + " " + finding.rule);
   }
@@ -78,7 +78,7 @@ ConfigData SmallDocument() {
 
 TEST(LintTest, ACleanDocumentHasNoFindings) {
   EXPECT_EQ(Found(SmallDocument()), Paths{});
-  EXPECT_FALSE(HasErrors(Lint(SmallDocument(), Standard())));
+  EXPECT_FALSE(HasErrors(Lint(SmallDocument(), {Standard()})));
 }
 
 TEST(LintTest, CountThatDisagreesWithItsList) {
@@ -87,7 +87,7 @@ TEST(LintTest, CountThatDisagreesWithItsList) {
   config.mutable_canbus(1)->set_entitiescount(1);
   EXPECT_EQ(Found(config), (Paths{"canbus[0].standardInputFrameCount count-mismatch",
                                   "canbus[1].entitiesCount count-mismatch"}));
-  const std::vector<Finding> findings = Lint(config, Standard());
+  const std::vector<Finding> findings = Lint(config, {Standard()});
   EXPECT_EQ(findings[0].severity, Severity::kError);
   EXPECT_NE(findings[0].message.find("5"), std::string::npos) << findings[0].message;
   EXPECT_NE(findings[0].message.find("1"), std::string::npos) << findings[0].message;
@@ -160,18 +160,23 @@ TEST(LintTest, ConfigThatDoesNotReadAsItsRecord) {
   const std::string broken = test::Bytes({0x0A, 0x05, 0x01});
   config.mutable_inputs(0)->set_config(broken);
   EXPECT_EQ(Found(config), Paths{"inputs[0].config config-unreadable"});
-  EXPECT_TRUE(HasErrors(Lint(config, Standard())));
+  EXPECT_TRUE(HasErrors(Lint(config, {Standard()})));
   // The same bytes under a type code with no record are opaque.
   config.mutable_inputs(0)->set_type(Input::FrequencyInput);
   EXPECT_EQ(Found(config), Paths{});
-  // Maps are opaque too, until the caller pairs them with a table.
+  // A map's type only suggests its table: bytes that do not read as it are
+  // a warning, and an error once the caller says which table maps hold.
   ::Map* map = config.add_maps();
   map->set_id(1);
   map->set_config(broken);
-  EXPECT_EQ(Found(config), Paths{});
+  EXPECT_EQ(Found(config), Paths{"maps[0].config config-unreadable"});
+  EXPECT_FALSE(HasErrors(Lint(config, {Standard()})));
   PairingCatalogue tables = Standard();
   tables.SetMapTable(Map3D::descriptor());
   EXPECT_EQ(Found(config, tables), Paths{"maps[0].config config-unreadable"});
+  EXPECT_TRUE(HasErrors(Lint(config, {tables})));
+  tables.SetMapTable(nullptr);
+  EXPECT_EQ(Found(config, tables), Paths{});
 }
 
 TEST(LintTest, ConfigNotInCanonicalForm) {
@@ -179,7 +184,7 @@ TEST(LintTest, ConfigNotInCanonicalForm) {
   // saturation (2) written before range (1): the same record, another encoding.
   config.mutable_inputs(0)->set_config(test::Bytes({0x10, 0x01, 0x08, 0x02}));
   EXPECT_EQ(Found(config), Paths{"inputs[0].config config-not-canonical"});
-  const std::vector<Finding> findings = Lint(config, Standard());
+  const std::vector<Finding> findings = Lint(config, {Standard()});
   EXPECT_EQ(findings[0].severity, Severity::kWarning);
   EXPECT_FALSE(HasErrors(findings));
   config.mutable_inputs(0)->set_config(test::Bytes({0x08, 0x02, 0x10, 0x01}));
@@ -198,7 +203,7 @@ TEST(LintTest, DuplicateIdentifiers) {
                                   "maps[1].id duplicate-id", "canbus[1].canbusId duplicate-id",
                                   // the router's destination bus 2 is gone with it
                                   "canbusRouter[0].destinationCanbusId dangling-reference"}));
-  const std::vector<Finding> findings = Lint(config, Standard());
+  const std::vector<Finding> findings = Lint(config, {Standard()});
   EXPECT_NE(findings[0].message.find("inputs[0]"), std::string::npos) << findings[0].message;
   // Inputs and outputs number apart: input 1 and output 1 do not clash.
   EXPECT_EQ(Found(SmallDocument()), Paths{});
@@ -293,7 +298,7 @@ TEST(LintTest, UnknownFields) {
   config.mutable_inputs(1)->mutable_config()->append(test::Bytes({0x78, 0x01}));
   config.GetReflection()->MutableUnknownFields(&config)->AddFixed32(99, 7);
   EXPECT_EQ(Found(config), (Paths{"inputs[0] unknown-field", "inputs[1].config unknown-field", " unknown-field"}));
-  const std::vector<Finding> findings = Lint(config, Standard());
+  const std::vector<Finding> findings = Lint(config, {Standard()});
   EXPECT_EQ(findings[0].severity, Severity::kWarning);
   EXPECT_NE(findings[0].message.find("40"), std::string::npos) << findings[0].message;
   EXPECT_EQ(findings[2].path, "");

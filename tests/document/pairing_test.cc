@@ -49,6 +49,11 @@ const std::vector<Row>& ExpectedRows() {
       {EntryKind::kOutput, Output::CanobjectOutput, "CanObjectOutputData"},
       {EntryKind::kOutput, Output::TachoOutput, "TachoOutputConfigData"},
       {EntryKind::kOutput, Output::TestOutput, "TestOutputConfiguration"},
+      // Every map type names a three-dimensional map; Map3D is the one
+      // record that holds a whole such table.
+      {EntryKind::kMap, Map::Point3dMap, "Map3D"},
+      {EntryKind::kMap, Map::Interpolated3dMap, "Map3D"},
+      {EntryKind::kMap, Map::NearestNeighbour3dMap, "Map3D"},
   };
   return rows;
 }
@@ -69,9 +74,7 @@ TEST(PairingTest, StandardLeavesOpenCodesOpen) {
   EXPECT_EQ(standard.Find(EntryKind::kInput, Input::AnalogSwitchInput), nullptr);
   EXPECT_EQ(standard.Find(EntryKind::kInput, Input::CurrentSenseInput), nullptr);
   EXPECT_EQ(standard.Find(EntryKind::kInput, 16), nullptr);
-  for (int code = Map::MapType_MIN; code <= Map::MapType_MAX; ++code) {
-    EXPECT_EQ(standard.Find(EntryKind::kMap, code), nullptr) << code;
-  }
+  EXPECT_EQ(standard.Find(EntryKind::kMap, Map::MapType_MAX + 1), nullptr);
   EXPECT_EQ(standard.Find(EntryKind::kDriver, 0), nullptr);
   EXPECT_EQ(standard.Find(EntryKind::kHandler, 0), nullptr);
 }
@@ -79,11 +82,22 @@ TEST(PairingTest, StandardLeavesOpenCodesOpen) {
 TEST(PairingTest, EveryStandardPairingIsAValueOfItsTypeEnumeration) {
   const PairingCatalogue standard = PairingCatalogue::Standard();
   for (const auto& [key, record] : standard.entries()) {
-    const auto* type_enum =
-        key.first == EntryKind::kInput ? Input_Type_descriptor() : Output_Type_descriptor();
+    const auto* type_enum = TypeCodeNames(key.first);
+    ASSERT_NE(type_enum, nullptr) << EntryKindName(key.first);
     ASSERT_NE(type_enum->FindValueByNumber(key.second), nullptr) << key.second;
     EXPECT_EQ(FindRecord(record->full_name()), record);
   }
+}
+
+TEST(PairingTest, SourcesSayWhoChoseEachPairing) {
+  PairingCatalogue catalogue = PairingCatalogue::Standard();
+  EXPECT_EQ(catalogue.SourceOf(EntryKind::kInput, Input::AdcInput), PairingSource::kSchema);
+  EXPECT_EQ(catalogue.SourceOf(EntryKind::kMap, Map::Point3dMap), PairingSource::kMapType);
+  catalogue.SetMapTable(FindRecord("Map2D"));
+  EXPECT_EQ(catalogue.SourceOf(EntryKind::kMap, Map::Point3dMap), PairingSource::kMapTable);
+  catalogue.Apply("map:Point3dMap=Map3D");
+  EXPECT_EQ(catalogue.SourceOf(EntryKind::kMap, Map::Point3dMap), PairingSource::kGiven);
+  EXPECT_EQ(catalogue.SourceOf(EntryKind::kMap, Map::Interpolated3dMap), PairingSource::kMapTable);
 }
 
 TEST(PairingTest, SetAddsReplacesAndRemoves) {
@@ -145,17 +159,23 @@ std::string ApplyError(const std::string& text) {
 TEST(PairingTest, ApplyErrorsSayWhatIsWrong) {
   EXPECT_NE(ApplyError("input5=AdcConfiguration").find("KIND:CODE=RECORD"), std::string::npos);
   EXPECT_NE(ApplyError("input:5").find("KIND:CODE=RECORD"), std::string::npos);
-  EXPECT_NE(ApplyError("sensor:5=AdcConfiguration").find("unknown entry kind \"sensor\""),
-            std::string::npos);
-  EXPECT_NE(ApplyError("sensor:5=AdcConfiguration").find("input, output, map, driver, handler"),
-            std::string::npos);
+  EXPECT_EQ(ApplyError("sensor:5=AdcConfiguration"),
+            "\"sensor\" is not an entry kind; the valid names are input, output, map, driver and handler");
+  EXPECT_EQ(ApplyError("inptu:5=AdcConfiguration"), "\"inptu\" is not an entry kind; did you mean \"input\"?");
   EXPECT_NE(ApplyError("input:=AdcConfiguration").find("type code is missing"), std::string::npos);
   EXPECT_NE(ApplyError("input:Bogus=AdcConfiguration").find("Input.Type"), std::string::npos);
-  EXPECT_NE(ApplyError("input:5x=AdcConfiguration").find("neither a number"), std::string::npos);
+  EXPECT_NE(ApplyError("input:5x=AdcConfiguration").find("\"5x\" is not a number or a value of Input.Type"),
+            std::string::npos);
+  EXPECT_EQ(ApplyError("input:DutyInptu=DutyInConfiguration"),
+            "\"DutyInptu\" is not a number or a value of Input.Type; did you mean \"DutyInput\"?");
+  EXPECT_EQ(ApplyError("map:interpolated3dmap=Map3D"),
+            "\"interpolated3dmap\" is not a number or a value of Map.MapType; did you mean \"Interpolated3dMap\"?");
   EXPECT_NE(ApplyError("driver:Bogus=Map3D").find("plain numbers"), std::string::npos);
   EXPECT_NE(ApplyError("input:99999999999=AdcConfiguration").find("32 bits"), std::string::npos);
-  EXPECT_NE(ApplyError("input:5=NoSuchRecord").find("no record named \"NoSuchRecord\""),
-            std::string::npos);
+  EXPECT_EQ(ApplyError("input:5=NoSuchRecord"),
+            "\"NoSuchRecord\" is not a record of the schema library; run `gcuschema schemas` to list the records");
+  EXPECT_EQ(ApplyError("input:5=AdcSwitchConfig"),
+            "\"AdcSwitchConfig\" is not a record of the schema library; did you mean \"AdcSwitchConfiguration\"?");
 }
 
 TEST(PairingTest, ApplyErrorLeavesTheCatalogueAlone) {

@@ -32,6 +32,16 @@ TEST(ToolDiffTest, EqualDocumentsExitZeroAndPrintNothing) {
   EXPECT_EQ(result.out, "");
 }
 
+TEST(ToolDiffTest, DocumentsThatDifferOnlyInNaNBitsDiffer) {
+  ScratchDir dir;
+  // inputs[0] { id: 1 minValue: NaN }, the second NaN with its sign bit set.
+  const std::string a = dir.Put("a.bin", std::string("\x1A\x07\x08\x01\x45\x00\x00\xC0\x7F", 9));
+  const std::string b = dir.Put("b.bin", std::string("\x1A\x07\x08\x01\x45\x00\x00\xC0\xFF", 9));
+  ProcessResult result = RunTool({"diff", a, b});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out, "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0xffc00000\n");
+}
+
 TEST(ToolDiffTest, ChangedFieldIsShownWithOldAndNewValues) {
   ConfigData changed = SampleDocument();
   const std::string old_alias = changed.inputs(0).alias();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <gcuschema/document/diff.h>
+#include <gcuschema/document/error.h>
 
 #include "commands.h"
 #include "document.h"
@@ -31,7 +32,14 @@ int RunDiff(const DiffArguments& args) {
   }
   std::unique_ptr<google::protobuf::Message> a = LoadDocument(args.old_input, args.type, args.from, pairing);
   std::unique_ptr<google::protobuf::Message> b = LoadDocument(args.new_input, args.type, args.from, pairing);
-  std::vector<document::Difference> differences = document::Diff(*a, *b, pairing);
+  std::vector<document::Difference> differences;
+  try {
+    differences = document::Diff(*a, *b, pairing);
+  } catch (const document::Error& e) {
+    // The path leads to the same place in both documents.
+    const auto name = [](const std::string& path) { return IsStandardStream(path) ? std::string("<stdin>") : path; };
+    throw Failure(name(args.old_input) + " and " + name(args.new_input), e.where(), e.message());
+  }
   std::string report = document::FormatDifferences(differences);
   if (!report.empty() && report.back() != '\n') report += '\n';
   WriteOutput("", report);

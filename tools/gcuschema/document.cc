@@ -103,6 +103,15 @@ std::unique_ptr<google::protobuf::Message> LoadDocument(const std::string& path,
   return record;
 }
 
+std::unique_ptr<google::protobuf::Message> LoadDocument(const std::string& path,
+                                                        const google::protobuf::Descriptor* type,
+                                                        const std::string& format,
+                                                        const document::PairingCatalogue& pairing) {
+  std::unique_ptr<google::protobuf::Message> record = document::NewRecord(type);
+  ReadDocument(ReadInput(path), FormatNamed(format), pairing, record.get());
+  return record;
+}
+
 namespace {
 
 // A large document's records in blocks growing to a megabyte rather than

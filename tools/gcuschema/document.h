@@ -52,6 +52,11 @@ const google::protobuf::Descriptor* DocumentType(const TypeOption& type, const I
 std::unique_ptr<google::protobuf::Message> LoadDocument(const std::string& path, const TypeOption& type,
                                                         const std::string& format,
                                                         const document::PairingCatalogue& pairing);
+// The same for a document that must be a record of `type`.
+std::unique_ptr<google::protobuf::Message> LoadDocument(const std::string& path,
+                                                        const google::protobuf::Descriptor* type,
+                                                        const std::string& format,
+                                                        const document::PairingCatalogue& pairing);
 
 // A large record, kept with everything it holds on an arena: made in big
 // blocks rather than object by object, and freed all at once.

@@ -2,10 +2,12 @@
 #include <memory>
 #include <string>
 
+#include <gcuschema/document/error.h>
 #include <gcuschema/document/inspect.h>
 
 #include "commands.h"
 #include "document.h"
+#include "failure.h"
 #include "io.h"
 #include "options.h"
 
@@ -23,7 +25,12 @@ int RunInspect(const InspectArguments& args) {
   args.type.Resolve();  // a wrong --type is reported before any input is read
   document::PairingCatalogue pairing = args.pairing.Resolve();
   std::unique_ptr<google::protobuf::Message> record = LoadDocument(args.input, args.type, args.from, pairing);
-  std::string summary = document::Inspect(*record, pairing);
+  std::string summary;
+  try {
+    summary = document::Inspect(*record, pairing);
+  } catch (const document::Error& e) {
+    throw Failure(IsStandardStream(args.input) ? "<stdin>" : args.input, e.where(), e.message());
+  }
   if (!summary.empty() && summary.back() != '\n') summary += '\n';
   WriteOutput("", summary);
   return 0;

@@ -2,11 +2,12 @@
 // error is found.
 #include <memory>
 #include <string>
-#include <vector>
 
 #include <fmt/format.h>
 
+#include <gcuschema/document/error.h>
 #include <gcuschema/document/lint.h>
+#include <gcuschema/document/records.h>
 
 #include "commands.h"
 #include "document.h"
@@ -17,28 +18,78 @@
 namespace gcuschema::tool {
 namespace {
 
+// Findings are written out in blocks of about this size as they come.
+constexpr std::size_t kFlushAt = 64 * 1024;
+
 struct LintArguments {
   TypeOption type;
   PairingOptions pairing;
   std::string from;
+  std::string limits;
+  bool quiet = false;
   std::string input;
 };
 
-std::string FormatFinding(const document::Finding& finding) {
-  return fmt::format("{}: {}: {} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
-                     finding.severity == document::Severity::kError ? "error" : "warning",
-                     finding.message, finding.rule);
+void AppendFinding(const document::Finding& finding, std::string* out) {
+  fmt::format_to(std::back_inserter(*out), "{}: {}: {} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
+                 finding.severity == document::Severity::kError ? "error" : "warning", finding.message,
+                 finding.rule);
+}
+
+std::string Counted(std::size_t n, const char* one, const char* many) {
+  return fmt::format("{} {}", n, n == 1 ? one : many);
+}
+
+// "ok: 0 errors, 0 warnings"; "failed: 2 errors, 1 warning".
+std::string Summary(const document::LintCounts& counts) {
+  return fmt::format("{}: {}, {}\n", counts.errors == 0 ? "ok" : "failed", Counted(counts.errors, "error", "errors"),
+                     Counted(counts.warnings, "warning", "warnings"));
 }
 
 int RunLint(const LintArguments& args) {
-  args.type.Resolve();  // a wrong --type is reported before any input is read
-  document::PairingCatalogue pairing = args.pairing.Resolve();
-  std::unique_ptr<google::protobuf::Message> record = LoadDocument(args.input, args.type, args.from, pairing);
-  std::vector<document::Finding> findings = document::Lint(*record, pairing);
-  std::string report;
-  for (const document::Finding& finding : findings) report += FormatFinding(finding);
-  WriteOutput("", report);
-  return document::HasErrors(findings) ? kExitFindings : kExitOk;
+  const google::protobuf::Descriptor* type = args.type.Resolve();
+  document::LintOptions options;
+  options.pairing = args.pairing.Resolve();
+  std::unique_ptr<google::protobuf::Message> limits;
+  if (!args.limits.empty()) {
+    // A template checks a calibration: that is what the document is.
+    const google::protobuf::Descriptor* calibration = document::RequireRecord("CalibrationData");
+    if (!args.type.given()) type = calibration;
+    if (type != calibration) {
+      throw Failure("--template", "", "a limits template checks a CalibrationData, but --type names " +
+                                          type->full_name() + "; leave --type out or give CalibrationData");
+    }
+    if (IsStandardStream(args.limits) && IsStandardStream(args.input)) {
+      throw Failure("<stdin>", "", "only one of the template and the calibration can come from standard input");
+    }
+    limits = LoadDocument(args.limits, document::RequireRecord("CalibrationTemplateData"), args.from,
+                          options.pairing);
+    options.limits = limits.get();
+  }
+  std::unique_ptr<google::protobuf::Message> record =
+      limits ? LoadDocument(args.input, type, args.from, options.pairing)
+             : LoadDocument(args.input, args.type, args.from, options.pairing);
+
+  Output output("");
+  std::string block;
+  const auto flush = [&] {
+    output.Write({block});
+    block.clear();
+  };
+  document::LintCounts counts;
+  try {
+    counts = document::Lint(*record, options, [&](const document::Finding& finding) {
+      AppendFinding(finding, &block);
+      if (block.size() >= kFlushAt) flush();
+    });
+  } catch (const document::Error& e) {
+    flush();
+    throw Failure(IsStandardStream(args.input) ? "<stdin>" : args.input, e.where(), e.message());
+  }
+  if (!args.quiet) block += Summary(counts);
+  flush();
+  output.Commit();
+  return counts.errors > 0 ? kExitFindings : kExitOk;
 }
 
 }  // namespace
@@ -48,10 +99,19 @@ Command AddLintCommand(CLI::App* app) {
   CLI::App* command = app->add_subcommand(
       "lint",
       "Check a document (binary, JSON or text) for what the records do not enforce (counts, type "
-      "codes, unreadable settings, duplicate identifiers, dangling references); one "
-      "finding per line; exit 1 when there is an error, 0 when clean or only warnings");
+      "codes, unreadable settings, duplicate identifiers, dangling references, ranges "
+      "given upside down, calibration values outside their template's limits); one "
+      "finding per line as found, then a summary line; exit 1 when there is an error, 0 "
+      "when clean or only warnings");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
+  command
+      ->add_option("--template", args->limits,
+                   "Limits template (a CalibrationTemplateData, read as the document is): every value of the "
+                   "calibration outside its template's bounds is an error; the document is then "
+                   "a CalibrationData unless --type says otherwise")
+      ->type_name("LIMITS");
+  command->add_flag("-q,--quiet", args->quiet, "No summary line: only the findings");
   AddFromOption(command, &args->from);
   command->add_option("IN", args->input, "Document (standard input if -)")->required();
   return {command, [args] { return RunLint(*args); }};

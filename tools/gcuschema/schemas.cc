@@ -1,5 +1,6 @@
-// gcuschema schemas: the schema files and their records, or one record's
-// fields and enumerations.
+// gcuschema schemas: the pairing of type codes with records and the schema
+// files, one record's fields and enumerations, the record a type code holds,
+// or a JSON Schema of a record's JSON.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -8,11 +9,14 @@
 #include <google/protobuf/descriptor.h>
 
 #include <gcuschema/document/error.h>
+#include <gcuschema/document/json_schema.h>
 #include <gcuschema/document/records.h>
 
 #include "commands.h"
 #include "failure.h"
 #include "io.h"
+#include "options.h"
+#include "schemas.h"
 
 namespace gcuschema::tool {
 namespace {
@@ -20,7 +24,9 @@ namespace {
 namespace pb = google::protobuf;
 
 struct SchemasArguments {
-  std::string record;
+  PairingOptions pairing;
+  bool json_schema = false;
+  std::string subject;
 };
 
 const char* SyntaxName(const pb::FileDescriptor* file) {
@@ -40,7 +46,7 @@ std::string ListFiles() {
     for (int i = 0; file != nullptr && i < file->message_type_count(); ++i) {
       CollectRecordNames(file->message_type(i), &records);
     }
-    out += fmt::format("{} ({}): {}\n", name, file != nullptr ? SyntaxName(file) : "?",
+    out += fmt::format("  {} ({}): {}\n", name, file != nullptr ? SyntaxName(file) : "?",
                        fmt::join(records, ", "));
   }
   return out;
@@ -71,6 +77,8 @@ std::string DescribeEnum(const pb::EnumDescriptor* enumeration) {
   return out;
 }
 
+}  // namespace
+
 std::string DescribeRecord(const pb::Descriptor* type) {
   std::string out = fmt::format("{} ({}, {})\n", type->full_name(), type->file()->name(),
                                 SyntaxName(type->file()));
@@ -94,18 +102,31 @@ std::string DescribeRecord(const pb::Descriptor* type) {
   return out;
 }
 
-int RunSchemas(const SchemasArguments& args) {
-  if (args.record.empty()) {
-    WriteOutput("", ListFiles());
-    return kExitOk;
-  }
-  const pb::Descriptor* type = nullptr;
+namespace {
+
+const pb::Descriptor* RecordNamed(const std::string& name) {
   try {
-    type = document::RequireRecord(args.record);
+    return document::RequireRecord(name);
   } catch (const document::Error& e) {
     throw Failure("", e.where(), e.message());
   }
-  WriteOutput("", DescribeRecord(type));
+}
+
+int RunSchemas(const SchemasArguments& args) {
+  const document::PairingCatalogue pairing = args.pairing.Resolve();
+  std::string out;
+  if (args.json_schema) {
+    document::JsonSchemaOptions options;
+    options.pairing = pairing;
+    out = document::JsonSchemaText(RecordNamed(args.subject.empty() ? "ConfigData" : args.subject), options) + "\n";
+  } else if (args.subject.empty()) {
+    out = DescribePairings(pairing) + "\nSchema files and their records:\n" + ListFiles();
+  } else if (args.subject.find(':') != std::string::npos) {
+    out = DescribeTypeCode(args.subject, pairing);
+  } else {
+    out = DescribeRecord(RecordNamed(args.subject));
+  }
+  WriteOutput("", out);
   return kExitOk;
 }
 
@@ -115,10 +136,17 @@ Command AddSchemasCommand(CLI::App* app) {
   auto args = std::make_shared<SchemasArguments>();
   CLI::App* command = app->add_subcommand(
       "schemas",
-      "List the schema files with their records, or show one record's fields (number, "
-      "name, type, label) and enumerations");
-  command->add_option("RECORD", args->record,
-                      "Record to show, e.g. ConfigData or CalibrationData.AdcCalibrationData");
+      "Without an argument, which record each entry kind and type code holds in its config, "
+      "then the schema files with their records; with a record, its fields (number, name, "
+      "type, label) and enumerations; with KIND:CODE (input:DutyInput, output:5), the record "
+      "that code holds and its fields");
+  command->add_flag("--json-schema", args->json_schema,
+                    "Write a JSON Schema (draft 2020-12) of the record's JSON as decode writes it "
+                    "(ConfigData unless RECORD is given), for editors that complete and check JSON");
+  args->pairing.AddTo(command);
+  command->add_option("RECORD", args->subject,
+                      "Record to show (ConfigData, CalibrationData.AdcCalibrationData) or type code "
+                      "(input:DutyInput, output:5, map:Point3dMap)");
   return {command, [args] { return RunSchemas(*args); }};
 }
 

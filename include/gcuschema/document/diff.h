@@ -35,6 +35,13 @@ struct Difference {
 // bytes in hex ("<0a 01>", long ones by size and a window where they part),
 // records on one line ("{ id: 3 alias: \"A\" }") with settings in `config`
 // shown as their record ("AdcConfiguration { range: range12V }").
+//
+// Floats and doubles are compared by their bits, as the encoding holds
+// them: NaNs that differ in sign or payload differ (shown with their bits,
+// "NaN 0x7fc00000"), and so do 0 and -0 in a list; a single field holding a
+// zero of either sign is not written and equals its absence. Throws Error
+// when settings nest deeper than any reader of the library goes (records
+// inside `config`, 16 levels).
 GCUSCHEMA_DOCUMENT_API std::vector<Difference> Diff(const google::protobuf::Message& a,
                                                const google::protobuf::Message& b,
                                                const PairingCatalogue& pairing);

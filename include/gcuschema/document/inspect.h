@@ -15,6 +15,12 @@ namespace gcuschema::document {
 // the identity strings and the bytes taken by each section; for a DeviceData
 // its identity, its blocks' sizes and its configuration's summary; for a
 // calibration its identity and list sizes; for other records their fields.
+// Settings are counted by the record their type code pairs, with how many of
+// them (or of the settings held inside them) do not read as that record;
+// maps and linearizations say how their table was read: by which record and
+// whether their type, --map-table or --pair chose it, or why it stays bytes.
+// Throws Error when settings nest deeper than any reader of the library goes
+// (records inside `config`, 16 levels).
 GCUSCHEMA_DOCUMENT_API std::string Inspect(const google::protobuf::Message& record,
                                       const PairingCatalogue& pairing);
 

@@ -1,6 +1,8 @@
 #ifndef GCUSCHEMA_DOCUMENT_LINT_H
 #define GCUSCHEMA_DOCUMENT_LINT_H
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,23 @@ struct Finding {
   std::string message;   // what is wrong and what to do
 };
 
+struct LintOptions {
+  // Which record each entry's `config` holds.
+  PairingCatalogue pairing = PairingCatalogue::Standard();
+  // A CalibrationTemplateData whose limits the linted CalibrationData must
+  // keep (null: no such check). Not owned; must outlive the call.
+  const google::protobuf::Message* limits = nullptr;
+};
+
+// How many findings of each severity a run gave.
+struct LintCounts {
+  std::size_t errors = 0;
+  std::size_t warnings = 0;
+};
+
+// Receives each finding as soon as it is found; nothing is kept after.
+using FindingSink = std::function<void(const Finding&)>;
+
 // Checks a record of the library (ConfigData, DeviceData — whose config is
 // linted as a ConfigData —, CalibrationData, CalibrationTemplateData, or
 // any other record) for what the records themselves do not enforce:
@@ -27,15 +46,26 @@ struct Finding {
 // - type codes and enumeration values outside their enumerations
 //   (unknown-type, unknown-enum-value, error);
 // - a `config` that does not parse as its paired record (config-unreadable,
-//   error) or is not in canonical form (config-not-canonical, warning);
+//   error; a warning where only the map's type chose the table) or is not
+//   in canonical form (config-not-canonical, warning);
 // - duplicate identifiers among inputs, outputs, maps and buses
 //   (duplicate-id, error);
-// - references to input or bus identifiers that do not exist, from compare,
-//   divide, map, counter, waveform and rbc input settings and from routers
-//   (dangling-reference, error);
+// - references to input, output or bus identifiers that do not exist, from
+//   the settings of inputs and outputs and from routers (dangling-reference,
+//   error);
+// - ranges given upside down, a minimum above its maximum (or a low level
+//   above its high one) in the same record (inverted-range: an error for
+//   limits, a warning for the spans of a linear scaling, which a device may
+//   be meant to read reversed); in a limits template a limit of 0 is absent;
+// - with `limits`, each calibration value outside the bounds its template
+//   entry gives (out-of-limits, error) and each calibration entry the
+//   template has none for (no-limits, warning);
 // - unknown fields present (unknown-field, warning).
 // Findings come in document order (the order of the encoding: ascending
-// field numbers, list elements in order, unknown fields last).
+// field numbers, list elements in order, unknown fields last), each handed
+// to `sink` when found, so that a document with millions of findings never
+// holds them all. Throws Error when settings nest deeper than every reader
+// of the library goes (records inside `config`, 16 levels).
 //
 // Paths name fields by their schema names from the linted record: list
 // elements by index ("canbus[0].standardInputFrameCount",
@@ -43,11 +73,15 @@ struct Finding {
 // the path of that `config` ("inputs[3].config.inputId"), and so does the
 // ConfigData inside a DeviceData ("config.inputs[2].type"). A finding about
 // a whole record (its unknown fields) has that record's path, empty for the
-// linted record itself. Input references left at 0 mean "no input" and are
-// not reported; router bus ids are always checked. References are resolved
-// only within a ConfigData (or the one inside a DeviceData).
+// linted record itself. References left at 0 mean "none" and are not
+// reported; router bus ids are always checked. References are resolved only
+// within a ConfigData (or the one inside a DeviceData).
+GCUSCHEMA_DOCUMENT_API LintCounts Lint(const google::protobuf::Message& record, const LintOptions& options,
+                                       const FindingSink& sink);
+
+// The same, the findings gathered in a list (for small documents).
 GCUSCHEMA_DOCUMENT_API std::vector<Finding> Lint(const google::protobuf::Message& record,
-                                            const PairingCatalogue& pairing);
+                                                 const LintOptions& options = {});
 
 GCUSCHEMA_DOCUMENT_API bool HasErrors(const std::vector<Finding>& findings);
 

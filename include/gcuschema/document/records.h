@@ -24,8 +24,11 @@ GCUSCHEMA_DOCUMENT_API const std::vector<std::string>& SchemaFileNames();
 // library has no such record.
 GCUSCHEMA_DOCUMENT_API const google::protobuf::Descriptor* FindRecord(std::string_view name);
 
-// Like FindRecord, but throws Error naming the record and suggesting
-// `gcuschema schemas` when there is none.
+// Every record of the library by full name (nested ones included), sorted.
+GCUSCHEMA_DOCUMENT_API const std::vector<std::string>& RecordNames();
+
+// Like FindRecord, but throws Error when there is none, naming the records
+// closest to `name` ("did you mean ...?").
 GCUSCHEMA_DOCUMENT_API const google::protobuf::Descriptor* RequireRecord(std::string_view name);
 
 // A new, empty record of the generated class; owned by `arena` when given.

@@ -1,0 +1,58 @@
+#ifndef GCUSCHEMA_DOCUMENT_CALIBRATION_LIMITS_H
+#define GCUSCHEMA_DOCUMENT_CALIBRATION_LIMITS_H
+
+// Private to the document library: a calibration checked against the limits
+// of its template, for lint.
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+
+#include <gcuschema/document/lint.h>
+
+namespace gcuschema::document::internal {
+
+// The template's limits on one CalibrationData. A template entry bounds the
+// values of the calibration entry it is matched with: the template field
+// numbered n + 100 (named with "Min") is the least value of field n, the one
+// numbered n + 200 (with "Max") the greatest, both inclusive; a limit of 0
+// is no limit, as the encoding cannot tell it from an absent one. Entries
+// are matched by logicalId where it is unique on both sides, else by
+// position.
+class CalibrationLimits {
+ public:
+  // Throws Error unless `calibration` is a CalibrationData and `limits` a
+  // CalibrationTemplateData. Both must outlive this object.
+  CalibrationLimits(const google::protobuf::Message& calibration, const google::protobuf::Message& limits);
+
+  // The findings on element `index` of the calibration's list `list`, whose
+  // path is `path`: each value beyond a limit (out-of-limits, error), or the
+  // entry having no template entry while the template lists others of its
+  // kind (no-limits, warning).
+  void Check(const google::protobuf::FieldDescriptor* list, int index, const std::string& path,
+             const std::function<void(Finding)>& emit) const;
+
+ private:
+  struct Bound {
+    const google::protobuf::FieldDescriptor* value;  // in the calibration entry
+    const google::protobuf::FieldDescriptor* limit;  // in the template entry
+    bool upper;
+  };
+  struct List {
+    const google::protobuf::FieldDescriptor* limits_list = nullptr;
+    std::vector<int> matched;  // template index of each calibration entry, -1 for none
+    std::vector<Bound> bounds;
+  };
+
+  const google::protobuf::Message& calibration_;
+  const google::protobuf::Message& limits_;
+  std::map<const google::protobuf::FieldDescriptor*, List> lists_;
+};
+
+}  // namespace gcuschema::document::internal
+
+#endif

@@ -1,0 +1,271 @@
+#include <gcuschema/document/json_schema.h>
+
+#include <cstdint>
+#include <deque>
+#include <limits>
+#include <set>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/records.h>
+
+#include "config_slots.h"
+#include "schema_comments.h"
+
+namespace gcuschema::document {
+namespace {
+
+namespace pb = google::protobuf;
+using Json = nlohmann::ordered_json;
+
+constexpr char kDraft[] = "https://json-schema.org/draft/2020-12/schema";
+// Definitions beside the records', named so that no record can take them.
+constexpr char kBytes[] = "@bytes";
+constexpr char kSettings[] = "@settings";
+constexpr char kTypeKey[] = "@type";
+constexpr char kUnknownKey[] = "@unknown";
+// Enumerations longer than this are not listed in a field's description.
+constexpr int kListedValues = 24;
+
+std::string Ref(const std::string& definition) { return "#/$defs/" + definition; }
+
+Json Integer(std::int64_t minimum, std::int64_t maximum) {
+  return Json{{"type", "integer"}, {"minimum", minimum}, {"maximum", maximum}};
+}
+
+std::string Joined(const std::string& a, const std::string& b) {
+  if (a.empty()) return b;
+  if (b.empty()) return a;
+  return a + "\n\n" + b;
+}
+
+// "range5V = 0, rangeGcu5V = 1, ..."
+std::string ValueList(const pb::EnumDescriptor* type) {
+  std::string out;
+  for (int i = 0; i < type->value_count() && i < kListedValues; ++i) {
+    out += (i > 0 ? ", " : "") + type->value(i)->name() + " = " + std::to_string(type->value(i)->number());
+  }
+  return type->value_count() > kListedValues ? out + ", ..." : out;
+}
+
+class SchemaWriter {
+ public:
+  explicit SchemaWriter(const PairingCatalogue& pairing) : pairing_(pairing) {}
+
+  Json Document(const pb::Descriptor* root) {
+    Want(root);
+    while (!pending_.empty()) {
+      const pb::Descriptor* type = pending_.front();
+      pending_.pop_front();
+      definitions_[type->full_name()] = Record(type);
+      // A code left open may hold any record of the library.
+      if (open_ && !all_wanted_) {
+        all_wanted_ = true;
+        for (const std::string& name : RecordNames()) Want(FindRecord(name));
+      }
+    }
+    definitions_[kBytes] = Json{{"type", "string"},
+                                {"contentEncoding", "base64"},
+                                {"pattern", "^[A-Za-z0-9+/_-]*={0,2}$"},
+                                {"description", "Bytes in base64."}};
+    if (open_) definitions_[kSettings] = AnySettings();
+    Json document;
+    document["$schema"] = kDraft;
+    document["title"] = root->full_name();
+    document["description"] =
+        "A " + root->full_name() + " as JSON, as `gcuschema decode` writes it and `gcuschema encode` reads it.";
+    document["$ref"] = Ref(root->full_name());
+    document["$defs"] = std::move(definitions_);
+    return document;
+  }
+
+ private:
+  void Want(const pb::Descriptor* type) {
+    if (wanted_.insert(type).second) pending_.push_back(type);
+  }
+
+  Json Record(const pb::Descriptor* type) {
+    Json properties = Json::object();
+    properties[kTypeKey] = Json{{"const", type->full_name()},
+                                {"description", "The record this object holds: " + type->full_name() + "."}};
+    properties[kUnknownKey] = Json{{"$ref", Ref(kBytes)},
+                                   {"description", "Fields that " + type->full_name() +
+                                                       " does not have, kept as their encoding (base64)."}};
+    Json spellings = Json::object();
+    for (int i = 0; i < type->field_count(); ++i) {
+      const pb::FieldDescriptor* field = type->field(i);
+      Json schema = Field(type, field);
+      schema["description"] = Description(type, field);
+      properties[field->json_name()] = schema;
+      if (field->json_name() != field->name()) {
+        properties[field->name()] = schema;
+        spellings[field->json_name()] = Json{{"not", Json{{"required", Json::array({field->name()})}}}};
+      }
+    }
+    Json record;
+    record["type"] = "object";
+    std::string about = type->full_name() + " (" + type->file()->name() + ").";
+    EntryKind kind;
+    if (internal::EntryKindOf(type, &kind)) {
+      about += " Its config holds the record its type code pairs.";
+    }
+    record["description"] = Joined(internal::CommentOf(type), about);
+    record["properties"] = std::move(properties);
+    record["additionalProperties"] = false;
+    if (!spellings.empty()) record["dependentSchemas"] = std::move(spellings);
+    if (internal::EntryKindOf(type, &kind)) {
+      Json conditions = CodeConditions(type, kind);
+      if (!conditions.empty()) record["allOf"] = std::move(conditions);
+    }
+    return record;
+  }
+
+  Json Field(const pb::Descriptor* type, const pb::FieldDescriptor* field) {
+    if (internal::IsSlot(type, field)) {
+      // DeviceData.config always holds a ConfigData; an entry's config is
+      // narrowed by its type code (CodeConditions).
+      return type == ::DeviceData::descriptor() ? Slot(::ConfigData::descriptor()) : OpenSlot();
+    }
+    Json value = Value(field);
+    if (!field->is_repeated()) return value;
+    return Json{{"type", "array"}, {"items", std::move(value)}};
+  }
+
+  Json Value(const pb::FieldDescriptor* field) {
+    switch (field->cpp_type()) {
+      case pb::FieldDescriptor::CPPTYPE_INT32:
+        return Integer(std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max());
+      case pb::FieldDescriptor::CPPTYPE_UINT32:
+        return Integer(0, std::numeric_limits<std::uint32_t>::max());
+      case pb::FieldDescriptor::CPPTYPE_INT64:
+        return Json{{"anyOf", Json::array({Json{{"type", "string"}, {"pattern", "^-?[0-9]+$"}},
+                                           Json{{"type", "integer"}}})}};
+      case pb::FieldDescriptor::CPPTYPE_UINT64:
+        return Json{{"anyOf", Json::array({Json{{"type", "string"}, {"pattern", "^[0-9]+$"}},
+                                           Json{{"type", "integer"}, {"minimum", 0}}})}};
+      case pb::FieldDescriptor::CPPTYPE_FLOAT:
+      case pb::FieldDescriptor::CPPTYPE_DOUBLE:
+        return Json{{"anyOf", Json::array({Json{{"type", "number"}},
+                                           Json{{"enum", Json::array({"NaN", "Infinity", "-Infinity"})}}})}};
+      case pb::FieldDescriptor::CPPTYPE_BOOL:
+        return Json{{"type", "boolean"}};
+      case pb::FieldDescriptor::CPPTYPE_ENUM: {
+        Json names = Json::array();
+        for (int i = 0; i < field->enum_type()->value_count(); ++i) names.push_back(field->enum_type()->value(i)->name());
+        // Enumerations are open: a number without a name is kept as it is.
+        return Json{{"anyOf", Json::array({Json{{"enum", std::move(names)}},
+                                           Integer(std::numeric_limits<std::int32_t>::min(),
+                                                   std::numeric_limits<std::int32_t>::max())})}};
+      }
+      case pb::FieldDescriptor::CPPTYPE_STRING:
+        if (field->type() == pb::FieldDescriptor::TYPE_BYTES) return Json{{"$ref", Ref(kBytes)}};
+        return Json{{"type", "string"}};
+      case pb::FieldDescriptor::CPPTYPE_MESSAGE:
+        Want(field->message_type());
+        return Json{{"$ref", Ref(field->message_type()->full_name())}};
+    }
+    return Json::object();
+  }
+
+  // Settings that are `record`: its object (with "@type"), or bytes.
+  Json Slot(const pb::Descriptor* record) {
+    Want(record);
+    Json object{{"$ref", Ref(record->full_name())}, {"required", Json::array({kTypeKey})}};
+    return Json{{"anyOf", Json::array({Json{{"$ref", Ref(kBytes)}}, std::move(object)})}};
+  }
+
+  Json OpenSlot() {
+    open_ = true;
+    return Json{{"anyOf", Json::array({Json{{"$ref", Ref(kBytes)}}, Json{{"$ref", Ref(kSettings)}}})}};
+  }
+
+  // For each code the pairing names for entries of `kind`: an entry of that
+  // code holds that record. A type code left out is 0, and means code 0.
+  Json CodeConditions(const pb::Descriptor* type, EntryKind kind) {
+    const pb::FieldDescriptor* code_field = type->FindFieldByName("type");
+    const pb::FieldDescriptor* config = type->FindFieldByName("config");
+    Json conditions = Json::array();
+    for (const auto& [key, record] : pairing_.entries()) {
+      if (key.first != kind || code_field == nullptr || config == nullptr) continue;
+      Json match;
+      if (code_field->enum_type() != nullptr) {
+        Json spellings = Json::array();
+        if (const pb::EnumValueDescriptor* value = code_field->enum_type()->FindValueByNumber(key.second)) {
+          spellings.push_back(value->name());
+        }
+        spellings.push_back(key.second);
+        match["enum"] = std::move(spellings);
+      } else {
+        match["const"] = key.second;
+      }
+      Json when{{"properties", Json{{code_field->json_name(), std::move(match)}}}};
+      if (key.second != 0) when["required"] = Json::array({code_field->json_name()});
+      conditions.push_back(
+          Json{{"if", std::move(when)}, {"then", Json{{"properties", Json{{config->json_name(), Slot(record)}}}}}});
+    }
+    return conditions;
+  }
+
+  // The settings of a code the pairing leaves open: any record of the
+  // library, by its "@type".
+  Json AnySettings() {
+    Json names = Json::array();
+    Json conditions = Json::array();
+    for (const std::string& name : RecordNames()) {
+      names.push_back(name);
+      conditions.push_back(Json{{"if", Json{{"properties", Json{{kTypeKey, Json{{"const", name}}}}}}},
+                                {"then", Json{{"$ref", Ref(name)}}}});
+    }
+    return Json{{"description", "Settings of a type code that no record is paired with: any record of the "
+                                "library, named by \"@type\" (pair the code to have it checked as that record)."},
+                {"type", "object"},
+                {"required", Json::array({kTypeKey})},
+                {"properties", Json{{kTypeKey, Json{{"enum", std::move(names)}}}}},
+                {"allOf", std::move(conditions)}};
+  }
+
+  std::string Description(const pb::Descriptor* type, const pb::FieldDescriptor* field) {
+    std::string kind;
+    if (internal::IsSlot(type, field)) {
+      kind = "settings: an object whose \"@type\" names the record " +
+             std::string(type == ::DeviceData::descriptor() ? "ConfigData" : "its entry's type code pairs") +
+             ", or its encoding in base64";
+    } else if (field->enum_type() != nullptr) {
+      kind = "enumeration " + field->enum_type()->full_name() + ": " + ValueList(field->enum_type());
+    } else if (field->message_type() != nullptr) {
+      kind = "record " + field->message_type()->full_name();
+    } else {
+      kind = field->type_name();
+    }
+    // Input.type and Output.type are numbers whose names are an enumeration.
+    EntryKind entry;
+    if (field->name() == "type" && field->enum_type() == nullptr && internal::EntryKindOf(type, &entry) &&
+        TypeCodeNames(entry) != nullptr) {
+      kind += ", a value of " + TypeCodeNames(entry)->full_name() + ": " + ValueList(TypeCodeNames(entry));
+    }
+    std::string about = "Field " + std::to_string(field->number()) + ", " + (field->is_repeated() ? "list of " : "") +
+                        kind + ".";
+    if (field->json_name() != field->name()) about += " Also spelt \"" + field->name() + "\".";
+    return Joined(internal::CommentOf(field), about);
+  }
+
+  const PairingCatalogue& pairing_;
+  Json definitions_ = Json::object();
+  std::set<const pb::Descriptor*> wanted_;
+  std::deque<const pb::Descriptor*> pending_;
+  bool open_ = false;
+  bool all_wanted_ = false;
+};
+
+}  // namespace
+
+std::string JsonSchemaText(const pb::Descriptor* record, const JsonSchemaOptions& options) {
+  if (record == nullptr) throw Error("", "no record given for the JSON Schema");
+  return SchemaWriter(options.pairing).Document(record).dump(options.indent);
+}
+
+}  // namespace gcuschema::document

@@ -1,0 +1,91 @@
+// Settings that hold settings again: every reader stops at one depth of
+// `config` and says so, instead of recursing until the stack runs out.
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/document/diff.h>
+#include <gcuschema/document/error.h>
+#include <gcuschema/document/inspect.h>
+#include <gcuschema/document/lint.h>
+
+#include "support/nesting.h"
+
+namespace gcuschema::document {
+namespace {
+
+using test::Nesting;
+using test::NestedConfig;
+using test::NestingName;
+
+constexpr int kDeepest = 16;
+constexpr char kDepthMessage[] = "nested deeper than 16 levels";
+
+PairingCatalogue PairedFor(const Nesting& nesting) {
+  PairingCatalogue pairing = PairingCatalogue::Standard();
+  pairing.Apply(nesting.pairing);
+  return pairing;
+}
+
+ConfigData Nested(const Nesting& nesting, int levels) {
+  ConfigData config;
+  EXPECT_TRUE(config.ParseFromString(NestedConfig(nesting, levels)));
+  return config;
+}
+
+// The message of the Error `run` throws, or "" when it throws none.
+std::string ErrorOf(const std::function<void()>& run) {
+  try {
+    run();
+  } catch (const Error& e) {
+    EXPECT_FALSE(e.where().empty()) << e.what();
+    return e.message();
+  }
+  return "";
+}
+
+class ConfigDepthTest : public ::testing::TestWithParam<Nesting> {};
+
+TEST_P(ConfigDepthTest, LintReadsSixteenLevelsAndRefusesTheSeventeenth) {
+  const PairingCatalogue pairing = PairedFor(GetParam());
+  EXPECT_EQ(ErrorOf([&] { Lint(Nested(GetParam(), kDeepest), {pairing}); }), "");
+  EXPECT_NE(ErrorOf([&] { Lint(Nested(GetParam(), kDeepest + 1), {pairing}); }).find(kDepthMessage),
+            std::string::npos);
+}
+
+TEST_P(ConfigDepthTest, TenThousandLevelsAreAnErrorNamingTheDepthInLint) {
+  const ConfigData config = Nested(GetParam(), 10000);
+  const std::string message = ErrorOf([&] { Lint(config, {PairedFor(GetParam())}); });
+  EXPECT_NE(message.find(kDepthMessage), std::string::npos) << message;
+}
+
+TEST_P(ConfigDepthTest, TenThousandLevelsAreAnErrorNamingTheDepthInInspect) {
+  const ConfigData config = Nested(GetParam(), 10000);
+  const std::string message = ErrorOf([&] { Inspect(config, PairedFor(GetParam())); });
+  EXPECT_NE(message.find(kDepthMessage), std::string::npos) << message;
+  EXPECT_EQ(ErrorOf([&] { Inspect(Nested(GetParam(), kDeepest), PairedFor(GetParam())); }), "");
+}
+
+TEST_P(ConfigDepthTest, TenThousandLevelsAreAnErrorNamingTheDepthInDiff) {
+  const PairingCatalogue pairing = PairedFor(GetParam());
+  const ConfigData deep = Nested(GetParam(), 10000);
+  // Compared level by level down to where the two part...
+  const std::string changed = ErrorOf([&] { Diff(deep, Nested(GetParam(), 9998), pairing); });
+  EXPECT_NE(changed.find(kDepthMessage), std::string::npos) << changed;
+  // ...or shown whole where one side has an entry the other lacks.
+  const std::string removed = ErrorOf([&] { Diff(deep, ConfigData(), pairing); });
+  EXPECT_NE(removed.find(kDepthMessage), std::string::npos) << removed;
+  // Equal bytes need no reading at all.
+  EXPECT_TRUE(Diff(deep, deep, pairing).empty());
+  EXPECT_EQ(ErrorOf([&] { Diff(Nested(GetParam(), kDeepest), Nested(GetParam(), kDeepest - 2), pairing); }), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ConfigDepthTest,
+                         ::testing::Values(test::kInputHoldsConfig, test::kInputHoldsDevice,
+                                           test::kDriverHoldsConfig),
+                         [](const ::testing::TestParamInfo<Nesting>& info) { return NestingName(info.param); });
+
+}  // namespace
+}  // namespace gcuschema::document
