@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/memory_bounds.h"
 #include "support/process.h"
 #include "support/sample_bytes.h"
 #include "support/tool_scratch.h"
@@ -62,6 +63,7 @@ TEST(ToolJsonTest, JsonNamesByDefaultSchemaNamesOnRequest) {
 }
 
 TEST(ToolJsonTest, ListsOfListsAreRefusedAtTheFirstBracketWithoutBeingHeld) {
+  if (!GCUSCHEMA_MEMORY_BOUNDS_HOLD) GTEST_SKIP() << "memory bounds do not hold under a sanitizer";
   // 50 MB of '[' under an input field, read with 200 MB of address space
   // beyond the input itself: nothing of it is held.
   ScratchDir dir;
@@ -88,6 +90,22 @@ TEST(ToolJsonTest, NanThatTextCannotSpellIsRefusedNamingTheField) {
   const ProcessResult json = RunTool({"decode"}, bytes);
   ASSERT_EQ(json.exit_status, 0) << json.err;
   EXPECT_TRUE(RunTool({"encode"}, json.out).out == bytes);
+}
+
+TEST(ToolJsonTest, DecodeHoldsAtMostFourTimesItsInputAndOutput) {
+  if (!GCUSCHEMA_MEMORY_BOUNDS_HOLD) GTEST_SKIP() << "memory bounds do not hold under a sanitizer";
+  // About 12 MB encoded: large enough that the libraries' own memory is
+  // a small part of what the run holds.
+  ScratchDir dir;
+  const std::string input = dir.Put("large.bin", SampleBytes("ConfigData", 100000, 2));
+  for (const char* expand : {"--no-expand", "--pair=input:5=AdcSwitchConfiguration"}) {
+    SCOPED_TRACE(expand);
+    const ProcessResult result = RunTool({"decode", expand, "-j", "1", input, "-o", dir.File("large.json")});
+    ASSERT_EQ(result.exit_status, 0) << result.err;
+    const long in_and_out_kb =
+        static_cast<long>((ReadFileBytes(input).size() + ReadFileBytes(dir.File("large.json")).size()) / 1024);
+    EXPECT_LE(result.max_rss_kb, 4 * in_and_out_kb) << "input and output: " << in_and_out_kb << " KiB";
+  }
 }
 
 }  // namespace
