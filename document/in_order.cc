@@ -9,8 +9,9 @@
 namespace gcuschema::document::internal {
 
 int ThreadCount(int threads) {
-  if (threads > 0) return threads;
-  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  // More threads than cores gain nothing and hold more chunks at once.
+  const int cores = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  return threads > 0 ? std::min(threads, cores) : cores;
 }
 
 void MakeInOrder(int count, int threads, int chunk,

@@ -7,8 +7,8 @@
 
 namespace gcuschema::document::internal {
 
-// How many threads a caller's `threads` option means: 0 one per core, at
-// least 1.
+// How many threads a caller's `threads` option means: 0 one per core, and
+// never more than one per core.
 int ThreadCount(int threads);
 
 // Makes the text of items [0, count) in chunks of `chunk` items, one chunk

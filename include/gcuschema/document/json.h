@@ -35,7 +35,7 @@ struct JsonWriteOptions {
   // Spaces per level of nesting; 0 writes everything on one line.
   int indent = 2;
   // Large lists of records are written by up to this many threads (0: one
-  // per core). The output never depends on it.
+  // per core; never more than one per core). The output never depends on it.
   int threads = 1;
 };
 

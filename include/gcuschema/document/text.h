@@ -20,7 +20,8 @@ GCUSCHEMA_DOCUMENT_API std::string ToText(const google::protobuf::Message& recor
 
 struct TextWriteOptions {
   // The elements of large lists of records are printed by up to this many
-  // threads (0: one per core). The text never depends on it.
+  // threads (0: one per core; never more than one per core). The text never
+  // depends on it.
   int threads = 1;
 };
 
