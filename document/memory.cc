@@ -1,11 +1,22 @@
 #include <gcuschema/document/memory.h>
 
+#if !defined(_WIN32)
 #include <sys/mman.h>
+#endif
 
 #include <cstdint>
 #include <cstdlib>
 
 namespace gcuschema::document {
+
+#if defined(_WIN32)
+
+// Windows: plain heap blocks of any size.
+void* AllocateBlock(std::size_t size) { return std::malloc(size); }
+
+void FreeBlock(void* block, std::size_t) { std::free(block); }
+
+#else
 
 void* AllocateBlock(std::size_t size) {
   if (size < kLargeBlockSize) return std::malloc(size);
@@ -31,6 +42,8 @@ void FreeBlock(void* block, std::size_t size) {
     ::munmap(block, size);
   }
 }
+
+#endif
 
 google::protobuf::ArenaOptions LargeDocumentArenaOptions() {
   google::protobuf::ArenaOptions options;

@@ -9,10 +9,11 @@
 
 namespace gcuschema::document {
 
-// Blocks for large outputs and arenas. From kLargeBlockSize on a block is
-// mapped on its own, starting on a huge page boundary and offered to the
-// kernel for huge pages, so a document of tens of megabytes costs a few
-// page faults instead of one per 4 KiB; smaller blocks come from the heap.
+// Blocks for large outputs and arenas. On Linux, from kLargeBlockSize on a
+// block is mapped on its own, starting on a huge page boundary and offered
+// to the kernel for huge pages, so a document of tens of megabytes costs a
+// few page faults instead of one per 4 KiB; smaller blocks, and every block
+// on Windows, come from the heap.
 inline constexpr std::size_t kLargeBlockSize = 2 * 1024 * 1024;
 
 // Uninitialized memory of `size` bytes, or null when there is none.
