@@ -1,9 +1,9 @@
 // The schema library as a host loads it at run time: loading it registers
 // every schema file with the protobuf runtime, a record made through the
 // runtime's factory encodes to the bytes the records are specified to write,
-// and the library unloads and loads again. This program links neither the
-// library nor the runtime: what the probe finds in the runtime, the library
-// put there while loading.
+// and (on Windows) the library unloads and loads again. This program links
+// neither the library nor the runtime: what the probe finds in the runtime,
+// the library put there while loading.
 #if defined(_WIN32)
 #include <windows.h>
 #else
@@ -98,20 +98,33 @@ TEST(LibraryLoadTest, LoadingRegistersEveryFileAndTheFactoryMakesRecordsThatEnco
   ExpectEverythingRegistered(report);
 }
 
+#if defined(_WIN32)
 TEST(LibraryLoadTest, UnloadedLibraryLoadsAgainAndRegistersAgain) {
   GcuSchemaProbeReport first;
   LoadRunAndUnload(&first);
   ExpectEverythingRegistered(first);
   EXPECT_FALSE(IsLoaded(GCUSCHEMA_LIBRARY)) << "the library stayed loaded";
-#if defined(GCUSCHEMA_RUNTIME_MODULE)
   // The runtime came with the library and went with it: the second load
   // registers every file anew in a fresh runtime.
   EXPECT_FALSE(IsLoaded(GCUSCHEMA_RUNTIME_MODULE)) << "the protobuf runtime stayed loaded";
-#endif
 
   GcuSchemaProbeReport second;
   LoadRunAndUnload(&second);
   ExpectEverythingRegistered(second);
 }
+#else
+// On Linux the protobuf runtime, once loaded, stays (its unique symbols make
+// it undeletable) and keeps what the first load registered: loading the
+// library a second time is the runtime's fatal error. Hosts load it once.
+TEST(LibraryLoadDeathTest, SecondLoadIntoTheRuntimeThatStayedIsFatal) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  auto load_twice = [] {
+    GcuSchemaProbeReport report;
+    LoadRunAndUnload(&report);
+    LoadRunAndUnload(&report);
+  };
+  EXPECT_DEATH(load_twice(), "File already exists in database: AdcConfiguration.proto");
+}
+#endif
 
 }  // namespace
