@@ -1,9 +1,9 @@
 // The schema library as a host loads it at run time: loading it registers
 // every schema file with the protobuf runtime, a record made through the
-// runtime's factory encodes to the bytes the records are specified to write,
-// and (on Windows) the library unloads and loads again. This program links
-// neither the library nor the runtime: what the probe finds in the runtime,
-// the library put there while loading.
+// runtime's factory encodes to the bytes written out below (on Linux and on
+// Windows alike), and on Windows the library unloads and loads again. This
+// program links neither the library nor the runtime: what the probe finds in
+// the runtime, the library put there while loading.
 #if defined(_WIN32)
 #include <windows.h>
 #else
@@ -90,7 +90,7 @@ void ExpectEverythingRegistered(const GcuSchemaProbeReport& report) {
   EXPECT_EQ(encoding, kSampleEncoding);
 }
 
-TEST(LibraryLoadTest, LoadingRegistersEveryFileAndTheFactoryMakesRecordsThatEncodeAsSpecified) {
+TEST(LibraryLoadTest, LoadingRegistersEveryFileAndAFactoryRecordEncodesToTheExpectedBytes) {
   ASSERT_EQ(std::size(kSchemaFileList), 35u);
   ASSERT_FALSE(IsLoaded(GCUSCHEMA_LIBRARY)) << "this program must not link the library";
   GcuSchemaProbeReport report;
