@@ -12,23 +12,27 @@ install(TARGETS gcuschema gcuschema_document EXPORT GcuSchemaTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/gcuschema COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS gcuschema_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
-
-# The tool's man page, made by help2man from the help texts when installing
-# (the build itself needs no help2man), and its bash completion.
-find_program(GCUSCHEMA_HELP2MAN help2man)
-set(GCUSCHEMA_MAN_PAGE "${CMAKE_CURRENT_BINARY_DIR}/man/gcuschema.1")
-install(CODE "
-  execute_process(COMMAND \"${CMAKE_COMMAND}\" -DTOOL=$<TARGET_FILE:gcuschema_tool>
-                          -DHELP2MAN=${GCUSCHEMA_HELP2MAN} -DOUT=${GCUSCHEMA_MAN_PAGE}
-                          -P ${CMAKE_CURRENT_SOURCE_DIR}/cmake/GcuSchemaManPage.cmake
-                  RESULT_VARIABLE rc)
-  if(NOT rc EQUAL 0)
-    message(FATAL_ERROR \"the man page of gcuschema could not be made\")
-  endif()" COMPONENT runtime)
-install(FILES "${GCUSCHEMA_MAN_PAGE}" DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
-install(FILES tools/gcuschema/gcuschema.bash-completion RENAME gcuschema
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+if(TARGET gcuschema_tool)
+  install(TARGETS gcuschema_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+endif()
+# The man page is made by running the tool, which a cross build cannot.
+if(TARGET gcuschema_tool AND NOT CMAKE_CROSSCOMPILING)
+  # The tool's man page, made by help2man from the help texts when installing
+  # (the build itself needs no help2man), and its bash completion.
+  find_program(GCUSCHEMA_HELP2MAN help2man)
+  set(GCUSCHEMA_MAN_PAGE "${CMAKE_CURRENT_BINARY_DIR}/man/gcuschema.1")
+  install(CODE "
+    execute_process(COMMAND \"${CMAKE_COMMAND}\" -DTOOL=$<TARGET_FILE:gcuschema_tool>
+                            -DHELP2MAN=${GCUSCHEMA_HELP2MAN} -DOUT=${GCUSCHEMA_MAN_PAGE}
+                            -P ${CMAKE_CURRENT_SOURCE_DIR}/cmake/GcuSchemaManPage.cmake
+                    RESULT_VARIABLE rc)
+    if(NOT rc EQUAL 0)
+      message(FATAL_ERROR \"the man page of gcuschema could not be made\")
+    endif()" COMPONENT runtime)
+  install(FILES "${GCUSCHEMA_MAN_PAGE}" DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+  install(FILES tools/gcuschema/gcuschema.bash-completion RENAME gcuschema
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+endif()
 install(DIRECTORY include/gcuschema DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         COMPONENT development FILES_MATCHING PATTERN "*.h")
 install(FILES ${GCUSCHEMA_PROTOS} DESTINATION ${CMAKE_INSTALL_DATADIR}/gcuschema/proto

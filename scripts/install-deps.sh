@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the tools need, and
 # only those that are missing. Uses sudo when not run as root.
+# `install-deps.sh windows`: what the Windows build adds (the MinGW-w64 cross
+# compiler, Wine to run its programs, dpkg-dev to unpack Debian sources).
 set -euo pipefail
 
 packages=(
@@ -13,6 +15,9 @@ packages=(
   help2man
   clang-14 libclang-rt-14-dev llvm-14
 )
+if [ "${1:-}" = windows ]; then
+  packages=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 dpkg-dev)
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -3,8 +3,6 @@
 // unit hands to the runtime's version check, an enumeration descriptor asked
 // for before anything else of its file was used, and the two CAN coding
 // enumerations that give the number 5 different meanings.
-#include <dlfcn.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -21,6 +19,7 @@
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/runtime_check.h>
 
+#include "support/loaded_library.h"
 #include "support/schema_files.h"
 
 namespace gcuschema::test {
@@ -60,14 +59,7 @@ TEST(FrameEdgeCasesTest, PoolFindsATopLevelAndANestedRecordByRegisteredName) {
 // The path of the shared library that holds the schema units, found through
 // the address of one unit's registration record (looked up at run time, so
 // it is the library's own object and not a copy in this program).
-std::string LibraryPath() {
-  const void* registration = RegistrationOf("Config.proto");
-  Dl_info info{};
-  if (registration == nullptr || dladdr(registration, &info) == 0 || info.dli_fname == nullptr) {
-    return std::string();
-  }
-  return info.dli_fname;
-}
+std::string LibraryPath() { return ModuleFileOf(RegistrationOf("Config.proto")); }
 
 // Each unit's load-time check hands the runtime its own generated source
 // path, which is what the runtime's version error names. The path of every

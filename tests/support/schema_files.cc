@@ -1,8 +1,7 @@
 #include "support/schema_files.h"
 
-#include <dlfcn.h>
-
 #include "schema_file_list.h"
+#include "support/loaded_library.h"
 
 namespace gcuschema::test {
 namespace {
@@ -54,8 +53,7 @@ const std::vector<std::string>& SchemaFiles() {
 
 const google::protobuf::internal::DescriptorTable* RegistrationOf(const std::string& file) {
   const std::string symbol = "descriptor_table_" + SymbolStem(file);
-  return static_cast<const google::protobuf::internal::DescriptorTable*>(
-      dlsym(RTLD_DEFAULT, symbol.c_str()));
+  return static_cast<const google::protobuf::internal::DescriptorTable*>(LibraryExport(symbol));
 }
 
 std::vector<const Descriptor*> AllRecords() {
