@@ -7,6 +7,7 @@
 #include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/document/error.h>
 
+#include "field_path.h"
 #include "field_values.h"
 
 namespace gcuschema::document::internal {
@@ -105,13 +106,13 @@ void CalibrationLimits::Check(const pb::FieldDescriptor* list, int index, const 
     return;
   }
   const pb::Message& limit_entry = limits_.GetReflection()->GetRepeatedMessage(limits_, entry.limits_list, matched);
-  const std::string source = "the template's " + entry.limits_list->name() + "[" + std::to_string(matched) + "]";
+  const std::string source = "the template's " + IndexPath(entry.limits_list->name(), matched);
   for (const Bound& bound : entry.bounds) {
     const std::int64_t limit = IntegerAt(limit_entry, bound.limit, 0);
     if (limit == 0) continue;
     const std::int64_t value = IntegerAt(value_entry, bound.value, 0);
     if (bound.upper ? value <= limit : value >= limit) continue;
-    emit(Finding{path + "." + bound.value->name(), Severity::kError, "out-of-limits",
+    emit(Finding{JoinPath(path, bound.value->name()), Severity::kError, "out-of-limits",
                  bound.value->name() + " " + std::to_string(value) + " is " + (bound.upper ? "above " : "below ") +
                      bound.limit->name() + " " + std::to_string(limit) + " of " + source + named +
                      "; calibrate the channel again or correct the template"});

@@ -23,6 +23,7 @@
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/document/error.h>
 
+#include "field_path.h"
 #include "config_slots.h"
 
 namespace gcuschema::document {
@@ -69,8 +70,8 @@ struct Place {
   int depth = 0;
 
   Place Field(const pb::FieldDescriptor* field, int index) const {
-    Place inner{path.empty() ? field->name() : path + "." + field->name(), depth};
-    if (index >= 0) inner.path += "[" + std::to_string(index) + "]";
+    Place inner{internal::JoinPath(path, field->name()), depth};
+    if (index >= 0) inner.path = internal::IndexPath(inner.path, index);
     return inner;
   }
 };
@@ -221,15 +222,11 @@ class Collector : public MessageDifferencer::Reporter {
 
   static std::string Step(const SpecificField& step, int position) {
     if (step.field == nullptr) return "#" + std::to_string(step.unknown_field_number);
-    std::string out = step.field->name();
-    if (step.field->is_repeated() && position >= 0) out += "[" + std::to_string(position) + "]";
-    return out;
+    if (step.field->is_repeated() && position >= 0) return internal::IndexPath(step.field->name(), position);
+    return step.field->name();
   }
 
-  std::string Join(const std::string& path, const std::string& step) const {
-    if (path.empty()) return step;
-    return path + "." + step;
-  }
+  std::string Join(const std::string& path, const std::string& step) const { return internal::JoinPath(path, step); }
 
   // `a` and `b` are the records holding the last field of `path`, in the
   // first and the second document.
@@ -455,7 +452,7 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
                   const std::vector<std::int64_t>& keys_b, const std::unordered_map<std::int64_t, int>& in_a,
                   const std::unordered_map<std::int64_t, int>& in_b, const std::string& prefix,
                   const PairingCatalogue& pairing, int depth, std::vector<Difference>* out) {
-  const std::string name = prefix.empty() ? list->name() : prefix + "." + list->name();
+  const std::string name = internal::JoinPath(prefix, list->name());
   const pb::Reflection* ra = a.GetReflection();
   const pb::Reflection* rb = b.GetReflection();
   Differ elements(pairing, std::string(), depth, out);
@@ -465,7 +462,7 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
     const pb::Message& element_a = ra->GetRepeatedMessage(a, list, static_cast<int>(i));
     auto match = in_b.find(keys_a[i]);
     if (match == in_b.end()) {
-      const std::string at = name + "[" + std::to_string(i) + "]";
+      const std::string at = internal::IndexPath(name, static_cast<int>(i));
       out->push_back(Difference{Difference::Kind::kRemoved, at, FormatMessage(element_a, pairing, Place{at, depth}),
                                 std::string()});
       continue;
@@ -473,12 +470,12 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
     const pb::Message& element_b = rb->GetRepeatedMessage(b, list, match->second);
     // Most entries are unchanged: equal encodings are equal records.
     if (element_a.SerializeAsString() == element_b.SerializeAsString()) continue;
-    elements.collector().set_prefix(name + "[" + std::to_string(match->second) + "]");
+    elements.collector().set_prefix(internal::IndexPath(name, match->second));
     elements.differencer().Compare(element_a, element_b);
   }
   for (std::size_t j = 0; j < keys_b.size(); ++j) {
     if (in_a.count(keys_b[j]) != 0) continue;
-    const std::string at = name + "[" + std::to_string(j) + "]";
+    const std::string at = internal::IndexPath(name, static_cast<int>(j));
     out->push_back(Difference{Difference::Kind::kAdded, at, std::string(),
                               FormatMessage(rb->GetRepeatedMessage(b, list, static_cast<int>(j)), pairing,
                                             Place{at, depth})});

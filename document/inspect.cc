@@ -19,6 +19,7 @@
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
 
+#include "field_path.h"
 #include "config_slots.h"
 
 namespace gcuschema::document {
@@ -55,10 +56,10 @@ void Indent(std::ostream& out, const std::string& text, const std::string& inden
   while (std::getline(lines, line)) out << indent << line << '\n';
 }
 
-std::string Join(const std::string& path, const std::string& name) { return path.empty() ? name : path + "." + name; }
+std::string Join(const std::string& path, const std::string& name) { return internal::JoinPath(path, name); }
 
 std::string Indexed(const std::string& path, const std::string& name, int index) {
-  return Join(path, name) + "[" + std::to_string(index) + "]";
+  return internal::IndexPath(internal::JoinPath(path, name), index);
 }
 
 // Where a record stands: its path and the levels of `config` above it.
@@ -123,7 +124,7 @@ void ByType(std::ostream& out, const pb::RepeatedPtrField<Entry>& entries, const
     Tally& tally = tallies[entry.type()];
     ++tally.count;
     tally.settings += entry.config().size();
-    const Place at{list.path + "[" + std::to_string(i) + "].config", list.depth};
+    const Place at{internal::JoinPath(internal::IndexPath(list.path, i), "config"), list.depth};
     if (!SlotReadable(entry, config, pairing, at)) ++tally.unreadable;
   }
   for (const auto& [code, tally] : tallies) {

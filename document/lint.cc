@@ -19,6 +19,7 @@
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/document/error.h>
 
+#include "field_path.h"
 #include "calibration_limits.h"
 #include "config_slots.h"
 #include "field_values.h"
@@ -161,12 +162,10 @@ const Rules& RulesFor(const pb::Descriptor* type) {
   return rules;
 }
 
-std::string Join(const std::string& path, const std::string& name) {
-  return path.empty() ? name : path + "." + name;
-}
+std::string Join(const std::string& path, const std::string& name) { return internal::JoinPath(path, name); }
 
 std::string Indexed(const std::string& path, const std::string& name, int index) {
-  return Join(path, name) + "[" + std::to_string(index) + "]";
+  return internal::IndexPath(internal::JoinPath(path, name), index);
 }
 
 // "Units.Pressure (kPa = 0, Bar = 1, mBar = 2)", the list left out when long.
