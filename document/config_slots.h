@@ -48,12 +48,11 @@ inline bool EntryKindOf(const google::protobuf::Descriptor* type, EntryKind* kin
   return true;
 }
 
-// An entry's type code, whatever the field's integer kind (int32 for
-// inputs, outputs and handlers, an enumeration for maps, uint32 for
-// drivers).
-inline int EntryTypeCode(const google::protobuf::Message& entry) {
-  const google::protobuf::FieldDescriptor* field = entry.GetDescriptor()->FindFieldByName("type");
-  const google::protobuf::Reflection* reflection = entry.GetReflection();
+// An entry's type code read from its `type` field (`field`, as found once
+// by the caller), whatever the field's integer kind: int32 for inputs,
+// outputs and handlers, an enumeration for maps, uint32 for drivers.
+inline int TypeCodeIn(const google::protobuf::Message& entry, const google::protobuf::Reflection* reflection,
+                      const google::protobuf::FieldDescriptor* field) {
   if (field == nullptr) return 0;
   switch (field->cpp_type()) {
     case google::protobuf::FieldDescriptor::CPPTYPE_INT32: return reflection->GetInt32(entry, field);
@@ -62,6 +61,11 @@ inline int EntryTypeCode(const google::protobuf::Message& entry) {
     case google::protobuf::FieldDescriptor::CPPTYPE_ENUM: return reflection->GetEnumValue(entry, field);
     default: return 0;
   }
+}
+
+// An entry's type code.
+inline int EntryTypeCode(const google::protobuf::Message& entry) {
+  return TypeCodeIn(entry, entry.GetReflection(), entry.GetDescriptor()->FindFieldByName("type"));
 }
 
 // The `config` bytes field of a record that carries another record in it

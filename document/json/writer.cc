@@ -372,12 +372,7 @@ const pb::Message* JsonWriter::Expanded(const pb::Message& holder, const pb::Ref
                                         const RecordPlan& plan, const FieldPlan& field, int config_depth) {
   const pb::Descriptor* type = nullptr;
   if (plan.entry) {
-    const int code = plan.type_code->cpp_type() == FieldDescriptor::CPPTYPE_ENUM
-                         ? reflection->GetEnumValue(holder, plan.type_code)
-                     : plan.type_code->cpp_type() == FieldDescriptor::CPPTYPE_UINT32
-                         ? static_cast<int>(reflection->GetUInt32(holder, plan.type_code))
-                         : reflection->GetInt32(holder, plan.type_code);
-    type = pairing_.Find(plan.kind, code);
+    type = pairing_.Find(plan.kind, TypeCodeIn(holder, reflection, plan.type_code));
   } else {
     type = HeldRecord(holder, pairing_);
   }
