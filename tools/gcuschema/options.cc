@@ -37,7 +37,8 @@ unsigned CoreCount() { return std::max(1u, std::thread::hardware_concurrency());
 void TypeOption::AddTo(CLI::App* command) {
   option = command
       ->add_option("-t,--type", name,
-                   "Record the document holds (see `gcuschema schemas`)")
+                   "Record the document holds (see `gcuschema schemas`); without it, JSON that "
+                   "names its record in a leading \"@type\" is read as that record")
       ->type_name("RECORD")
       ->capture_default_str();
 }
