@@ -1,10 +1,9 @@
 // fuzz_expand: bytes decoded as a ConfigData, DeviceData or CalibrationData
 // (the first byte chooses) and shown as expanded JSON. Whenever that works,
-// collapsing the JSON (as a tree and as text) and encoding gives bytes that
-// decode to the same JSON, and exactly the input whenever the input was
-// canonical (parsing and encoding it reproduces it) and every float and
-// double of the document can be spelled in JSON. The companion library's
-// decoder must accept exactly what the runtime accepts.
+// reading the JSON back and encoding gives bytes that decode to the same
+// JSON, and exactly the input whenever the input was canonical (parsing and
+// encoding it reproduces it). The companion library's decoder must accept
+// exactly what the runtime accepts.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
