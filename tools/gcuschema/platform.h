@@ -59,8 +59,8 @@ class OutputFile {
     // there (or of a new file), renamed over `path` by Commit(). Its name
     // tells which host and process write it, so that a later run can
     // recognise one left by a process that no longer runs (killed
-    // outright) and remove it; an interrupt (SIGINT, SIGTERM, SIGHUP)
-    // removes it at once.
+    // outright) and remove it; an interrupt (SIGINT, SIGTERM, SIGHUP; on
+    // Windows Ctrl-C, Ctrl-Break, the console closed) removes it at once.
     kTemporary,
   };
   OutputFile(Way way, const std::string& path, const std::string& name);
