@@ -110,10 +110,11 @@ fuzz-seeds: $(FUZZ_DIR)/build.ninja
 	cmake --build $(FUZZ_DIR) -j $(JOBS) --target gcuschema_fuzz_seeds
 	$(FUZZ_DIR)/fuzz/gcuschema_fuzz_seeds fuzz
 
-# Windows: gcuschema.dll, gcuschema_document.dll, their import libraries and
-# the tests, cross-built with MinGW-w64 into build-windows/ against a protobuf
-# runtime and GoogleTest cross-built from Debian's sources (cached in
-# build-windows/_deps), and run under Wine.
+# Windows: gcuschema.dll, gcuschema_document.dll, their import libraries,
+# gcuschema.exe and the tests, cross-built with MinGW-w64 into build-windows/
+# against a protobuf runtime, {fmt} and GoogleTest cross-built from Debian's
+# sources (cached in build-windows/_deps), and run under Wine; the tool's
+# output there is compared with the Linux tool's.
 WINDOWS_DIR ?= build-windows
 WINDOWS_DEPS = $(WINDOWS_DIR)/_deps
 
@@ -129,13 +130,15 @@ $(WINDOWS_DIR)/build.ninja: | windows-runtime
 	cmake -S . -B $(WINDOWS_DIR) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
 	  -DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/mingw-w64-x86_64.cmake \
 	  -DCMAKE_FIND_ROOT_PATH=$(abspath $(WINDOWS_DEPS))/windows \
-	  -DCMAKE_FIND_PACKAGE_PREFER_CONFIG=ON
+	  -DCMAKE_FIND_PACKAGE_PREFER_CONFIG=ON \
+	  -DGCUSCHEMA_LINUX_TOOL=$(abspath $(TOOL))
 
 windows: windows-runtime $(WINDOWS_DIR)/build.ninja
 	cmake --build $(WINDOWS_DIR) -j $(JOBS)
 
 # Each test program runs whole under Wine; the last line counts their tests.
-test-windows: windows
+test-windows: windows configure
+	cmake --build $(BUILD_DIR) -j $(JOBS) --target gcuschema_tool
 	rm -rf $(WINDOWS_DIR)/gtest-results
 	cd $(WINDOWS_DIR) && ctest --output-on-failure -j $(JOBS)
 	@cmake -DDIR=$(WINDOWS_DIR)/gtest-results -P tests/windows/summary.cmake

@@ -25,6 +25,7 @@
 
 #include "field_path.h"
 #include "config_slots.h"
+#include "text_numbers.h"
 
 namespace gcuschema::document {
 namespace {
@@ -96,7 +97,9 @@ std::string FormatSlot(const pb::Message& holder, const pb::FieldDescriptor* fie
 // "1.5"; a NaN with its bits, which tell one NaN from another.
 template <typename Float, typename Bits>
 std::string FormatFloat(Float value) {
-  if (!std::isnan(value)) return std::is_same_v<Float, float> ? pb::SimpleFtoa(value) : pb::SimpleDtoa(value);
+  if (!std::isnan(value)) {
+    return std::is_same_v<Float, float> ? internal::SpellFloat(value) : internal::SpellDouble(value);
+  }
   Bits bits;
   std::memcpy(&bits, &value, sizeof bits);
   char text[2 * sizeof bits + 1];

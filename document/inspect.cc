@@ -21,6 +21,7 @@
 
 #include "field_path.h"
 #include "config_slots.h"
+#include "text_numbers.h"
 
 namespace gcuschema::document {
 namespace {
@@ -336,8 +337,10 @@ void Calibration(std::ostream& out, const pb::Message& record) {
 // `config` shown as the record they read as.
 void Fields(std::ostream& out, const pb::Message& record, const PairingCatalogue& pairing) {
   out << record.GetDescriptor()->full_name() << ": " << ByteCount(record.ByteSizeLong()) << '\n';
+  pb::TextFormat::Printer printer;
+  internal::SpellNumbersPortably(&printer);
   std::string text;
-  pb::TextFormat::PrintToString(record, &text);
+  printer.PrintToString(record, &text);
   Indent(out, text, "  ");
   const pb::FieldDescriptor* config = record.GetDescriptor()->FindFieldByName("config");
   const pb::Descriptor* held = internal::SlotRecord(record, config, pairing);
@@ -350,7 +353,7 @@ void Fields(std::ostream& out, const pb::Message& record, const PairingCatalogue
   }
   if (!Readable(*settings, pairing, Place{"config", 1})) out << "  settings inside config do not read\n";
   out << "  config as " << held->full_name() << ":\n";
-  pb::TextFormat::PrintToString(*settings, &text);
+  printer.PrintToString(*settings, &text);
   Indent(out, text, "    ");
 }
 

@@ -19,6 +19,7 @@
 #include "in_order.h"
 #include "json/spelling.h"
 #include "suggest.h"
+#include "text_numbers.h"
 
 namespace gcuschema::document {
 namespace {
@@ -255,10 +256,12 @@ void PrintShared(const pb::Message& record, const Sink& sink, int threads) {
   reflection->ListFields(record, &fields);
   std::unique_ptr<pb::Message> alone(record.New());
   const pb::Reflection* alone_reflection = alone->GetReflection();
+  pb::TextFormat::Printer alone_printer;
+  internal::SpellNumbersPortably(&alone_printer);
   std::string text;
   auto print_alone = [&] {
     text.clear();
-    pb::TextFormat::PrintToString(*alone, &text);
+    alone_printer.PrintToString(*alone, &text);
     sink(text);
     alone->Clear();
   };
@@ -266,7 +269,10 @@ void PrintShared(const pb::Message& record, const Sink& sink, int threads) {
     const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 0;
     if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE && count >= kSharedFrom) {
       std::vector<pb::TextFormat::Printer> printers(static_cast<std::size_t>(threads));
-      for (pb::TextFormat::Printer& printer : printers) printer.SetInitialIndentLevel(1);
+      for (pb::TextFormat::Printer& printer : printers) {
+        printer.SetInitialIndentLevel(1);
+        internal::SpellNumbersPortably(&printer);
+      }
       const std::string open = field->name() + " {\n";
       internal::MakeInOrder(
           count, threads, kSharedChunk,
@@ -296,8 +302,10 @@ void PrintShared(const pb::Message& record, const Sink& sink, int threads) {
 
 std::string ToText(const pb::Message& record) {
   RefuseUnspellableNan(record);
+  pb::TextFormat::Printer printer;
+  internal::SpellNumbersPortably(&printer);
   std::string out;
-  pb::TextFormat::PrintToString(record, &out);
+  printer.PrintToString(record, &out);
   return out;
 }
 
@@ -309,7 +317,9 @@ void WriteText(const pb::Message& record, const Sink& sink, const TextWriteOptio
     return;
   }
   SinkStream stream(sink);
-  pb::TextFormat::Printer().Print(record, &stream);
+  pb::TextFormat::Printer printer;
+  internal::SpellNumbersPortably(&printer);
+  printer.Print(record, &stream);
   stream.Flush();
 }
 

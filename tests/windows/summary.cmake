@@ -1,5 +1,6 @@
 # After `ctest` of the Windows build: the tests GoogleTest ran under Wine,
-# from the result files each test program wrote, as one closing line.
+# from the result files each test program wrote (the tool's script writes
+# its checks in the same form), as one closing line.
 # cmake -DDIR=<build-windows/gtest-results> -P summary.cmake
 cmake_minimum_required(VERSION 3.25)
 file(GLOB results "${DIR}/*.xml")

@@ -13,9 +13,8 @@ using platform::PathFacts;
 // How an existing regular file may not be replaced, or "".
 std::string WhyNotReplace(const std::string& path, const PathFacts& facts) {
   if (!facts.writable) {
-    return fmt::format("is read-only; refusing to replace it: make it writable (chmod u+w {}) or "
-                       "choose another -o",
-                       path);
+    return fmt::format("is read-only; refusing to replace it: make it writable ({}) or choose another -o",
+                       platform::MakeWritableCommand(path));
   }
   if (!facts.other_owner.empty()) {
     return fmt::format("belongs to user {}, and the file written in its place would be yours; refusing "

@@ -18,6 +18,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "io.h"
+#include "platform.h"
 
 namespace gcuschema::tool {
 namespace {
@@ -52,7 +53,7 @@ int PrintHelpOrVersion(CLI::App& app, const CLI::ParseError& e) {
   return status;
 }
 
-int ReportUsageError(CLI::App& app, const CLI::ParseError& e, int argc, char** argv) {
+int ReportUsageError(CLI::App& app, const CLI::ParseError& e, const std::vector<std::string>& arguments) {
   // --help and --version are reported through the same exception, with status 0.
   if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return PrintHelpOrVersion(app, e);
   std::string what = e.what();
@@ -61,10 +62,10 @@ int ReportUsageError(CLI::App& app, const CLI::ParseError& e, int argc, char** a
     help = "gcuschema " + command->get_name() + " --help";
   }
   // CLI11 reports a mistyped command as a missing one; name it instead.
-  if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
+  if (app.get_subcommands().empty() && arguments.size() > 1 && arguments[1].rfind('-', 0) != 0) {
     std::vector<std::string> names;
     for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
-    what = fmt::format("unknown command \"{}\"; the commands are {}", argv[1],
+    what = fmt::format("unknown command \"{}\"; the commands are {}", arguments[1],
                        fmt::join(names, ", "));
   }
   return ReportFailure(FailureLine("", "", what + "; see `" + help + "`"));
@@ -95,6 +96,10 @@ int main(int argc, char** argv) {
 
   CLI::App app{"gcuschema: decode, encode, inspect, lint and compare device documents"};
   app.name("gcuschema");
+  // Options are spelt the same on every system: an argument starting with
+  // '/' is a path, never a Windows-style option. Set before the commands
+  // are added, which take it from here.
+  app.allow_windows_style_options(false);
   app.require_subcommand(1);
   app.set_version_flag("--version", "gcuschema " GCUSCHEMA_VERSION);
   app.footer(
@@ -105,10 +110,13 @@ int main(int argc, char** argv) {
       AddLintCommand(&app),    AddDiffCommand(&app),    AddSchemasCommand(&app),
       AddSampleCommand(&app),
   };
+  const std::vector<std::string> arguments = platform::CommandLine(argc, argv);
+  std::vector<const char*> pointers;
+  for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
   try {
-    app.parse(argc, argv);
+    app.parse(static_cast<int>(pointers.size()), pointers.data());
   } catch (const CLI::ParseError& e) {
-    return Exit(ReportUsageError(app, e, argc, argv));
+    return Exit(ReportUsageError(app, e, arguments));
   }
   for (const Command& command : commands) {
     if (command.parser->parsed()) return Exit(Run(command));

@@ -1,7 +1,8 @@
 // What the tool asks of the operating system: reading files, examining and
 // writing output paths, temporaries and the signals that must not leave them
 // behind. Everything else in the tool is portable C++; each system has an
-// implementation of this interface of its own (platform_posix.cc).
+// implementation of this interface of its own (platform_posix.cc,
+// platform_windows.cc).
 //
 // Whatever fails here throws Failure naming the file as the user called it
 // (`name`): "cannot <do what>: <the system's reason>".
@@ -15,8 +16,15 @@
 
 namespace gcuschema::tool::platform {
 
+// The command line, the program's name first, in UTF-8 as every path and
+// name in the tool is.
+std::vector<std::string> CommandLine(int argc, char** argv);
+
 // The whole of a file, or of standard input when `path` is empty.
 std::string ReadWhole(const std::string& path, const std::string& name);
+
+// The command a user gives to make a read-only file writable, for messages.
+std::string MakeWritableCommand(const std::string& path);
 
 bool StandardOutputIsTerminal();
 
@@ -51,8 +59,8 @@ class OutputFile {
     // there (or of a new file), renamed over `path` by Commit(). Its name
     // tells which host and process write it, so that a later run can
     // recognise one left by a process that no longer runs (killed
-    // outright) and remove it; an interrupt (SIGINT, SIGTERM, SIGHUP)
-    // removes it at once.
+    // outright) and remove it; an interrupt (SIGINT, SIGTERM, SIGHUP; on
+    // Windows Ctrl-C, Ctrl-Break, the console closed) removes it at once.
     kTemporary,
   };
   OutputFile(Way way, const std::string& path, const std::string& name);

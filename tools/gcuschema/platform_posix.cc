@@ -18,6 +18,7 @@
 #include <fmt/format.h>
 
 #include "failure.h"
+#include "temporary_name.h"
 
 namespace gcuschema::tool::platform {
 namespace {
@@ -25,9 +26,6 @@ namespace {
 constexpr std::size_t kReadChunk = 64 * 1024;
 // How many symbolic links are followed before giving up, as the kernel does.
 constexpr int kMaxLinks = 40;
-// What follows a temporary's own name: ".gcuschema-HOST-PID-XXXXXX".
-constexpr std::string_view kTemporaryMark = ".gcuschema-";
-constexpr std::size_t kRandomLength = 6;  // mkstemp's XXXXXX
 
 [[noreturn]] void Fail(const std::string& name, const char* what, int error) {
   throw Failure(name, "", fmt::format("cannot {}: {}", what, std::strerror(error)));
@@ -59,35 +57,9 @@ std::pair<std::string, std::string> SplitPath(const std::string& path) {
 }
 
 // This host's name as it may stand in a file name.
-std::string HostMark() {
+std::string ThisHostMark() {
   char host[HOST_NAME_MAX + 1] = {};
-  if (::gethostname(host, sizeof host - 1) != 0) return "host";
-  std::string mark;
-  for (const char* c = host; *c != '\0'; ++c) {
-    const bool plain = (*c >= 'a' && *c <= 'z') || (*c >= 'A' && *c <= 'Z') || (*c >= '0' && *c <= '9') ||
-                       *c == '.' || *c == '-' || *c == '_';
-    mark += plain ? *c : '_';
-  }
-  return mark.empty() ? "host" : mark;
-}
-
-// The process id in a temporary's name when it was made on this host, or
-// -1 when the name is not one of a temporary's.
-pid_t TemporaryOwner(const std::string& name, const std::string& host) {
-  if (name.empty() || name[0] != '.') return -1;
-  const std::string::size_type mark = name.rfind(kTemporaryMark);
-  if (mark == std::string::npos) return -1;
-  const std::string rest = name.substr(mark + kTemporaryMark.size());  // HOST-PID-XXXXXX
-  if (rest.size() < kRandomLength + 3 || rest[rest.size() - kRandomLength - 1] != '-') return -1;
-  const std::string host_pid = rest.substr(0, rest.size() - kRandomLength - 1);
-  const std::string::size_type dash = host_pid.rfind('-');
-  if (dash == std::string::npos || host_pid.substr(0, dash) != host) return -1;
-  const std::string digits = host_pid.substr(dash + 1);
-  if (digits.empty() || digits.size() > 9 ||
-      !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; })) {
-    return -1;
-  }
-  return static_cast<pid_t>(std::stol(digits));
+  return HostMark(::gethostname(host, sizeof host - 1) == 0 ? host : "");
 }
 
 // Removes from `directory` the temporaries of this host's runs that no
@@ -98,7 +70,7 @@ void RemoveStaleTemporaries(const std::string& directory, const std::string& hos
   if (listing == nullptr) return;
   const int dir_fd = ::dirfd(listing);
   while (const dirent* entry = ::readdir(listing)) {
-    const pid_t owner = TemporaryOwner(entry->d_name, host);
+    const auto owner = static_cast<pid_t>(TemporaryOwner(entry->d_name, host));
     if (owner <= 0 || owner == ::getpid()) continue;
     if (::kill(owner, 0) == 0 || errno != ESRCH) continue;
     struct stat st {};
@@ -146,13 +118,9 @@ mode_t OutputMode(const std::string& path) {
 // Creates the temporary for `path`; its name goes to *temporary.
 int CreateTemporary(const std::string& path, const std::string& name, std::string* temporary) {
   const auto [directory, base] = SplitPath(path);
-  const std::string host = HostMark();
+  const std::string host = ThisHostMark();
   RemoveStaleTemporaries(directory, host);
-  const std::string mark = fmt::format("{}{}-{}-{}", kTemporaryMark, host, ::getpid(),
-                                       std::string(kRandomLength, 'X'));
-  // A long name is shortened so that the temporary's still fits.
-  const std::size_t room = NAME_MAX > mark.size() + 1 ? NAME_MAX - mark.size() - 1 : 0;
-  *temporary = directory + "." + base.substr(0, room) + mark;
+  *temporary = directory + TemporaryName(base, host, static_cast<unsigned long>(::getpid()), NAME_MAX);
   const int fd = ::mkstemp(temporary->data());
   if (fd < 0) {
     const int error = errno;
@@ -211,6 +179,9 @@ std::string UserName(uid_t uid) {
 
 }  // namespace
 
+// Arguments are bytes, given as they are; the tool treats them as UTF-8.
+std::vector<std::string> CommandLine(int argc, char** argv) { return {argv, argv + argc}; }
+
 std::string ReadWhole(const std::string& path, const std::string& name) {
   std::string bytes;
   if (path.empty()) {
@@ -236,6 +207,8 @@ std::string ReadWhole(const std::string& path, const std::string& name) {
   ::close(fd);
   return bytes;
 }
+
+std::string MakeWritableCommand(const std::string& path) { return "chmod u+w " + path; }
 
 bool StandardOutputIsTerminal() { return ::isatty(STDOUT_FILENO) != 0; }
 
