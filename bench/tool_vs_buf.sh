@@ -3,7 +3,8 @@
 # user would otherwise run it) on configuration documents of 100 and
 # 100 000 inputs, whole processes, with hyperfine: binary to plain JSON,
 # plain JSON back to binary; and the tool's decode on one thread against
-# two, and its peak memory. buf comes from npm's @bufbuild/buf, installed
+# two (beside two one-thread decodes run at once, the most two cores can
+# give), and its peak memory. buf comes from npm's @bufbuild/buf, installed
 # into the build tree (a benchmark peer, not a dependency of the product).
 # Usage: bench/tool_vs_buf.sh BUILD_DIR OUT.json MEMORY.json
 set -euo pipefail
@@ -60,6 +61,9 @@ commands+=(
   "$tool decode -j 1 $data/config_100000.bin -o $data/out_100000_x1.json"
   -n "gcuschema decode -j2 (100000 inputs, expanded)"
   "$tool decode -j 2 $data/config_100000.bin -o $data/out_100000_x2.json"
+  # What two cores give at best: two single-threaded decodes side by side.
+  -n "two gcuschema decode -j1 at once (100000 inputs, expanded)"
+  "$tool decode -j 1 $data/config_100000.bin -o $data/out_100000_a.json & $tool decode -j 1 $data/config_100000.bin -o $data/out_100000_b.json & wait"
 )
 hyperfine --style basic --warmup 1 --runs "$runs" --export-json "$out" "${commands[@]}"
 cmp "$data/out_100000.json" "$data/out_100000_j2.json"

@@ -11,14 +11,15 @@ namespace gcuschema::document::internal {
 // never more than one per core.
 int ThreadCount(int threads);
 
-// Makes the text of items [0, count) in chunks of `chunk` items, one chunk
-// per thread at a time on up to `threads` threads (the calling one among
-// them), and hands each chunk's text to `emit` on the calling thread, in
-// order, so that at most `threads` chunks are held at once.
+// Makes the text of items [0, count) in chunks of `chunk` items on up to
+// `threads` threads (the calling one among them), each thread taking the
+// next chunk when it is free, and hands each chunk's text to `emit` on the
+// calling thread, in order; at most 2 * `threads` chunks wait to be emitted.
 // make(helper, begin, end, &text) appends the text of items [begin, end);
-// `helper` (0 to threads - 1) tells which thread, for state of its own.
+// `helper` (0 to threads - 1) tells which thread, for state of its own; the
+// calling thread is 0.
 // When anything throws, the exception of the earliest chunk is rethrown
-// once the round's threads have stopped.
+// once the other threads have stopped.
 void MakeInOrder(int count, int threads, int chunk,
                  const std::function<void(int helper, int begin, int end, std::string* text)>& make,
                  const std::function<void(const std::string& text)>& emit);

@@ -675,5 +675,33 @@ TEST(JsonCodecTest, MalformedJsonGivesLineAndColumn) {
   EXPECT_EQ(e.where().rfind("line 1, column ", 0), 0u) << e.what();
 }
 
+// Large lists are written by several threads, chunk by chunk; the error a
+// caller sees is still the first in the document, and nothing after it is
+// written.
+TEST(JsonCodecTest, TextThatIsNotUtf8IsRefusedAtTheFirstSuchEntryOnAnyNumberOfThreads) {
+  ConfigData config;
+  for (int i = 0; i < 6000; ++i) {
+    Input* input = config.add_inputs();
+    input->set_id(static_cast<std::uint32_t>(i));
+    input->set_alias("in" + std::to_string(i));
+  }
+  config.mutable_inputs(2500)->set_alias(std::string("\xC3\x28", 2));
+  config.mutable_inputs(5000)->set_alias(std::string("\xFF", 1));
+  const JsonCodec codec(PairingCatalogue::Standard());
+  for (int threads : {1, 2, 3}) {
+    JsonWriteOptions options;
+    options.threads = threads;
+    std::string written;
+    try {
+      codec.WriteJson(config, [&written](std::string_view text) { written.append(text); }, options);
+      ADD_FAILURE() << "no error on " << threads << " threads";
+    } catch (const Error& e) {
+      EXPECT_EQ(e.where(), "inputs[2500].alias") << threads;
+      EXPECT_NE(e.message().find("not UTF-8"), std::string::npos) << e.what();
+    }
+    EXPECT_EQ(written.find("\"in2501\""), std::string::npos) << threads;
+  }
+}
+
 }  // namespace
 }  // namespace gcuschema::document
