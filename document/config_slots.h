@@ -28,10 +28,12 @@ namespace gcuschema::document::internal {
 inline constexpr int kMaxConfigDepth = 16;
 
 // Before reading settings `depth` levels of `config` down (1 for those of
-// the record read first): throws Error at `where` beyond kMaxConfigDepth.
-inline void CheckConfigDepth(int depth, const std::string& where) {
+// the record read first): beyond kMaxConfigDepth, throws Error at the path
+// `where()` makes (made only then: readers check every config they meet).
+template <typename Where>
+void CheckConfigDepth(int depth, const Where& where) {
   if (depth <= kMaxConfigDepth) return;
-  throw Error(where, "records inside `config` nested deeper than " + std::to_string(kMaxConfigDepth) +
+  throw Error(where(), "records inside `config` nested deeper than " + std::to_string(kMaxConfigDepth) +
                          " levels; the settings hold a record that holds settings again (a pairing such as "
                          "input:0=ConfigData allows that), and no reader goes further");
 }

@@ -84,7 +84,7 @@ std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pai
 std::string FormatSlot(const pb::Message& holder, const pb::FieldDescriptor* field, const std::string& bytes,
                        const PairingCatalogue& pairing, const Place& place, std::size_t from = 0) {
   if (const pb::Descriptor* held = internal::SlotRecord(holder, field, pairing)) {
-    internal::CheckConfigDepth(place.depth + 1, place.path);
+    internal::CheckConfigDepth(place.depth + 1, [&] { return place.path; });
     bool canonical = false;
     std::unique_ptr<pb::Message> settings = internal::ParseSlot(held, bytes, &canonical);
     if (settings != nullptr && canonical) {
@@ -296,7 +296,7 @@ class Collector : public MessageDifferencer::Reporter {
     const pb::Descriptor* held_a = internal::SlotRecord(holder_a, field, pairing_);
     const pb::Descriptor* held_b = internal::SlotRecord(holder_b, field, pairing_);
     if (held_a != nullptr && held_a == held_b) {
-      internal::CheckConfigDepth(depth_ + 1, at);
+      internal::CheckConfigDepth(depth_ + 1, [&] { return at; });
       std::unique_ptr<pb::Message> settings_a = internal::ParseSlot(held_a, bytes_a, nullptr);
       std::unique_ptr<pb::Message> settings_b = internal::ParseSlot(held_b, bytes_b, nullptr);
       if (settings_a != nullptr && settings_b != nullptr) {

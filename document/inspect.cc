@@ -78,7 +78,7 @@ bool SlotReadable(const pb::Message& holder, const pb::FieldDescriptor* field, c
                   const Place& place) {
   const pb::Descriptor* held = internal::SlotRecord(holder, field, pairing);
   if (held == nullptr) return true;
-  internal::CheckConfigDepth(place.depth + 1, place.path);
+  internal::CheckConfigDepth(place.depth + 1, [&] { return place.path; });
   std::unique_ptr<pb::Message> settings =
       internal::ParseSlot(held, holder.GetReflection()->GetString(holder, field), nullptr);
   return settings != nullptr && Readable(*settings, pairing, Place{place.path, place.depth + 1});
@@ -155,7 +155,7 @@ std::string MapTableRead(const ::Map& map, const PairingCatalogue& pairing, cons
     case PairingSource::kMapTable: how = "by --map-table"; break;
     default: how = "by --pair"; break;
   }
-  internal::CheckConfigDepth(place.depth + 1, place.path);
+  internal::CheckConfigDepth(place.depth + 1, [&] { return place.path; });
   bool canonical = false;
   std::unique_ptr<pb::Message> read = internal::ParseSlot(table, map.config(), &canonical);
   if (read == nullptr) return "left as bytes: they do not read as " + table->full_name() + " (" + how + ")";

@@ -398,7 +398,7 @@ class Linter {
 
   // Settings held as bytes: read as their record, then linted as such.
   void Slot(const pb::Message& holder, const pb::Descriptor* held, const std::string& bytes, const std::string& at) {
-    internal::CheckConfigDepth(depth_ + 1, at);
+    internal::CheckConfigDepth(depth_ + 1, [&] { return at; });
     bool canonical = true;
     std::unique_ptr<pb::Message> settings = internal::ParseSlot(held, bytes, &canonical);
     std::string why;

@@ -728,7 +728,7 @@ void JsonReader::StartConfig(Frame& holder, const FieldPlan& field) {
   pending.name = field.field->name();
   pending.config_depth = holder.config_depth + 1;
   try {
-    CheckConfigDepth(pending.config_depth, PathTo(field.field->name()));
+    CheckConfigDepth(pending.config_depth, [&] { return PathTo(field.field->name()); });
   } catch (const Error& e) {
     FailAt(TokenStart(), e.where(), e.message());
   }
@@ -771,18 +771,17 @@ void JsonReader::HandlePending(Frame& frame, JsonToken& token) {
 
 void JsonReader::ResolvePending(std::string type_name) {
   const std::size_t type_at = TokenStart();
-  const std::string where = PathTo(kTypeKey);
   const pb::Descriptor* type = nullptr;
   try {
     type = RequireRecord(type_name);
   } catch (const Error& e) {
-    FailAt(type_at, where, e.message());
+    FailAt(type_at, PathTo(kTypeKey), e.message());
   }
   Frame pending = std::move(frames_.back());
   frames_.pop_back();
   const Frame& holder = frames_.back();
   if (holder.plan->type == ::DeviceData::descriptor() && type != ::ConfigData::descriptor()) {
-    FailAt(type_at, where, "a DeviceData's config holds a ConfigData, not a " + type->full_name());
+    FailAt(type_at, JoinPath(PathTo(pending.name), kTypeKey), "a DeviceData's config holds a ConfigData, not a " + type->full_name());
   }
   Frame settings{Frame::Kind::kRecord};
   settings.name = pending.name;

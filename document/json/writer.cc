@@ -377,7 +377,7 @@ const pb::Message* JsonWriter::Expanded(const pb::Message& holder, const pb::Ref
     type = HeldRecord(holder, pairing_);
   }
   if (type == nullptr) return nullptr;
-  CheckConfigDepth(config_depth + 1, Path(field.field->name()));
+  CheckConfigDepth(config_depth + 1, [&] { return Path(field.field->name()); });
   std::unique_ptr<pb::Message>& settings = settings_[config_depth][type];
   if (settings == nullptr) settings = NewRecord(type);
   settings->Clear();
