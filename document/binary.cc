@@ -2,11 +2,9 @@
 
 #include <climits>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/io/coded_stream.h>

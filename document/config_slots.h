@@ -85,7 +85,10 @@ inline const google::protobuf::FieldDescriptor* ConfigField(const google::protob
 // Whether `field` of records of `type` holds settings: the `config` of
 // DeviceData and of the entries paired by kind and type code.
 inline bool IsSlot(const google::protobuf::Descriptor* type, const google::protobuf::FieldDescriptor* field) {
-  return field != nullptr && field == ConfigField(type);
+  // Every `config` is bytes named so: the cheap tests first, as readers ask
+  // this of every string field they meet.
+  return field != nullptr && field->type() == google::protobuf::FieldDescriptor::TYPE_BYTES &&
+         field->name() == "config" && field == ConfigField(type);
 }
 
 // The record `holder`'s `config` holds: DeviceData.config always holds a

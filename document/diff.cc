@@ -229,8 +229,6 @@ class Collector : public MessageDifferencer::Reporter {
     return step.field->name();
   }
 
-  std::string Join(const std::string& path, const std::string& step) const { return internal::JoinPath(path, step); }
-
   // `a` and `b` are the records holding the last field of `path`, in the
   // first and the second document.
   void Report(Difference::Kind kind, const pb::Message& a, const pb::Message& b,
@@ -243,10 +241,12 @@ class Collector : public MessageDifferencer::Reporter {
       return;
     }
     std::string where = prefix_;
-    for (std::size_t i = 0; i + 1 < path.size(); ++i) where = Join(where, Step(path[i], Position(path[i])));
+    for (std::size_t i = 0; i + 1 < path.size(); ++i) {
+      where = internal::JoinPath(where, Step(path[i], Position(path[i])));
+    }
 
     if (field == nullptr) {
-      const std::string at = Join(where, Step(last, -1));
+      const std::string at = internal::JoinPath(where, Step(last, -1));
       std::string old_value;
       std::string new_value;
       if (last.unknown_field_set1 != nullptr && last.unknown_field_index1 >= 0) {
@@ -262,7 +262,8 @@ class Collector : public MessageDifferencer::Reporter {
     if (field->is_repeated()) {
       const int old_at = last.index;
       const int new_at = Position(last);
-      const std::string at = Join(where, Step(last, kind == Difference::Kind::kRemoved ? old_at : new_at));
+      const int position = kind == Difference::Kind::kRemoved ? old_at : new_at;
+      const std::string at = internal::JoinPath(where, Step(last, position));
       std::string old_value;
       std::string new_value;
       if (kind != Difference::Kind::kAdded) old_value = FormatValue(a, field, old_at, pairing_, Here(at));
@@ -271,7 +272,7 @@ class Collector : public MessageDifferencer::Reporter {
       return;
     }
 
-    const std::string at = Join(where, field->name());
+    const std::string at = internal::JoinPath(where, field->name());
     // A field without presence holds its default when it is not written:
     // its appearing or vanishing is a change of value, unless it is a zero
     // the record would not write either (-0.0, seen as set by reflection).

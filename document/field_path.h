@@ -25,6 +25,11 @@ inline std::string IndexPath(std::string_view path, int index) {
   return out;
 }
 
+// The element `index` of the list `name` at `path`.
+inline std::string ElementPath(std::string_view path, std::string_view name, int index) {
+  return IndexPath(JoinPath(path, name), index);
+}
+
 }  // namespace gcuschema::document::internal
 
 #endif

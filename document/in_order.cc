@@ -34,7 +34,8 @@ class Pipeline {
         emit_(emit),
         slots_(static_cast<std::size_t>(window_)) {}
 
-  void Run(int threads) {
+  void Run() {
+    const int threads = window_ / 2;
     std::vector<std::thread> helpers;
     for (int helper = 1; helper < threads; ++helper) helpers.emplace_back([this, helper] { Help(helper); });
     std::exception_ptr failed;
@@ -150,7 +151,7 @@ void MakeInOrder(int count, int threads, int chunk,
   threads = std::max(1, threads);
   chunk = std::max(1, chunk);
   if (count <= 0) return;
-  Pipeline(count, threads, chunk, make, emit).Run(threads);
+  Pipeline(count, threads, chunk, make, emit).Run();
 }
 
 }  // namespace gcuschema::document::internal

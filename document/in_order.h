@@ -7,6 +7,11 @@
 
 namespace gcuschema::document::internal {
 
+// Lists of records from this many elements on are written by several
+// threads when asked, in chunks of kSharedChunk records each.
+inline constexpr int kSharedFrom = 4096;
+inline constexpr int kSharedChunk = 1024;
+
 // How many threads a caller's `threads` option means: 0 one per core, and
 // never more than one per core.
 int ThreadCount(int threads);

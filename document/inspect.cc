@@ -57,12 +57,6 @@ void Indent(std::ostream& out, const std::string& text, const std::string& inden
   while (std::getline(lines, line)) out << indent << line << '\n';
 }
 
-std::string Join(const std::string& path, const std::string& name) { return internal::JoinPath(path, name); }
-
-std::string Indexed(const std::string& path, const std::string& name, int index) {
-  return internal::IndexPath(internal::JoinPath(path, name), index);
-}
-
 // Where a record stands: its path and the levels of `config` above it.
 struct Place {
   std::string path;
@@ -91,16 +85,17 @@ bool Readable(const pb::Message& record, const PairingCatalogue& pairing, const 
   bool readable = true;
   for (const pb::FieldDescriptor* field : fields) {
     if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_STRING && !field->is_repeated()) {
-      readable = SlotReadable(record, field, pairing, Place{Join(place.path, field->name()), place.depth}) && readable;
+      const Place at{internal::JoinPath(place.path, field->name()), place.depth};
+      readable = SlotReadable(record, field, pairing, at) && readable;
     } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE && field->is_repeated()) {
       for (int i = 0; i < reflection->FieldSize(record, field); ++i) {
         readable = Readable(reflection->GetRepeatedMessage(record, field, i), pairing,
-                            Place{Indexed(place.path, field->name(), i), place.depth}) &&
+                            Place{internal::ElementPath(place.path, field->name(), i), place.depth}) &&
                    readable;
       }
     } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) {
       readable = Readable(reflection->GetMessage(record, field), pairing,
-                          Place{Join(place.path, field->name()), place.depth}) &&
+                          Place{internal::JoinPath(place.path, field->name()), place.depth}) &&
                  readable;
     }
   }
@@ -205,12 +200,12 @@ void Config(std::ostream& out, const ConfigData& config, const PairingCatalogue&
 
   out << in << "inputs: " << config.inputs_size() << ", " << ByteCount(Section(config, "inputs")) << '\n';
   ByType(out, config.inputs(), Input_Type_descriptor(), EntryKind::kInput, pairing, in + "  ",
-         Place{Join(place.path, "inputs"), place.depth});
+         Place{internal::JoinPath(place.path, "inputs"), place.depth});
   std::vector<std::pair<const ::Map*, std::string>> curves;
   for (int i = 0; i < config.inputs_size(); ++i) {
     if (!config.inputs(i).has_linearization()) continue;
     curves.emplace_back(&config.inputs(i).linearization(),
-                        Indexed(place.path, "inputs", i) + ".linearization.config");
+                        internal::ElementPath(place.path, "inputs", i) + ".linearization.config");
   }
   if (!curves.empty()) {
     out << in << "  with a linearization: " << curves.size() << '\n';
@@ -219,12 +214,12 @@ void Config(std::ostream& out, const ConfigData& config, const PairingCatalogue&
 
   out << in << "outputs: " << config.outputs_size() << ", " << ByteCount(Section(config, "outputs")) << '\n';
   ByType(out, config.outputs(), Output_Type_descriptor(), EntryKind::kOutput, pairing, in + "  ",
-         Place{Join(place.path, "outputs"), place.depth});
+         Place{internal::JoinPath(place.path, "outputs"), place.depth});
 
   out << in << "maps: " << config.maps_size() << ", " << ByteCount(Section(config, "maps")) << '\n';
   std::vector<std::pair<const ::Map*, std::string>> maps;
   for (int i = 0; i < config.maps_size(); ++i) {
-    maps.emplace_back(&config.maps(i), Indexed(place.path, "maps", i) + ".config");
+    maps.emplace_back(&config.maps(i), internal::ElementPath(place.path, "maps", i) + ".config");
   }
   MapLines(out, maps, pairing, in + "  ", place.depth);
 
@@ -232,7 +227,7 @@ void Config(std::ostream& out, const ConfigData& config, const PairingCatalogue&
   int unreadable = 0;
   for (int i = 0; i < config.drivers_size(); ++i) {
     const Driver& driver = config.drivers(i);
-    const Place at{Indexed(place.path, "drivers", i) + ".config", place.depth};
+    const Place at{internal::ElementPath(place.path, "drivers", i) + ".config", place.depth};
     if (!SlotReadable(driver, Driver::descriptor()->FindFieldByName("config"), pairing, at)) ++unreadable;
   }
   if (unreadable > 0) out << in << "  settings not readable as their paired record: " << unreadable << '\n';

@@ -14,6 +14,7 @@
 #include <gcuschema/document/records.h>
 
 #include "config_slots.h"
+#include "json/keys.h"
 #include "schema_comments.h"
 
 namespace gcuschema::document {
@@ -21,13 +22,13 @@ namespace {
 
 namespace pb = google::protobuf;
 using Json = nlohmann::ordered_json;
+using internal::kTypeKey;
+using internal::kUnknownKey;
 
 constexpr char kDraft[] = "https://json-schema.org/draft/2020-12/schema";
 // Definitions beside the records', named so that no record can take them.
 constexpr char kBytes[] = "@bytes";
 constexpr char kSettings[] = "@settings";
-constexpr char kTypeKey[] = "@type";
-constexpr char kUnknownKey[] = "@unknown";
 // Enumerations longer than this are not listed in a field's description.
 constexpr int kListedValues = 24;
 
@@ -110,14 +111,13 @@ class SchemaWriter {
     record["type"] = "object";
     std::string about = type->full_name() + " (" + type->file()->name() + ").";
     EntryKind kind;
-    if (internal::EntryKindOf(type, &kind)) {
-      about += " Its config holds the record its type code pairs.";
-    }
+    const bool entry = internal::EntryKindOf(type, &kind);
+    if (entry) about += " Its config holds the record its type code pairs.";
     record["description"] = Joined(internal::CommentOf(type), about);
     record["properties"] = std::move(properties);
     record["additionalProperties"] = false;
     if (!spellings.empty()) record["dependentSchemas"] = std::move(spellings);
-    if (internal::EntryKindOf(type, &kind)) {
+    if (entry) {
       Json conditions = CodeConditions(type, kind);
       if (!conditions.empty()) record["allOf"] = std::move(conditions);
     }
@@ -243,10 +243,11 @@ class SchemaWriter {
     }
     // Input.type and Output.type are numbers whose names are an enumeration.
     EntryKind entry;
-    if (field->name() == "type" && field->enum_type() == nullptr && internal::EntryKindOf(type, &entry) &&
-        TypeCodeNames(entry) != nullptr) {
-      kind += ", a value of " + TypeCodeNames(entry)->full_name() + ": " + ValueList(TypeCodeNames(entry));
+    const pb::EnumDescriptor* codes = nullptr;
+    if (field->name() == "type" && field->enum_type() == nullptr && internal::EntryKindOf(type, &entry)) {
+      codes = TypeCodeNames(entry);
     }
+    if (codes != nullptr) kind += ", a value of " + codes->full_name() + ": " + ValueList(codes);
     std::string about = "Field " + std::to_string(field->number()) + ", " + (field->is_repeated() ? "list of " : "") +
                         kind + ".";
     if (field->json_name() != field->name()) about += " Also spelt \"" + field->name() + "\".";

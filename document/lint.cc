@@ -1,7 +1,6 @@
 #include <gcuschema/document/lint.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <memory>
@@ -17,7 +16,6 @@
 #include <google/protobuf/unknown_field_set.h>
 
 #include <gcuschema/Config.pb.h>
-#include <gcuschema/document/error.h>
 
 #include "field_path.h"
 #include "calibration_limits.h"
@@ -162,12 +160,6 @@ const Rules& RulesFor(const pb::Descriptor* type) {
   return rules;
 }
 
-std::string Join(const std::string& path, const std::string& name) { return internal::JoinPath(path, name); }
-
-std::string Indexed(const std::string& path, const std::string& name, int index) {
-  return internal::IndexPath(internal::JoinPath(path, name), index);
-}
-
 // "Units.Pressure (kPa = 0, Bar = 1, mBar = 2)", the list left out when long.
 std::string DescribeEnum(const pb::EnumDescriptor* type) {
   std::string out = type->full_name();
@@ -269,16 +261,25 @@ class Linter {
         Elements(record, field, size, path);
         return;
       }
+      // Only enumeration values and references are checked one by one.
+      if (field->cpp_type() != pb::FieldDescriptor::CPPTYPE_ENUM && target == Target::kNone) return;
       for (int i = 0; i < size; ++i) {
-        const std::string at = Indexed(path, field->name(), i);
+        const std::string at = internal::ElementPath(path, field->name(), i);
         if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_ENUM) Enum(field->enum_type(), IntegerAt(record, field, i), at);
         if (target != Target::kNone) Resolve(target, field, IntegerAt(record, field, i), at);
       }
       return;
     }
 
-    const std::string at = Join(path, field->name());
-    switch (field->cpp_type()) {
+    const pb::FieldDescriptor::CppType kind = field->cpp_type();
+    // Numbers and bools are checked only as type codes, references or range
+    // ends (above): no path to make for the others.
+    if (kind != pb::FieldDescriptor::CPPTYPE_MESSAGE && kind != pb::FieldDescriptor::CPPTYPE_ENUM &&
+        kind != pb::FieldDescriptor::CPPTYPE_STRING && field != rules.type_code && target == Target::kNone) {
+      return;
+    }
+    const std::string at = internal::JoinPath(path, field->name());
+    switch (kind) {
       case pb::FieldDescriptor::CPPTYPE_MESSAGE:
         if (reflection->HasField(record, field)) Record(reflection->GetMessage(record, field), at);
         return;
@@ -309,7 +310,7 @@ class Linter {
     const std::int64_t stated = IntegerAt(record, count, 0);
     const int actual = record.GetReflection()->FieldSize(record, list);
     if (stated == actual) return;
-    Add(Join(path, count->name()), Severity::kError, "count-mismatch",
+    Add(internal::JoinPath(path, count->name()), Severity::kError, "count-mismatch",
         count->name() + " is " + std::to_string(stated) + " but " + list->name() + " holds " +
             std::to_string(actual) + (actual == 1 ? " entry" : " entries") + "; set it to " +
             std::to_string(actual));
@@ -326,7 +327,7 @@ class Linter {
     message += range.severity == Severity::kWarning
                    ? "; the scaling reads its span reversed: swap the two unless that is meant"
                    : "; a range runs from its lower end up to its upper one: swap the two";
-    Add(Join(path, lower->name()), range.severity, "inverted-range", std::move(message));
+    Add(internal::JoinPath(path, lower->name()), range.severity, "inverted-range", std::move(message));
   }
 
   // Elements of a list of records; the identifiers of inputs, outputs,
@@ -347,14 +348,14 @@ class Linter {
     std::unordered_map<std::int64_t, int> first;
     for (int i = 0; i < size; ++i) {
       const pb::Message& element = reflection->GetRepeatedMessage(record, field, i);
-      const std::string at = Indexed(path, field->name(), i);
+      const std::string at = internal::ElementPath(path, field->name(), i);
       if (key != nullptr) {
         const std::int64_t id = IntegerAt(element, key, 0);
         auto [seen, fresh] = first.emplace(id, i);
         if (!fresh) {
-          Add(Join(at, key->name()), Severity::kError, "duplicate-id",
+          Add(internal::JoinPath(at, key->name()), Severity::kError, "duplicate-id",
               key->name() + " " + std::to_string(id) + " is already used by " +
-                  Indexed(path, field->name(), seen->second) + "; identifiers must be unique within " +
+                  internal::ElementPath(path, field->name(), seen->second) + "; identifiers must be unique within " +
                   field->name());
         }
       }

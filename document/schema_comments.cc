@@ -72,12 +72,4 @@ std::string CommentOf(const pb::FieldDescriptor* field) {
   return type == nullptr ? std::string() : Comment(type->FindFieldByName(field->name()));
 }
 
-std::string CommentOf(const pb::EnumDescriptor* type) {
-  return Comment(CommentedPool().FindEnumTypeByName(type->full_name()));
-}
-
-std::string CommentOf(const pb::EnumValueDescriptor* value) {
-  return Comment(CommentedPool().FindEnumValueByName(value->full_name()));
-}
-
 }  // namespace gcuschema::document::internal

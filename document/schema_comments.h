@@ -15,8 +15,6 @@ namespace gcuschema::document::internal {
 // without comment markers; "" when there is none.
 std::string CommentOf(const google::protobuf::Descriptor* type);
 std::string CommentOf(const google::protobuf::FieldDescriptor* field);
-std::string CommentOf(const google::protobuf::EnumDescriptor* type);
-std::string CommentOf(const google::protobuf::EnumValueDescriptor* value);
 
 }  // namespace gcuschema::document::internal
 

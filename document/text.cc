@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,48 +52,48 @@ class FirstError : public pb::io::ErrorCollector {
   std::string message_;
 };
 
-// The path of the first float or double of `record` that holds a NaN other
-// than the one text format reads back, or empty when there is none.
-std::string UnspellableNan(const pb::Message& record, const std::string& path) {
+// The path, within `record`, of its first float or double that holds a NaN
+// other than the one text format reads back; none when there is none. The
+// path is made only for that field, on the way back out.
+std::optional<std::string> UnspellableNan(const pb::Message& record) {
   const pb::Reflection* reflection = record.GetReflection();
   std::vector<const FieldDescriptor*> fields;
   reflection->ListFields(record, &fields);
   for (const FieldDescriptor* field : fields) {
-    const std::string at = internal::JoinPath(path, field->name());
-    const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 1;
+    const FieldDescriptor::CppType kind = field->cpp_type();
+    if (kind != FieldDescriptor::CPPTYPE_FLOAT && kind != FieldDescriptor::CPPTYPE_DOUBLE &&
+        kind != FieldDescriptor::CPPTYPE_MESSAGE) {
+      continue;
+    }
+    const bool repeated = field->is_repeated();
+    const int count = repeated ? reflection->FieldSize(record, field) : 1;
     for (int i = 0; i < count; ++i) {
-      const std::string element = field->is_repeated() ? internal::IndexPath(at, i) : at;
-      switch (field->cpp_type()) {
-        case FieldDescriptor::CPPTYPE_FLOAT: {
-          const float v = field->is_repeated() ? reflection->GetRepeatedFloat(record, field, i)
-                                               : reflection->GetFloat(record, field);
-          if (std::isnan(v) && !internal::IsPlainNan(v)) return element;
-          break;
-        }
-        case FieldDescriptor::CPPTYPE_DOUBLE: {
-          const double v = field->is_repeated() ? reflection->GetRepeatedDouble(record, field, i)
-                                                : reflection->GetDouble(record, field);
-          if (std::isnan(v) && !internal::IsPlainNan(v)) return element;
-          break;
-        }
-        case FieldDescriptor::CPPTYPE_MESSAGE: {
-          std::string found = UnspellableNan(field->is_repeated() ? reflection->GetRepeatedMessage(record, field, i)
-                                                                  : reflection->GetMessage(record, field),
-                                             element);
-          if (!found.empty()) return found;
-          break;
-        }
-        default: i = count; break;
+      std::optional<std::string> inner;
+      bool found = false;
+      if (kind == FieldDescriptor::CPPTYPE_FLOAT) {
+        const float v = repeated ? reflection->GetRepeatedFloat(record, field, i) : reflection->GetFloat(record, field);
+        found = std::isnan(v) && !internal::IsPlainNan(v);
+      } else if (kind == FieldDescriptor::CPPTYPE_DOUBLE) {
+        const double v =
+            repeated ? reflection->GetRepeatedDouble(record, field, i) : reflection->GetDouble(record, field);
+        found = std::isnan(v) && !internal::IsPlainNan(v);
+      } else {
+        inner = UnspellableNan(repeated ? reflection->GetRepeatedMessage(record, field, i)
+                                        : reflection->GetMessage(record, field));
+        found = inner.has_value();
       }
+      if (!found) continue;
+      std::string at = repeated ? internal::ElementPath("", field->name(), i) : field->name();
+      return inner ? internal::JoinPath(at, *inner) : at;
     }
   }
-  return "";
+  return std::nullopt;
 }
 
 void RefuseUnspellableNan(const pb::Message& record) {
-  const std::string path = UnspellableNan(record, "");
-  if (path.empty()) return;
-  throw Error(path,
+  const std::optional<std::string> path = UnspellableNan(record);
+  if (!path) return;
+  throw Error(*path,
               "holds a NaN with its sign bit or payload set, which text format would write as plain nan "
               "and read back as another value; use the binary form, or JSON (which keeps a config holding "
               "one as base64)");
@@ -239,11 +240,6 @@ void CopyField(const pb::Message& from, const FieldDescriptor* field, pb::Messag
   }
 }
 
-// Lists of records from this many elements on are printed by several
-// threads, in chunks of kSharedChunk elements.
-constexpr int kSharedFrom = 4096;
-constexpr int kSharedChunk = 1024;
-
 // The record's text as the printer writes it, made field by field: the
 // printer writes the fields in number order, each on lines of its own, a
 // record in a list as "name {", its fields one level in, "}", and the
@@ -260,14 +256,13 @@ void PrintShared(const pb::Message& record, const Sink& sink, int threads) {
   internal::SpellNumbersPortably(&alone_printer);
   std::string text;
   auto print_alone = [&] {
-    text.clear();
     alone_printer.PrintToString(*alone, &text);
     sink(text);
     alone->Clear();
   };
   for (const FieldDescriptor* field : fields) {
     const int count = field->is_repeated() ? reflection->FieldSize(record, field) : 0;
-    if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE && count >= kSharedFrom) {
+    if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE && count >= internal::kSharedFrom) {
       std::vector<pb::TextFormat::Printer> printers(static_cast<std::size_t>(threads));
       for (pb::TextFormat::Printer& printer : printers) {
         printer.SetInitialIndentLevel(1);
@@ -275,11 +270,10 @@ void PrintShared(const pb::Message& record, const Sink& sink, int threads) {
       }
       const std::string open = field->name() + " {\n";
       internal::MakeInOrder(
-          count, threads, kSharedChunk,
+          count, threads, internal::kSharedChunk,
           [&](int helper, int begin, int end, std::string* out) {
             std::string element;
             for (int i = begin; i < end; ++i) {
-              element.clear();
               printers[static_cast<std::size_t>(helper)].PrintToString(
                   reflection->GetRepeatedMessage(record, field, i), &element);
               out->append(open).append(element).append("}\n");
@@ -298,6 +292,20 @@ void PrintShared(const pb::Message& record, const Sink& sink, int threads) {
   }
 }
 
+// Whether `record` has a list long enough to be printed by several threads.
+bool HasSharedList(const pb::Message& record) {
+  const pb::Reflection* reflection = record.GetReflection();
+  std::vector<const FieldDescriptor*> fields;
+  reflection->ListFields(record, &fields);
+  for (const FieldDescriptor* field : fields) {
+    if (field->is_repeated() && field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE &&
+        reflection->FieldSize(record, field) >= internal::kSharedFrom) {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 std::string ToText(const pb::Message& record) {
@@ -312,7 +320,7 @@ std::string ToText(const pb::Message& record) {
 void WriteText(const pb::Message& record, const Sink& sink, const TextWriteOptions& options) {
   RefuseUnspellableNan(record);
   const int threads = internal::ThreadCount(options.threads);
-  if (threads > 1 && record.GetDescriptor()->extension_range_count() == 0) {
+  if (threads > 1 && record.GetDescriptor()->extension_range_count() == 0 && HasSharedList(record)) {
     PrintShared(record, sink, threads);
     return;
   }
@@ -327,8 +335,7 @@ void FromText(std::string_view text, pb::Message* record) {
   if (text.size() > static_cast<size_t>(INT_MAX)) {
     throw Error("", "the text is too large to read (over 2 GiB)");
   }
-  record->Clear();
-  Parse(text, record);
+  Parse(text, record);  // the parser clears the record first
 }
 
 }  // namespace gcuschema::document

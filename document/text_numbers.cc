@@ -3,7 +3,7 @@
 #include <cfloat>
 #include <charconv>
 #include <cmath>
-#include <limits>
+#include <type_traits>
 #include <system_error>
 
 namespace gcuschema::document::internal {

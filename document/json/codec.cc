@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "json/keys.h"
 #include "json/reader.h"
 #include "json/writer.h"
 
@@ -54,7 +55,7 @@ class DocumentTypeProbe : public nlohmann::json_sax<nlohmann::json> {
     return ++depth_ > 0;
   }
   bool key(string_t& value) override {
-    type_next_ = depth_ == 1 && value == "@type";
+    type_next_ = depth_ == 1 && value == internal::kTypeKey;
     return true;
   }
   bool end_object() override { return --depth_ > 0; }

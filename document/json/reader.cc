@@ -5,7 +5,6 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
-#include <type_traits>
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/io/coded_stream.h>
@@ -19,6 +18,7 @@
 #include "config_slots.h"
 #include "field_path.h"
 #include "json/base64.h"
+#include "json/keys.h"
 #include "suggest.h"
 
 namespace gcuschema::document::internal {
@@ -26,9 +26,6 @@ namespace {
 
 namespace pb = google::protobuf;
 using Type = JsonToken::Type;
-
-constexpr char kTypeKey[] = "@type";
-constexpr char kUnknownKey[] = "@unknown";
 
 // Far deeper than any record of the library nests, settings within
 // settings included; anything deeper is refused before it is held.
@@ -244,6 +241,8 @@ struct JsonReader::Frame {
   // encoded into its holder; its "@type" stood at `type_at`.
   std::unique_ptr<pb::Message> settings;
   std::size_t type_at = 0;
+  // Levels of `config` above the record (kList: above the record holding
+  // the list).
   int config_depth = 0;
   // A holder: the record its `config` object named, for the type-code check.
   const pb::Descriptor* held = nullptr;
@@ -548,6 +547,7 @@ void JsonReader::Value(Frame& frame, const FieldPlan& field, JsonToken& token, b
     list.name = name;
     list.record = frame.record;
     list.list = &field;
+    list.config_depth = frame.config_depth;
     Push(std::move(list));
     return;
   }
@@ -588,12 +588,7 @@ void JsonReader::HandleInList(Frame& frame, JsonToken& token) {
     element.index = index;
     element.record = frame.record->GetReflection()->AddMessage(frame.record, field.field);
     element.plan = &plans_.Get(field.field->message_type());
-    for (auto it = frames_.rbegin(); it != frames_.rend(); ++it) {
-      if (it->kind == Frame::Kind::kRecord) {
-        element.config_depth = it->config_depth;
-        break;
-      }
-    }
+    element.config_depth = frame.config_depth;
     Push(std::move(element));
     return;
   }
@@ -824,10 +819,11 @@ void JsonReader::EndRecord() {
 // The record a `config` object named must be the one its entry's type code
 // is paired with, when the code is paired at all.
 void JsonReader::CheckHeldType(const Frame& holder) {
-  const pb::Descriptor* paired = HeldRecord(*holder.record, pairing_);
-  EntryKind kind;
-  if (paired == nullptr || paired == holder.held || !EntryKindOf(holder.plan->type, &kind)) return;
-  const int code = EntryTypeCode(*holder.record);
+  if (!holder.plan->entry) return;
+  const EntryKind kind = holder.plan->kind;
+  const int code = TypeCodeIn(*holder.record, holder.record->GetReflection(), holder.plan->type_code);
+  const pb::Descriptor* paired = pairing_.Find(kind, code);
+  if (paired == nullptr || paired == holder.held) return;
   FailAt(holder.held_at, PathTo("config"),
          "\"@type\" " + holder.held->full_name() + ", but type " + DescribeTypeCode(kind, code) + " holds " +
              paired->full_name() + "; make them agree, or pair the code with the record (--pair " +

@@ -54,13 +54,14 @@ ValueKind KindOf(const FieldDescriptor* field, std::string* unsupported) {
   return ValueKind::kUnsupported;
 }
 
-}  // namespace
-
+// `text` quoted as a JSON string, escaped as the writer escapes strings.
 std::string QuotedJson(std::string_view text) {
   std::string out;
   AppendJsonString(text, &out);
   return out;
 }
+
+}  // namespace
 
 const RecordPlan& RecordPlans::Get(const pb::Descriptor* type) {
   std::unique_ptr<RecordPlan>& slot = plans_[type];

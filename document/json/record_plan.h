@@ -76,9 +76,6 @@ class RecordPlans {
   std::unordered_map<const google::protobuf::Descriptor*, std::unique_ptr<RecordPlan>> plans_;
 };
 
-// `text` quoted as a JSON string, escaped as the writer escapes strings.
-std::string QuotedJson(std::string_view text);
-
 }  // namespace gcuschema::document::internal
 
 #endif

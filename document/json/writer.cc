@@ -16,6 +16,7 @@
 #include "config_slots.h"
 #include "field_path.h"
 #include "in_order.h"
+#include "json/keys.h"
 #include "json/spelling.h"
 
 namespace gcuschema::document::internal {
@@ -27,13 +28,6 @@ using pb::FieldDescriptor;
 // Text is handed to the sink in stretches of about this size.
 constexpr std::size_t kFlushSize = 256 * 1024;
 
-// Lists of records from this many elements on are written by several
-// threads when asked, in chunks of kSharedChunk records each.
-constexpr int kSharedFrom = 4096;
-constexpr int kSharedChunk = 1024;
-
-const std::string kTypeKey = "\"@type\"";
-const std::string kUnknownKey = "\"@unknown\"";
 
 }  // namespace
 
@@ -84,7 +78,7 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
   const RecordPlan& plan = plans_.Get(record.GetDescriptor());
   const pb::Reflection* reflection = record.GetReflection();
   bool first = true;
-  auto member = [&](const std::string& key) {
+  auto member = [&](std::string_view key) {
     out_->push_back(first ? '{' : ',');
     first = false;
     NewLine(level + 1);
@@ -92,7 +86,7 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
     out_->append(colon_);
   };
   if (type_name != nullptr) {
-    member(kTypeKey);
+    member(kQuotedTypeKey);
     AppendJsonString(*type_name, out_);
   }
   const bool keep_all = options_.expand || options_.unknown_fields;
@@ -206,7 +200,7 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
       hidden += scratch_;
     }
     if (!hidden.empty()) {
-      member(kUnknownKey);
+      member(kQuotedUnknownKey);
       AppendBase64(hidden, out_);
     }
   }
@@ -388,9 +382,8 @@ const pb::Message* JsonWriter::Expanded(const pb::Message& holder, const pb::Ref
     pb::LogSilencer quiet;
     if (!settings->ParsePartialFromString(bytes)) return nullptr;
   }
-  std::string again;
-  settings->SerializePartialToString(&again);
-  if (again != bytes) return nullptr;
+  settings->SerializePartialToString(&again_);
+  if (again_ != bytes) return nullptr;
   return settings.get();
 }
 

@@ -39,7 +39,7 @@ class JsonWriter {
   // element 0) and line break.
   void RecordElements(const google::protobuf::Message& record, const FieldPlan& field, int begin, int end,
                       int level, int config_depth);
-  // The same for a long list, shared out to the helpers in rounds.
+  // The same for a long list, shared out in chunks to the helpers.
   void SharedRecordElements(const google::protobuf::Message& record, const FieldPlan& field, int count, int level,
                             int config_depth);
   // The `count` values of a list of numbers, names or text, on one line.
@@ -75,6 +75,7 @@ class JsonWriter {
   std::vector<std::unordered_map<const google::protobuf::Descriptor*, std::unique_ptr<google::protobuf::Message>>>
       settings_;
   std::string scratch_;
+  std::string again_;  // settings encoded again, to compare with their bytes
   // The record being written, for error messages: members and elements.
   std::vector<std::pair<std::string_view, int>> path_;
   // Writers of the threads that share out long lists.
