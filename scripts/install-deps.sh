@@ -2,7 +2,8 @@
 # Installs the Debian packages the build, the tests and the tools need, and
 # only those that are missing. Uses sudo when not run as root.
 # `install-deps.sh windows`: what the Windows build adds (the MinGW-w64 cross
-# compiler, Wine to run its programs, dpkg-dev to unpack Debian sources).
+# compiler and Wine to run its programs; dpkg-dev, which unpacks Debian
+# sources, is in the main list).
 set -euo pipefail
 
 packages=(
@@ -16,7 +17,7 @@ packages=(
   clang-14 libclang-rt-14-dev llvm-14
 )
 if [ "${1:-}" = windows ]; then
-  packages=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 dpkg-dev)
+  packages=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64)
 fi
 
 missing=()

@@ -37,7 +37,7 @@ int RunDecode(const DecodeArguments& args) {
   const std::unique_ptr<Document> document = ParseDocument(input, type);
   // Written out as it is made: a large document's text is never held whole.
   Output output(args.output);
-  const document::Sink sink = [&output](std::string_view text) { output.Write({text}); };
+  const document::Sink sink = [&output](std::string_view text) { output.Write(text); };
   try {
     if (args.format == "text") {
       document::TextWriteOptions options;
@@ -51,7 +51,7 @@ int RunDecode(const DecodeArguments& args) {
       options.original_names = args.original_names;
       options.threads = args.threads;
       codec.WriteJson(*document->record(), sink, options);
-      output.Write({"\n"});
+      output.Write("\n");
     }
   } catch (const document::Error& e) {
     // What the document holds and the format cannot carry.

@@ -37,8 +37,7 @@ int RunDiff(const DiffArguments& args) {
     differences = document::Diff(*a, *b, pairing);
   } catch (const document::Error& e) {
     // The path leads to the same place in both documents.
-    const auto name = [](const std::string& path) { return IsStandardStream(path) ? std::string("<stdin>") : path; };
-    throw Failure(name(args.old_input) + " and " + name(args.new_input), e.where(), e.message());
+    throw Failure(InputName(args.old_input) + " and " + InputName(args.new_input), e.where(), e.message());
   }
   std::string report = document::FormatDifferences(differences);
   if (!report.empty() && report.back() != '\n') report += '\n';

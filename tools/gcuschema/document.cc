@@ -97,9 +97,10 @@ std::unique_ptr<google::protobuf::Message> LoadDocument(const std::string& path,
                                                         const std::string& format,
                                                         const document::PairingCatalogue& pairing) {
   const Input input = ReadInput(path);
-  std::unique_ptr<google::protobuf::Message> record =
-      document::NewRecord(DocumentType(type, input, FormatNamed(format)));
-  ReadDocument(input, FormatNamed(format), pairing, record.get());
+  Format settled = FormatNamed(format);
+  if (settled == Format::kDetect) settled = DetectFormat(input.bytes());
+  std::unique_ptr<google::protobuf::Message> record = document::NewRecord(DocumentType(type, input, settled));
+  ReadDocument(input, settled, pairing, record.get());
   return record;
 }
 

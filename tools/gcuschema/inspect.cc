@@ -29,7 +29,7 @@ int RunInspect(const InspectArguments& args) {
   try {
     summary = document::Inspect(*record, pairing);
   } catch (const document::Error& e) {
-    throw Failure(IsStandardStream(args.input) ? "<stdin>" : args.input, e.where(), e.message());
+    throw Failure(InputName(args.input), e.where(), e.message());
   }
   if (!summary.empty() && summary.back() != '\n') summary += '\n';
   WriteOutput("", summary);

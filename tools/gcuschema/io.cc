@@ -28,12 +28,13 @@ std::string WhyNotReplace(const std::string& path, const PathFacts& facts) {
 
 bool IsStandardStream(const std::string& path) { return path.empty() || path == "-"; }
 
+std::string InputName(const std::string& path) { return IsStandardStream(path) ? "<stdin>" : path; }
+
 Input ReadInput(const std::string& path) {
   Input input;
-  const bool standard = IsStandardStream(path);
   input.path = path;
-  input.name = standard ? "<stdin>" : path;
-  input.data = platform::ReadWhole(standard ? "" : path, input.name);
+  input.name = InputName(path);
+  input.data = platform::ReadWhole(IsStandardStream(path) ? "" : path, input.name);
   return input;
 }
 
@@ -91,17 +92,13 @@ Output::Output(const std::string& path) {
 
 Output::~Output() = default;
 
-void Output::Write(const std::vector<std::string_view>& pieces) { file_->Write(pieces); }
+void Output::Write(std::string_view bytes) { file_->Write(bytes); }
 
 void Output::Commit() { file_->Commit(); }
 
 void WriteOutput(const std::string& path, std::string_view data) {
-  WriteOutput(path, std::vector<std::string_view>{data});
-}
-
-void WriteOutput(const std::string& path, const std::vector<std::string_view>& pieces) {
   Output output(path);
-  output.Write(pieces);
+  output.Write(data);
   output.Commit();
 }
 

@@ -23,6 +23,9 @@ struct Input {
 // True when `path` means standard input or standard output ("" or "-").
 bool IsStandardStream(const std::string& path);
 
+// The name errors give an input: the path, or "<stdin>".
+std::string InputName(const std::string& path);
+
 // Reads a file, or standard input for "" or "-", whole into memory.
 // Throws Failure naming the file when it cannot be opened or read.
 Input ReadInput(const std::string& path);
@@ -52,7 +55,7 @@ class Output {
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
-  void Write(const std::vector<std::string_view>& pieces);
+  void Write(std::string_view bytes);
   void Commit();
 
  private:
@@ -61,9 +64,6 @@ class Output {
 
 // Writes `data` whole through an Output (standard output for "" or "-").
 void WriteOutput(const std::string& path, std::string_view data);
-// The same for data in pieces, written one after the other with gathered
-// writes (nothing is copied together first).
-void WriteOutput(const std::string& path, const std::vector<std::string_view>& pieces);
 
 }  // namespace gcuschema::tool
 

@@ -73,7 +73,7 @@ int RunLint(const LintArguments& args) {
   Output output("");
   std::string block;
   const auto flush = [&] {
-    output.Write({block});
+    output.Write(block);
     block.clear();
   };
   document::LintCounts counts;
@@ -84,7 +84,7 @@ int RunLint(const LintArguments& args) {
     });
   } catch (const document::Error& e) {
     flush();
-    throw Failure(IsStandardStream(args.input) ? "<stdin>" : args.input, e.where(), e.message());
+    throw Failure(InputName(args.input), e.where(), e.message());
   }
   if (!args.quiet) block += Summary(counts);
   flush();

@@ -69,7 +69,7 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  void Write(const std::vector<std::string_view>& pieces);
+  void Write(std::string_view bytes);
   // Makes what was written final: a temporary is flushed to storage,
   // closed and renamed over its path; a file opened in place is closed.
   void Commit();

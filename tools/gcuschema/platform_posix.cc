@@ -7,7 +7,6 @@
 #include <pwd.h>
 #include <signal.h>
 #include <sys/stat.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -139,31 +138,14 @@ int CreateTemporary(const std::string& path, const std::string& name, std::strin
   return fd;
 }
 
-// Pieces in as few system calls as the kernel allows (IOV_MAX per call).
-void WriteAll(int fd, std::vector<std::string_view> pieces, const std::string& name) {
-  pieces.erase(std::remove_if(pieces.begin(), pieces.end(), [](std::string_view p) { return p.empty(); }),
-               pieces.end());
-  std::size_t first = 0;
-  std::vector<iovec> vectors;
-  while (first < pieces.size()) {
-    const std::size_t count = std::min<std::size_t>(pieces.size() - first, IOV_MAX);
-    vectors.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-      vectors[i].iov_base = const_cast<char*>(pieces[first + i].data());
-      vectors[i].iov_len = pieces[first + i].size();
-    }
-    const ssize_t n = ::writev(fd, vectors.data(), static_cast<int>(count));
+void WriteAll(int fd, std::string_view bytes, const std::string& name) {
+  while (!bytes.empty()) {
+    const ssize_t n = ::write(fd, bytes.data(), bytes.size());
     if (n < 0) {
       if (errno == EINTR) continue;
       Fail(name, "write", errno);
     }
-    // Skip what was written; a piece written in part is continued.
-    auto written = static_cast<std::size_t>(n);
-    while (written > 0 && written >= pieces[first].size()) {
-      written -= pieces[first].size();
-      ++first;
-    }
-    if (written > 0) pieces[first].remove_prefix(written);
+    bytes.remove_prefix(static_cast<std::size_t>(n));
   }
 }
 
@@ -292,8 +274,8 @@ void OutputFile::Discard() noexcept {
   }
 }
 
-void OutputFile::Write(const std::vector<std::string_view>& pieces) {
-  WriteAll(static_cast<int>(handle_), pieces, name_);
+void OutputFile::Write(std::string_view bytes) {
+  WriteAll(static_cast<int>(handle_), bytes, name_);
 }
 
 void OutputFile::Commit() {

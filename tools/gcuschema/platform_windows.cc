@@ -424,9 +424,9 @@ std::size_t UnfinishedCharacter(std::string_view text) {
 // a character split between two writes is kept back until it is whole.
 std::string g_console_unfinished;
 
-void WriteConsoleText(HANDLE console, const std::vector<std::string_view>& pieces, const std::string& name) {
+void WriteConsoleText(HANDLE console, std::string_view bytes, const std::string& name) {
   std::string text = std::move(g_console_unfinished);
-  for (const std::string_view piece : pieces) text.append(piece);
+  text.append(bytes);
   const std::size_t unfinished = UnfinishedCharacter(text);
   g_console_unfinished = text.substr(text.size() - unfinished);
   text.resize(text.size() - unfinished);
@@ -586,14 +586,14 @@ void OutputFile::Discard() noexcept {
   }
 }
 
-void OutputFile::Write(const std::vector<std::string_view>& pieces) {
+void OutputFile::Write(std::string_view bytes) {
   const auto handle = reinterpret_cast<HANDLE>(handle_);
   // Only standard output or a device may be a console; a temporary never is.
   if (temporary_.empty() && IsConsole(handle)) {
-    WriteConsoleText(handle, pieces, name_);
+    WriteConsoleText(handle, bytes, name_);
     return;
   }
-  for (const std::string_view piece : pieces) WriteBytes(handle, piece, name_);
+  WriteBytes(handle, bytes, name_);
 }
 
 void OutputFile::Commit() {
