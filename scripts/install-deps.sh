@@ -11,7 +11,7 @@ packages=(
   python3 python3-protobuf python3-jsonschema
   protobuf-compiler libprotobuf-dev
   googletest libgtest-dev
-  nlohmann-json3-dev libcli11-dev libfmt-dev
+  libsimdjson-dev nlohmann-json3-dev libcli11-dev libfmt-dev
   libbenchmark-dev hyperfine
   help2man
   clang-14 libclang-rt-14-dev llvm-14
