@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -24,8 +25,8 @@
 #include <gcuschema/document/error.h>
 
 #include "field_path.h"
-#include "config_slots.h"
 #include "text_numbers.h"
+#include "walk.h"
 
 namespace gcuschema::document {
 namespace {
@@ -64,34 +65,22 @@ std::size_t FirstDifference(const std::string& a, const std::string& b) {
   return static_cast<std::size_t>(parted.first - a.begin());
 }
 
-// Where a value stands, for the error when settings nest too deep: its
-// path and how many levels of `config` lie above it.
-struct Place {
-  std::string path;
-  int depth = 0;
+using internal::Settings;
+using internal::Walk;
 
-  Place Field(const pb::FieldDescriptor* field, int index) const {
-    Place inner{internal::JoinPath(path, field->name()), depth};
-    if (index >= 0) inner.path = internal::IndexPath(inner.path, index);
-    return inner;
-  }
-};
+std::string FormatMessage(const pb::Message& record, Walk& walk, int side);
 
-std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pairing, const Place& place);
-
-// A `config` as the record it holds when it reads back to the same bytes,
-// else as bytes: a value shown never hides a byte.
-std::string FormatSlot(const pb::Message& holder, const pb::FieldDescriptor* field, const std::string& bytes,
-                       const PairingCatalogue& pairing, const Place& place, std::size_t from = 0) {
-  if (const pb::Descriptor* held = internal::SlotRecord(holder, field, pairing)) {
-    internal::CheckConfigDepth(place.depth + 1, [&] { return place.path; });
-    bool canonical = false;
-    std::unique_ptr<pb::Message> settings = internal::ParseSlot(held, bytes, &canonical);
-    if (settings != nullptr && canonical) {
-      return held->full_name() + " " + FormatMessage(*settings, pairing, Place{place.path, place.depth + 1});
-    }
-  }
-  return FormatBytes(bytes, from);
+// A `config` of `holder` (where the walk stands) as the record it holds
+// when it reads back to the same bytes, else as bytes: a value shown never
+// hides a byte.
+std::string FormatSettings(const pb::Message& holder, const pb::FieldDescriptor* field, const std::string& bytes,
+                           Walk& walk, int side, std::size_t from = 0) {
+  if (!internal::IsSettingsField(holder.GetDescriptor(), field)) return FormatBytes(bytes, from);
+  const Settings settings = walk.Decide(holder, bytes, side);
+  if (settings.paired == nullptr) return FormatBytes(bytes, from);
+  const Walk::Step step = walk.Into(settings, field->name());
+  if (!settings.canonical()) return FormatBytes(bytes, from);
+  return settings.paired->full_name() + " " + FormatMessage(*settings.record, walk, side);
 }
 
 // "1.5"; a NaN with its bits, which tell one NaN from another.
@@ -107,8 +96,10 @@ std::string FormatFloat(Float value) {
   return std::string("NaN 0x") + text;
 }
 
-std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* field, int index,
-                        const PairingCatalogue& pairing, const Place& place) {
+// A value of `field` of `record`, where the walk stands; `side` is the
+// document it comes from.
+std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* field, int index, Walk& walk,
+                        int side) {
   const pb::Reflection* r = record.GetReflection();
   const bool rep = field->is_repeated();
   switch (field->cpp_type()) {
@@ -136,11 +127,15 @@ std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* fi
     case pb::FieldDescriptor::CPPTYPE_STRING: {
       const std::string value = rep ? r->GetRepeatedString(record, field, index) : r->GetString(record, field);
       if (field->type() == pb::FieldDescriptor::TYPE_STRING) return "\"" + pb::CEscape(value) + "\"";
-      return rep ? FormatBytes(value) : FormatSlot(record, field, value, pairing, place);
+      if (rep || !internal::IsSettingsField(record.GetDescriptor(), field)) return FormatBytes(value);
+      return FormatSettings(record, field, value, walk, side);
     }
-    case pb::FieldDescriptor::CPPTYPE_MESSAGE:
-      return FormatMessage(rep ? r->GetRepeatedMessage(record, field, index) : r->GetMessage(record, field),
-                           pairing, place);
+    case pb::FieldDescriptor::CPPTYPE_MESSAGE: {
+      const Walk::Step member = walk.Member(field->name());
+      if (!rep) return FormatMessage(r->GetMessage(record, field), walk, side);
+      const Walk::Step element = walk.Element(index);
+      return FormatMessage(r->GetRepeatedMessage(record, field, index), walk, side);
+    }
   }
   return std::string();
 }
@@ -157,7 +152,7 @@ std::string FormatUnknown(const pb::UnknownField& field) {
 }
 
 // One line, fields in number order: "{ id: 3 type: 0 config: AdcConfiguration { range: range12V } }".
-std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pairing, const Place& place) {
+std::string FormatMessage(const pb::Message& record, Walk& walk, int side) {
   const pb::Reflection* r = record.GetReflection();
   std::vector<const pb::FieldDescriptor*> fields;
   r->ListFields(record, &fields);
@@ -165,13 +160,13 @@ std::string FormatMessage(const pb::Message& record, const PairingCatalogue& pai
   for (const pb::FieldDescriptor* field : fields) {
     out += " " + field->name() + ": ";
     if (!field->is_repeated()) {
-      out += FormatValue(record, field, -1, pairing, place.Field(field, -1));
+      out += FormatValue(record, field, -1, walk, side);
       continue;
     }
     out += "[";
     const int size = r->FieldSize(record, field);
     for (int i = 0; i < size; ++i) {
-      out += (i > 0 ? ", " : "") + FormatValue(record, field, i, pairing, place.Field(field, i));
+      out += (i > 0 ? ", " : "") + FormatValue(record, field, i, walk, side);
     }
     out += "]";
   }
@@ -194,19 +189,14 @@ bool IsUnwrittenZero(const pb::Message& record, const pb::FieldDescriptor* field
   }
 }
 
-void Compare(const pb::Message& a, const pb::Message& b, const std::string& prefix, const PairingCatalogue& pairing,
-             int depth, std::vector<Difference>* out);
+void Compare(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector<Difference>* out);
 
 // Turns the differencer's reports into differences with readable paths,
-// reading settings in `config` as their records.
+// reading settings in `config` as their records. The walk stands where the
+// compared records stand in the documents ("inputs[4]").
 class Collector : public MessageDifferencer::Reporter {
  public:
-  // `depth`: the levels of `config` above the compared records.
-  Collector(const PairingCatalogue& pairing, std::string prefix, int depth, std::vector<Difference>* out)
-      : pairing_(pairing), prefix_(std::move(prefix)), depth_(depth), out_(out) {}
-
-  // Where the compared records stand in the document ("inputs[4]").
-  void set_prefix(std::string prefix) { prefix_ = std::move(prefix); }
+  Collector(Walk& walk, std::vector<Difference>* out) : walk_(walk), out_(out) {}
 
   void ReportAdded(const pb::Message& a, const pb::Message& b, const std::vector<SpecificField>& path) override {
     Report(Difference::Kind::kAdded, a, b, path);
@@ -223,10 +213,16 @@ class Collector : public MessageDifferencer::Reporter {
   // carry both places; what was added only its new one).
   static int Position(const SpecificField& step) { return step.new_index >= 0 ? step.new_index : step.index; }
 
-  static std::string Step(const SpecificField& step, int position) {
-    if (step.field == nullptr) return "#" + std::to_string(step.unknown_field_number);
-    if (step.field->is_repeated() && position >= 0) return internal::IndexPath(step.field->name(), position);
-    return step.field->name();
+  // Takes the step `step` of a differencer's path (its names kept in
+  // `names` while the walk holds them).
+  void Take(const SpecificField& step, int position, std::deque<std::string>* names) {
+    if (step.field == nullptr) {
+      names->push_back("#" + std::to_string(step.unknown_field_number));
+      walk_.Push(names->back(), -1);
+      return;
+    }
+    walk_.Push(step.field->name(), -1);
+    if (step.field->is_repeated() && position >= 0) walk_.Push({}, position);
   }
 
   // `a` and `b` are the records holding the last field of `path`, in the
@@ -240,13 +236,18 @@ class Collector : public MessageDifferencer::Reporter {
         field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) {
       return;
     }
-    std::string where = prefix_;
-    for (std::size_t i = 0; i + 1 < path.size(); ++i) {
-      where = internal::JoinPath(where, Step(path[i], Position(path[i])));
-    }
+    const std::size_t mark = walk_.size();
+    std::deque<std::string> names;
+    for (std::size_t i = 0; i + 1 < path.size(); ++i) Take(path[i], Position(path[i]), &names);
+    ReportLast(kind, a, b, last, &names);
+    walk_.Truncate(mark);
+  }
 
+  // The last step of a report, the walk standing at the records holding it.
+  void ReportLast(Difference::Kind kind, const pb::Message& a, const pb::Message& b, const SpecificField& last,
+                  std::deque<std::string>* names) {
+    const pb::FieldDescriptor* field = last.field;
     if (field == nullptr) {
-      const std::string at = internal::JoinPath(where, Step(last, -1));
       std::string old_value;
       std::string new_value;
       if (last.unknown_field_set1 != nullptr && last.unknown_field_index1 >= 0) {
@@ -255,7 +256,8 @@ class Collector : public MessageDifferencer::Reporter {
       if (last.unknown_field_set2 != nullptr && last.unknown_field_index2 >= 0) {
         new_value = FormatUnknown(last.unknown_field_set2->field(last.unknown_field_index2));
       }
-      Add(kind, at, std::move(old_value), std::move(new_value));
+      Take(last, -1, names);
+      Add(kind, walk_.Path(), std::move(old_value), std::move(new_value));
       return;
     }
 
@@ -263,16 +265,15 @@ class Collector : public MessageDifferencer::Reporter {
       const int old_at = last.index;
       const int new_at = Position(last);
       const int position = kind == Difference::Kind::kRemoved ? old_at : new_at;
-      const std::string at = internal::JoinPath(where, Step(last, position));
       std::string old_value;
       std::string new_value;
-      if (kind != Difference::Kind::kAdded) old_value = FormatValue(a, field, old_at, pairing_, Here(at));
-      if (kind != Difference::Kind::kRemoved) new_value = FormatValue(b, field, new_at, pairing_, Here(at));
-      Add(kind, at, std::move(old_value), std::move(new_value));
+      if (kind != Difference::Kind::kAdded) old_value = FormatValue(a, field, old_at, walk_, 0);
+      if (kind != Difference::Kind::kRemoved) new_value = FormatValue(b, field, new_at, walk_, 1);
+      Take(last, position, names);
+      Add(kind, walk_.Path(), std::move(old_value), std::move(new_value));
       return;
     }
 
-    const std::string at = internal::JoinPath(where, field->name());
     // A field without presence holds its default when it is not written:
     // its appearing or vanishing is a change of value, unless it is a zero
     // the record would not write either (-0.0, seen as set by reflection).
@@ -280,50 +281,53 @@ class Collector : public MessageDifferencer::Reporter {
     if (IsUnwrittenZero(a, field) && IsUnwrittenZero(b, field)) return;
 
     if (field->type() == pb::FieldDescriptor::TYPE_BYTES) {
-      Slot(kind, a, b, field, at);
+      BytesChange(kind, a, b, field);
       return;
     }
-    Add(kind, at, kind == Difference::Kind::kAdded ? std::string() : FormatValue(a, field, -1, pairing_, Here(at)),
-        kind == Difference::Kind::kRemoved ? std::string() : FormatValue(b, field, -1, pairing_, Here(at)));
+    std::string old_value =
+        kind == Difference::Kind::kAdded ? std::string() : FormatValue(a, field, -1, walk_, 0);
+    std::string new_value =
+        kind == Difference::Kind::kRemoved ? std::string() : FormatValue(b, field, -1, walk_, 1);
+    Add(kind, walk_.PathTo(field->name()), std::move(old_value), std::move(new_value));
   }
 
   // Settings paired alike on both sides and readable on both are compared as
   // records; anything else as bytes.
-  void Slot(Difference::Kind kind, const pb::Message& holder_a, const pb::Message& holder_b,
-            const pb::FieldDescriptor* field, const std::string& at) {
-    const pb::Reflection* r = holder_a.GetReflection();
-    const std::string bytes_a = r->GetString(holder_a, field);
-    const std::string bytes_b = holder_b.GetReflection()->GetString(holder_b, field);
-    const pb::Descriptor* held_a = internal::SlotRecord(holder_a, field, pairing_);
-    const pb::Descriptor* held_b = internal::SlotRecord(holder_b, field, pairing_);
-    if (held_a != nullptr && held_a == held_b) {
-      internal::CheckConfigDepth(depth_ + 1, [&] { return at; });
-      std::unique_ptr<pb::Message> settings_a = internal::ParseSlot(held_a, bytes_a, nullptr);
-      std::unique_ptr<pb::Message> settings_b = internal::ParseSlot(held_b, bytes_b, nullptr);
-      if (settings_a != nullptr && settings_b != nullptr) {
+  void BytesChange(Difference::Kind kind, const pb::Message& holder_a, const pb::Message& holder_b,
+                      const pb::FieldDescriptor* field) {
+    std::string scratch_a;
+    std::string scratch_b;
+    const std::string& bytes_a = holder_a.GetReflection()->GetStringReference(holder_a, field, &scratch_a);
+    const std::string& bytes_b = holder_b.GetReflection()->GetStringReference(holder_b, field, &scratch_b);
+    const bool settings = internal::IsSettingsField(holder_a.GetDescriptor(), field);
+    const Settings settings_a = settings ? walk_.Decide(holder_a, bytes_a, 0) : Settings{};
+    const Settings settings_b = settings ? walk_.Decide(holder_b, bytes_b, 1) : Settings{};
+    if (settings_a.paired != nullptr && settings_a.paired == settings_b.paired) {
+      walk_.set_name_settings(true);
+      const Walk::Step step = walk_.Into(settings_a, field->name());
+      if (settings_a.read() && settings_b.read()) {
         const std::size_t before = out_->size();
-        Compare(*settings_a, *settings_b, at + "<" + held_a->full_name() + ">", pairing_, depth_ + 1, out_);
+        Compare(*settings_a.record, *settings_b.record, walk_, out_);
         // Equal records from different bytes: an encoding that is not the
         // canonical one on some side. Still a difference in the document.
         if (out_->size() != before) return;
       }
     }
     const std::size_t from = FirstDifference(bytes_a, bytes_b);
-    Add(kind, at,
-        kind == Difference::Kind::kAdded ? std::string() : FormatSlot(holder_a, field, bytes_a, pairing_, Here(at), from),
-        kind == Difference::Kind::kRemoved ? std::string()
-                                           : FormatSlot(holder_b, field, bytes_b, pairing_, Here(at), from));
+    std::string old_value = kind == Difference::Kind::kAdded
+                                ? std::string()
+                                : FormatSettings(holder_a, field, bytes_a, walk_, 0, from);
+    std::string new_value = kind == Difference::Kind::kRemoved
+                                ? std::string()
+                                : FormatSettings(holder_b, field, bytes_b, walk_, 1, from);
+    Add(kind, walk_.PathTo(field->name()), std::move(old_value), std::move(new_value));
   }
 
   void Add(Difference::Kind kind, std::string path, std::string old_value, std::string new_value) {
     out_->push_back(Difference{kind, std::move(path), std::move(old_value), std::move(new_value)});
   }
 
-  Place Here(const std::string& at) const { return Place{at, depth_}; }
-
-  const PairingCatalogue& pairing_;
-  std::string prefix_;
-  int depth_;
+  Walk& walk_;
   std::vector<Difference>* out_;
 };
 
@@ -367,8 +371,7 @@ class BitwiseFloats : public pb::util::SimpleFieldComparator {
 
 class Differ {
  public:
-  Differ(const PairingCatalogue& pairing, std::string prefix, int depth, std::vector<Difference>* out)
-      : collector_(pairing, std::move(prefix), depth, out) {
+  Differ(Walk& walk, std::vector<Difference>* out) : collector_(walk, out) {
     differencer_.set_field_comparator(&comparator_);
     differencer_.set_report_ignores(false);
     differencer_.ReportDifferencesTo(&collector_);
@@ -454,49 +457,46 @@ void OrderChange(const std::vector<std::int64_t>& keys_a, const std::vector<std:
 void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDescriptor* list,
                   const pb::FieldDescriptor* key, const std::vector<std::int64_t>& keys_a,
                   const std::vector<std::int64_t>& keys_b, const std::unordered_map<std::int64_t, int>& in_a,
-                  const std::unordered_map<std::int64_t, int>& in_b, const std::string& prefix,
-                  const PairingCatalogue& pairing, int depth, std::vector<Difference>* out) {
-  const std::string name = internal::JoinPath(prefix, list->name());
+                  const std::unordered_map<std::int64_t, int>& in_b, Walk& walk, std::vector<Difference>* out) {
+  const Walk::Step step = walk.Member(list->name());
   const pb::Reflection* ra = a.GetReflection();
   const pb::Reflection* rb = b.GetReflection();
-  Differ elements(pairing, std::string(), depth, out);
+  Differ elements(walk, out);
   // A string that is not UTF-8 is a difference to show, not a log line.
   pb::LogSilencer quiet;
   for (std::size_t i = 0; i < keys_a.size(); ++i) {
     const pb::Message& element_a = ra->GetRepeatedMessage(a, list, static_cast<int>(i));
     auto match = in_b.find(keys_a[i]);
     if (match == in_b.end()) {
-      const std::string at = internal::IndexPath(name, static_cast<int>(i));
-      out->push_back(Difference{Difference::Kind::kRemoved, at, FormatMessage(element_a, pairing, Place{at, depth}),
+      const Walk::Step element = walk.Element(static_cast<int>(i));
+      out->push_back(Difference{Difference::Kind::kRemoved, walk.Path(), FormatMessage(element_a, walk, 0),
                                 std::string()});
       continue;
     }
     const pb::Message& element_b = rb->GetRepeatedMessage(b, list, match->second);
     // Most entries are unchanged: equal encodings are equal records.
     if (element_a.SerializeAsString() == element_b.SerializeAsString()) continue;
-    elements.collector().set_prefix(internal::IndexPath(name, match->second));
+    const Walk::Step element = walk.Element(match->second);
     elements.differencer().Compare(element_a, element_b);
   }
   for (std::size_t j = 0; j < keys_b.size(); ++j) {
     if (in_a.count(keys_b[j]) != 0) continue;
-    const std::string at = internal::IndexPath(name, static_cast<int>(j));
-    out->push_back(Difference{Difference::Kind::kAdded, at, std::string(),
-                              FormatMessage(rb->GetRepeatedMessage(b, list, static_cast<int>(j)), pairing,
-                                            Place{at, depth})});
+    const Walk::Step element = walk.Element(static_cast<int>(j));
+    out->push_back(Difference{Difference::Kind::kAdded, walk.Path(), std::string(),
+                              FormatMessage(rb->GetRepeatedMessage(b, list, static_cast<int>(j)), walk, 1)});
   }
-  OrderChange(keys_a, keys_b, in_a, in_b, name, key, out);
+  OrderChange(keys_a, keys_b, in_a, in_b, walk.Path(), key, out);
 }
 
 // Two configurations, field after field in the order of the encoding, the
 // keyed lists matched by identifier, the document's own unknown fields last.
-void CompareDocuments(const pb::Message& a, const pb::Message& b, const std::string& prefix,
-                      const PairingCatalogue& pairing, int depth, std::vector<Difference>* out) {
+void CompareDocuments(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector<Difference>* out) {
   const pb::Descriptor* type = a.GetDescriptor();
   std::vector<const pb::FieldDescriptor*> fields;
   for (int i = 0; i < type->field_count(); ++i) fields.push_back(type->field(i));
   std::sort(fields.begin(), fields.end(),
             [](const pb::FieldDescriptor* x, const pb::FieldDescriptor* y) { return x->number() < y->number(); });
-  Differ plain(pairing, prefix, depth, out);
+  Differ plain(walk, out);
   for (const pb::FieldDescriptor* field : fields) {
     const KeyedList* keyed = nullptr;
     for (const KeyedList& entry : kKeyedLists) {
@@ -509,7 +509,7 @@ void CompareDocuments(const pb::Message& a, const pb::Message& b, const std::str
       std::unordered_map<std::int64_t, int> in_a;
       std::unordered_map<std::int64_t, int> in_b;
       if (IndexKeys(keys_a, &in_a) && IndexKeys(keys_b, &in_b)) {
-        CompareKeyed(a, b, field, key, keys_a, keys_b, in_a, in_b, prefix, pairing, depth, out);
+        CompareKeyed(a, b, field, key, keys_a, keys_b, in_a, in_b, walk, out);
         continue;
       }
       // Repeated identifiers cannot be matched: such a list goes by position.
@@ -518,18 +518,18 @@ void CompareDocuments(const pb::Message& a, const pb::Message& b, const std::str
   }
   const pb::Reflection* r = a.GetReflection();
   if (r->GetUnknownFields(a).empty() && b.GetReflection()->GetUnknownFields(b).empty()) return;
-  Differ unknown(pairing, prefix, depth, out);
+  Differ unknown(walk, out);
   for (const pb::FieldDescriptor* field : fields) unknown.differencer().IgnoreField(field);
   unknown.differencer().Compare(a, b);
 }
 
-void Compare(const pb::Message& a, const pb::Message& b, const std::string& prefix, const PairingCatalogue& pairing,
-             int depth, std::vector<Difference>* out) {
+// Two records where the walk stands.
+void Compare(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector<Difference>* out) {
   if (a.GetDescriptor() == ConfigData::descriptor()) {
-    CompareDocuments(a, b, prefix, pairing, depth, out);
+    CompareDocuments(a, b, walk, out);
     return;
   }
-  Differ(pairing, prefix, depth, out).differencer().Compare(a, b);
+  Differ(walk, out).differencer().Compare(a, b);
 }
 
 }  // namespace
@@ -540,7 +540,8 @@ std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const P
                         b.GetDescriptor()->full_name());
   }
   std::vector<Difference> differences;
-  Compare(a, b, "", pairing, 0, &differences);
+  Walk walk(pairing);
+  Compare(a, b, walk, &differences);
   return differences;
 }
 

@@ -19,9 +19,8 @@
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
 
-#include "field_path.h"
-#include "config_slots.h"
 #include "text_numbers.h"
+#include "walk.h"
 
 namespace gcuschema::document {
 namespace {
@@ -57,46 +56,41 @@ void Indent(std::ostream& out, const std::string& text, const std::string& inden
   while (std::getline(lines, line)) out << indent << line << '\n';
 }
 
-// Where a record stands: its path and the levels of `config` above it.
-struct Place {
-  std::string path;
-  int depth = 0;
-};
+using internal::Settings;
+using internal::Walk;
 
-bool Readable(const pb::Message& record, const PairingCatalogue& pairing, const Place& place);
+bool Readable(const pb::Message& record, Walk& walk);
 
-// Whether a `config` reads as its paired record and, inside, every `config`
-// that record holds does too (true for opaque settings). Throws Error when
-// the settings nest deeper than any reader of the library goes.
-bool SlotReadable(const pb::Message& holder, const pb::FieldDescriptor* field, const PairingCatalogue& pairing,
-                  const Place& place) {
-  const pb::Descriptor* held = internal::SlotRecord(holder, field, pairing);
-  if (held == nullptr) return true;
-  internal::CheckConfigDepth(place.depth + 1, [&] { return place.path; });
-  std::unique_ptr<pb::Message> settings =
-      internal::ParseSlot(held, holder.GetReflection()->GetString(holder, field), nullptr);
-  return settings != nullptr && Readable(*settings, pairing, Place{place.path, place.depth + 1});
+// Whether the settings `holder` holds read as their paired record and,
+// inside, every `config` that record holds does too (true for settings
+// left open). Throws Error when the settings nest deeper than any reader
+// of the library goes.
+bool SettingsReadable(const pb::Message& holder, Walk& walk) {
+  const Settings settings = walk.Decide(holder);
+  if (settings.paired == nullptr) return true;
+  if (settings.state == Settings::State::kUnreadable) return false;
+  const Walk::Step step = walk.Into(settings);
+  return Readable(*settings.record, walk);
 }
 
-bool Readable(const pb::Message& record, const PairingCatalogue& pairing, const Place& place) {
+// The record where the walk stands.
+bool Readable(const pb::Message& record, Walk& walk) {
   const pb::Reflection* reflection = record.GetReflection();
   std::vector<const pb::FieldDescriptor*> fields;
   reflection->ListFields(record, &fields);
   bool readable = true;
   for (const pb::FieldDescriptor* field : fields) {
-    if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_STRING && !field->is_repeated()) {
-      const Place at{internal::JoinPath(place.path, field->name()), place.depth};
-      readable = SlotReadable(record, field, pairing, at) && readable;
+    if (internal::IsSettingsField(record.GetDescriptor(), field)) {
+      readable = SettingsReadable(record, walk) && readable;
     } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE && field->is_repeated()) {
+      const Walk::Step list = walk.Member(field->name());
       for (int i = 0; i < reflection->FieldSize(record, field); ++i) {
-        readable = Readable(reflection->GetRepeatedMessage(record, field, i), pairing,
-                            Place{internal::ElementPath(place.path, field->name(), i), place.depth}) &&
-                   readable;
+        const Walk::Step step = walk.Element(i);
+        readable = Readable(reflection->GetRepeatedMessage(record, field, i), walk) && readable;
       }
     } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) {
-      readable = Readable(reflection->GetMessage(record, field), pairing,
-                          Place{internal::JoinPath(place.path, field->name()), place.depth}) &&
-                 readable;
+      const Walk::Step step = walk.Member(field->name());
+      readable = Readable(reflection->GetMessage(record, field), walk) && readable;
     }
   }
   return readable;
@@ -105,26 +99,26 @@ bool Readable(const pb::Message& record, const PairingCatalogue& pairing, const 
 // One line per type code in use: its name, how many entries, the record
 // their settings are read as, the bytes the settings take, and how many of
 // them (or of the settings they hold in turn) do not read as their record.
+// The walk stands at the list.
 template <typename Entry>
 void ByType(std::ostream& out, const pb::RepeatedPtrField<Entry>& entries, const pb::EnumDescriptor* names,
-            EntryKind kind, const PairingCatalogue& pairing, const std::string& indent, const Place& list) {
+            EntryKind kind, Walk& walk, const std::string& indent) {
   struct Tally {
     std::size_t count = 0;
     std::size_t settings = 0;
     std::size_t unreadable = 0;
   };
   std::map<int, Tally> tallies;
-  const pb::FieldDescriptor* config = Entry::descriptor()->FindFieldByName("config");
   for (int i = 0; i < entries.size(); ++i) {
     const Entry& entry = entries.Get(i);
     Tally& tally = tallies[entry.type()];
     ++tally.count;
     tally.settings += entry.config().size();
-    const Place at{internal::JoinPath(internal::IndexPath(list.path, i), "config"), list.depth};
-    if (!SlotReadable(entry, config, pairing, at)) ++tally.unreadable;
+    const Walk::Step step = walk.Element(i);
+    if (!SettingsReadable(entry, walk)) ++tally.unreadable;
   }
   for (const auto& [code, tally] : tallies) {
-    const pb::Descriptor* record = pairing.Find(kind, code);
+    const pb::Descriptor* record = walk.pairing().Find(kind, code);
     out << indent << std::left << std::setw(26) << EnumName(names, code) << std::right << std::setw(7)
         << tally.count << "  " << std::left << std::setw(34)
         << (record != nullptr ? record->full_name() : std::string("(opaque settings)")) << std::right
@@ -135,8 +129,9 @@ void ByType(std::ostream& out, const pb::RepeatedPtrField<Entry>& entries, const
 }
 
 // How a map's table was read, as decode shows it: by which record and why
-// that one, or why it stays bytes.
-std::string MapTableRead(const ::Map& map, const PairingCatalogue& pairing, const Place& place) {
+// that one, or why it stays bytes. The walk stands at the map.
+std::string MapTableRead(const ::Map& map, Walk& walk) {
+  const PairingCatalogue& pairing = walk.pairing();
   const pb::Descriptor* table = pairing.Find(EntryKind::kMap, map.type());
   if (table == nullptr) {
     if (Map_MapType_descriptor()->FindValueByNumber(map.type()) == nullptr) {
@@ -150,25 +145,22 @@ std::string MapTableRead(const ::Map& map, const PairingCatalogue& pairing, cons
     case PairingSource::kMapTable: how = "by --map-table"; break;
     default: how = "by --pair"; break;
   }
-  internal::CheckConfigDepth(place.depth + 1, [&] { return place.path; });
-  bool canonical = false;
-  std::unique_ptr<pb::Message> read = internal::ParseSlot(table, map.config(), &canonical);
-  if (read == nullptr) return "left as bytes: they do not read as " + table->full_name() + " (" + how + ")";
-  if (!canonical) {
+  const Settings settings = walk.Decide(map);
+  const Walk::Step step = walk.Into(settings);
+  if (!settings.read()) return "left as bytes: they do not read as " + table->full_name() + " (" + how + ")";
+  if (!settings.canonical()) {
     return "left as bytes: they read as " + table->full_name() + " (" + how +
            ") but do not encode back to the same bytes";
   }
-  if (!Readable(*read, pairing, Place{place.path, place.depth + 1})) {
+  if (!Readable(*settings.record, walk)) {
     return table->full_name() + ", " + how + "; settings inside do not read";
   }
   return table->full_name() + ", " + how;
 }
 
-// One line per map type and way its tables were read, with how many maps.
-void MapLines(std::ostream& out, const std::vector<std::pair<const ::Map*, std::string>>& maps,
-              const PairingCatalogue& pairing, const std::string& indent, int depth) {
-  std::map<std::pair<int, std::string>, int> lines;
-  for (const auto& [map, path] : maps) ++lines[{map->type(), MapTableRead(*map, pairing, Place{path, depth})}];
+// One line per map type and way its tables were read (MapTableRead), with
+// how many maps.
+void MapLines(std::ostream& out, const std::map<std::pair<int, std::string>, int>& lines, const std::string& indent) {
   for (const auto& [key, count] : lines) {
     out << indent << std::left << std::setw(26) << EnumName(Map_MapType_descriptor(), key.first) << std::right
         << std::setw(7) << count << "  " << key.second << '\n';
@@ -185,8 +177,8 @@ void Bus(std::ostream& out, const Canbus& bus, const std::string& indent) {
       << Plural(static_cast<std::size_t>(bus.entityhandler_size()), "handler", "handlers") << '\n';
 }
 
-void Config(std::ostream& out, const ConfigData& config, const PairingCatalogue& pairing,
-            const std::string& indent, const Place& place) {
+// The walk stands at the configuration.
+void Config(std::ostream& out, const ConfigData& config, Walk& walk, const std::string& indent) {
   const std::string in = indent + "  ";
   out << indent << "ConfigData: " << ByteCount(config.ByteSizeLong()) << '\n';
   out << in << "version: " << config.version() << '\n';
@@ -199,36 +191,50 @@ void Config(std::ostream& out, const ConfigData& config, const PairingCatalogue&
       << '\n';
 
   out << in << "inputs: " << config.inputs_size() << ", " << ByteCount(Section(config, "inputs")) << '\n';
-  ByType(out, config.inputs(), Input_Type_descriptor(), EntryKind::kInput, pairing, in + "  ",
-         Place{internal::JoinPath(place.path, "inputs"), place.depth});
-  std::vector<std::pair<const ::Map*, std::string>> curves;
-  for (int i = 0; i < config.inputs_size(); ++i) {
-    if (!config.inputs(i).has_linearization()) continue;
-    curves.emplace_back(&config.inputs(i).linearization(),
-                        internal::ElementPath(place.path, "inputs", i) + ".linearization.config");
+  std::map<std::pair<int, std::string>, int> curves;
+  int curve_count = 0;
+  {
+    const Walk::Step list = walk.Member("inputs");
+    ByType(out, config.inputs(), Input_Type_descriptor(), EntryKind::kInput, walk, in + "  ");
+    for (int i = 0; i < config.inputs_size(); ++i) {
+      if (!config.inputs(i).has_linearization()) continue;
+      const Walk::Step element = walk.Element(i);
+      const Walk::Step member = walk.Member("linearization");
+      const ::Map& curve = config.inputs(i).linearization();
+      ++curves[{curve.type(), MapTableRead(curve, walk)}];
+      ++curve_count;
+    }
   }
-  if (!curves.empty()) {
-    out << in << "  with a linearization: " << curves.size() << '\n';
-    MapLines(out, curves, pairing, in + "    ", place.depth);
+  if (curve_count > 0) {
+    out << in << "  with a linearization: " << curve_count << '\n';
+    MapLines(out, curves, in + "    ");
   }
 
   out << in << "outputs: " << config.outputs_size() << ", " << ByteCount(Section(config, "outputs")) << '\n';
-  ByType(out, config.outputs(), Output_Type_descriptor(), EntryKind::kOutput, pairing, in + "  ",
-         Place{internal::JoinPath(place.path, "outputs"), place.depth});
+  {
+    const Walk::Step list = walk.Member("outputs");
+    ByType(out, config.outputs(), Output_Type_descriptor(), EntryKind::kOutput, walk, in + "  ");
+  }
 
   out << in << "maps: " << config.maps_size() << ", " << ByteCount(Section(config, "maps")) << '\n';
-  std::vector<std::pair<const ::Map*, std::string>> maps;
-  for (int i = 0; i < config.maps_size(); ++i) {
-    maps.emplace_back(&config.maps(i), internal::ElementPath(place.path, "maps", i) + ".config");
+  std::map<std::pair<int, std::string>, int> maps;
+  {
+    const Walk::Step list = walk.Member("maps");
+    for (int i = 0; i < config.maps_size(); ++i) {
+      const Walk::Step element = walk.Element(i);
+      ++maps[{config.maps(i).type(), MapTableRead(config.maps(i), walk)}];
+    }
   }
-  MapLines(out, maps, pairing, in + "  ", place.depth);
+  MapLines(out, maps, in + "  ");
 
   out << in << "drivers: " << config.drivers_size() << ", " << ByteCount(Section(config, "drivers")) << '\n';
   int unreadable = 0;
-  for (int i = 0; i < config.drivers_size(); ++i) {
-    const Driver& driver = config.drivers(i);
-    const Place at{internal::ElementPath(place.path, "drivers", i) + ".config", place.depth};
-    if (!SlotReadable(driver, Driver::descriptor()->FindFieldByName("config"), pairing, at)) ++unreadable;
+  {
+    const Walk::Step list = walk.Member("drivers");
+    for (int i = 0; i < config.drivers_size(); ++i) {
+      const Walk::Step element = walk.Element(i);
+      if (!SettingsReadable(config.drivers(i), walk)) ++unreadable;
+    }
   }
   if (unreadable > 0) out << in << "  settings not readable as their paired record: " << unreadable << '\n';
 
@@ -277,7 +283,7 @@ void Config(std::ostream& out, const ConfigData& config, const PairingCatalogue&
   }
 }
 
-void Device(std::ostream& out, const DeviceData& device, const PairingCatalogue& pairing) {
+void Device(std::ostream& out, const DeviceData& device, Walk& walk) {
   out << "DeviceData: " << ByteCount(device.ByteSizeLong()) << '\n';
   out << "  version: " << device.version() << '\n';
   out << "  gcuSerialNo: " << Quoted(device.gcuserialno()) << '\n';
@@ -289,12 +295,14 @@ void Device(std::ostream& out, const DeviceData& device, const PairingCatalogue&
         << '\n';
   }
   if (device.config().empty()) return;
-  std::unique_ptr<pb::Message> config = internal::ParseSlot(ConfigData::descriptor(), device.config(), nullptr);
-  if (config == nullptr) {
+  const Settings config = walk.Decide(device);
+  if (config.state == Settings::State::kUnreadable) {
     out << "  config does not read as a ConfigData\n";
     return;
   }
-  Config(out, static_cast<const ConfigData&>(*config), pairing, "  ", Place{"config", 1});
+  const Walk::Step step = walk.Into(config);
+  std::unique_ptr<ConfigData> copy;
+  Config(out, internal::AsGenerated(*config.record, &copy), walk, "  ");
 }
 
 // CalibrationData and its template: identity, then each list with the count
@@ -330,25 +338,23 @@ void Calibration(std::ostream& out, const pb::Message& record) {
 
 // Any other record: its fields in text form, with settings held in
 // `config` shown as the record they read as.
-void Fields(std::ostream& out, const pb::Message& record, const PairingCatalogue& pairing) {
+void Fields(std::ostream& out, const pb::Message& record, Walk& walk) {
   out << record.GetDescriptor()->full_name() << ": " << ByteCount(record.ByteSizeLong()) << '\n';
   pb::TextFormat::Printer printer;
   internal::SpellNumbersPortably(&printer);
   std::string text;
   printer.PrintToString(record, &text);
   Indent(out, text, "  ");
-  const pb::FieldDescriptor* config = record.GetDescriptor()->FindFieldByName("config");
-  const pb::Descriptor* held = internal::SlotRecord(record, config, pairing);
-  if (held == nullptr) return;
-  const std::string& bytes = record.GetReflection()->GetString(record, config);
-  std::unique_ptr<pb::Message> settings = internal::ParseSlot(held, bytes, nullptr);
-  if (settings == nullptr) {
-    out << "  config does not read as " << held->full_name() << '\n';
+  const Settings settings = walk.Decide(record);
+  if (settings.paired == nullptr) return;
+  if (settings.state == Settings::State::kUnreadable) {
+    out << "  config does not read as " << settings.paired->full_name() << '\n';
     return;
   }
-  if (!Readable(*settings, pairing, Place{"config", 1})) out << "  settings inside config do not read\n";
-  out << "  config as " << held->full_name() << ":\n";
-  printer.PrintToString(*settings, &text);
+  const Walk::Step step = walk.Into(settings);
+  if (!Readable(*settings.record, walk)) out << "  settings inside config do not read\n";
+  out << "  config as " << settings.paired->full_name() << ":\n";
+  printer.PrintToString(*settings.record, &text);
   Indent(out, text, "    ");
 }
 
@@ -356,17 +362,18 @@ void Fields(std::ostream& out, const pb::Message& record, const PairingCatalogue
 
 std::string Inspect(const pb::Message& record, const PairingCatalogue& pairing) {
   std::ostringstream out;
+  Walk walk(pairing);
   const pb::Descriptor* type = record.GetDescriptor();
   if (type == ConfigData::descriptor()) {
     std::unique_ptr<ConfigData> copy;
-    Config(out, internal::AsGenerated(record, &copy), pairing, "", Place{});
+    Config(out, internal::AsGenerated(record, &copy), walk, "");
   } else if (type == DeviceData::descriptor()) {
     std::unique_ptr<DeviceData> copy;
-    Device(out, internal::AsGenerated(record, &copy), pairing);
+    Device(out, internal::AsGenerated(record, &copy), walk);
   } else if (type == CalibrationData::descriptor() || type == CalibrationTemplateData::descriptor()) {
     Calibration(out, record);
   } else {
-    Fields(out, record, pairing);
+    Fields(out, record, walk);
   }
   return out.str();
 }

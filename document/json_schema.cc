@@ -13,7 +13,7 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
-#include "config_slots.h"
+#include "walk.h"
 #include "json/keys.h"
 #include "schema_comments.h"
 
@@ -125,10 +125,10 @@ class SchemaWriter {
   }
 
   Json Field(const pb::Descriptor* type, const pb::FieldDescriptor* field) {
-    if (internal::IsSlot(type, field)) {
+    if (internal::IsSettingsField(type, field)) {
       // DeviceData.config always holds a ConfigData; an entry's config is
       // narrowed by its type code (CodeConditions).
-      return type == ::DeviceData::descriptor() ? Slot(::ConfigData::descriptor()) : OpenSlot();
+      return type == ::DeviceData::descriptor() ? SettingsOf(::ConfigData::descriptor()) : OpenSettings();
     }
     Json value = Value(field);
     if (!field->is_repeated()) return value;
@@ -172,13 +172,13 @@ class SchemaWriter {
   }
 
   // Settings that are `record`: its object (with "@type"), or bytes.
-  Json Slot(const pb::Descriptor* record) {
+  Json SettingsOf(const pb::Descriptor* record) {
     Want(record);
     Json object{{"$ref", Ref(record->full_name())}, {"required", Json::array({kTypeKey})}};
     return Json{{"anyOf", Json::array({Json{{"$ref", Ref(kBytes)}}, std::move(object)})}};
   }
 
-  Json OpenSlot() {
+  Json OpenSettings() {
     open_ = true;
     return Json{{"anyOf", Json::array({Json{{"$ref", Ref(kBytes)}}, Json{{"$ref", Ref(kSettings)}}})}};
   }
@@ -205,7 +205,7 @@ class SchemaWriter {
       Json when{{"properties", Json{{code_field->json_name(), std::move(match)}}}};
       if (key.second != 0) when["required"] = Json::array({code_field->json_name()});
       conditions.push_back(
-          Json{{"if", std::move(when)}, {"then", Json{{"properties", Json{{config->json_name(), Slot(record)}}}}}});
+          Json{{"if", std::move(when)}, {"then", Json{{"properties", Json{{config->json_name(), SettingsOf(record)}}}}}});
     }
     return conditions;
   }
@@ -230,7 +230,7 @@ class SchemaWriter {
 
   std::string Description(const pb::Descriptor* type, const pb::FieldDescriptor* field) {
     std::string kind;
-    if (internal::IsSlot(type, field)) {
+    if (internal::IsSettingsField(type, field)) {
       kind = "settings: an object whose \"@type\" names the record " +
              std::string(type == ::DeviceData::descriptor() ? "ConfigData" : "its entry's type code pairs") +
              ", or its encoding in base64";

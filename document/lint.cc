@@ -17,11 +17,10 @@
 
 #include <gcuschema/Config.pb.h>
 
-#include "field_path.h"
 #include "calibration_limits.h"
-#include "config_slots.h"
 #include "field_values.h"
 #include "ranges.h"
+#include "walk.h"
 
 namespace gcuschema::document {
 namespace {
@@ -194,7 +193,7 @@ std::string NumberText(const pb::Message& record, const pb::FieldDescriptor* fie
 
 class Linter {
  public:
-  Linter(const LintOptions& options, const FindingSink& sink) : pairing_(options.pairing), sink_(sink) {}
+  Linter(const LintOptions& options, const FindingSink& sink) : walk_(options.pairing), sink_(sink) {}
 
   // The record linted first; with a template, it is the calibration the
   // template's limits apply to.
@@ -203,7 +202,7 @@ class Linter {
     if (limits != nullptr) checked.emplace(record, *limits);
     limits_ = checked ? &*checked : nullptr;
     root_ = &record;
-    Record(record, "");
+    Record(record);
     limits_ = nullptr;
   }
 
@@ -216,7 +215,20 @@ class Linter {
     std::unordered_set<std::int32_t> buses;
   };
 
-  void Record(const pb::Message& record, const std::string& path) {
+  // A place in the record where the walk stands, its path made only when a
+  // finding names it: a member, or (with the walk in a list) an element.
+  struct At {
+    std::string_view member;
+    int index = -1;
+  };
+
+  std::string PathOf(At at) const {
+    if (at.index >= 0) return walk_.PathToElement(at.index);
+    return at.member.empty() ? walk_.Path() : walk_.PathTo(at.member);
+  }
+
+  // The record where the walk stands.
+  void Record(const pb::Message& record) {
     const pb::Descriptor* type = record.GetDescriptor();
     const Rules& rules = RulesFor(type);
     // A configuration document is the scope its references resolve in.
@@ -231,8 +243,8 @@ class Linter {
       for (const Canbus& bus : config.canbus()) scope.buses.insert(bus.canbusid());
       scope_ = &scope;
     }
-    for (const pb::FieldDescriptor* field : rules.fields) Field(record, rules, field, path);
-    Unknown(record, path);
+    for (const pb::FieldDescriptor* field : rules.fields) Field(record, rules, field);
+    Unknown(record);
     scope_ = outer;
   }
 
@@ -245,51 +257,45 @@ class Linter {
     sink_(finding);
   }
 
-  void Field(const pb::Message& record, const Rules& rules, const pb::FieldDescriptor* field,
-             const std::string& path) {
+  void Field(const pb::Message& record, const Rules& rules, const pb::FieldDescriptor* field) {
     const pb::Reflection* reflection = record.GetReflection();
     auto list = rules.list_of_count.find(field);
-    if (list != rules.list_of_count.end()) Count(record, field, list->second, path);
+    if (list != rules.list_of_count.end()) Count(record, field, list->second);
     auto range = rules.ranges.find(field);
-    if (range != rules.ranges.end()) Inverted(record, field, range->second, path);
+    if (range != rules.ranges.end()) Inverted(record, field, range->second);
     auto reference = rules.references.find(field);
     const Target target = reference == rules.references.end() ? Target::kNone : reference->second;
 
     if (field->is_repeated()) {
       const int size = reflection->FieldSize(record, field);
       if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) {
-        Elements(record, field, size, path);
+        Elements(record, field, size);
         return;
       }
       // Only enumeration values and references are checked one by one.
       if (field->cpp_type() != pb::FieldDescriptor::CPPTYPE_ENUM && target == Target::kNone) return;
+      const internal::Walk::Step step = walk_.Member(field->name());
       for (int i = 0; i < size; ++i) {
-        const std::string at = internal::ElementPath(path, field->name(), i);
+        const At at{{}, i};
         if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_ENUM) Enum(field->enum_type(), IntegerAt(record, field, i), at);
         if (target != Target::kNone) Resolve(target, field, IntegerAt(record, field, i), at);
       }
       return;
     }
 
-    const pb::FieldDescriptor::CppType kind = field->cpp_type();
-    // Numbers and bools are checked only as type codes, references or range
-    // ends (above): no path to make for the others.
-    if (kind != pb::FieldDescriptor::CPPTYPE_MESSAGE && kind != pb::FieldDescriptor::CPPTYPE_ENUM &&
-        kind != pb::FieldDescriptor::CPPTYPE_STRING && field != rules.type_code && target == Target::kNone) {
-      return;
-    }
-    const std::string at = internal::JoinPath(path, field->name());
-    switch (kind) {
+    const At at{field->name()};
+    switch (field->cpp_type()) {
       case pb::FieldDescriptor::CPPTYPE_MESSAGE:
-        if (reflection->HasField(record, field)) Record(reflection->GetMessage(record, field), at);
+        if (reflection->HasField(record, field)) {
+          const internal::Walk::Step step = walk_.Member(field->name());
+          Record(reflection->GetMessage(record, field));
+        }
         return;
       case pb::FieldDescriptor::CPPTYPE_ENUM:
         Enum(field->enum_type(), reflection->GetEnumValue(record, field), at);
         return;
       case pb::FieldDescriptor::CPPTYPE_STRING:
-        if (const pb::Descriptor* held = internal::SlotRecord(record, field, pairing_)) {
-          Slot(record, held, reflection->GetString(record, field), at);
-        }
+        if (internal::IsSettingsField(record.GetDescriptor(), field)) Settings(record, field);
         return;
       default:
         break;
@@ -297,7 +303,7 @@ class Linter {
     if (field == rules.type_code) {
       const std::int64_t code = IntegerAt(record, field, 0);
       if (rules.type_enum->FindValueByNumber(static_cast<int>(code)) == nullptr) {
-        Add(at, Severity::kError, "unknown-type",
+        Add(PathOf(at), Severity::kError, "unknown-type",
             "type " + std::to_string(code) + " is not a value of " + rules.type_enum->full_name() +
                 "; no reader knows what this entry is");
       }
@@ -305,19 +311,17 @@ class Linter {
     if (target != Target::kNone) Resolve(target, field, IntegerAt(record, field, 0), at);
   }
 
-  void Count(const pb::Message& record, const pb::FieldDescriptor* count, const pb::FieldDescriptor* list,
-             const std::string& path) {
+  void Count(const pb::Message& record, const pb::FieldDescriptor* count, const pb::FieldDescriptor* list) {
     const std::int64_t stated = IntegerAt(record, count, 0);
     const int actual = record.GetReflection()->FieldSize(record, list);
     if (stated == actual) return;
-    Add(internal::JoinPath(path, count->name()), Severity::kError, "count-mismatch",
+    Add(walk_.PathTo(count->name()), Severity::kError, "count-mismatch",
         count->name() + " is " + std::to_string(stated) + " but " + list->name() + " holds " +
             std::to_string(actual) + (actual == 1 ? " entry" : " entries") + "; set it to " +
             std::to_string(actual));
   }
 
-  void Inverted(const pb::Message& record, const pb::FieldDescriptor* lower, const Range& range,
-                const std::string& path) {
+  void Inverted(const pb::Message& record, const pb::FieldDescriptor* lower, const Range& range) {
     const double low = NumberAt(record, lower);
     const double high = NumberAt(record, range.upper);
     if (!(low > high)) return;  // NaN on either side compares false: no order to check
@@ -327,12 +331,12 @@ class Linter {
     message += range.severity == Severity::kWarning
                    ? "; the scaling reads its span reversed: swap the two unless that is meant"
                    : "; a range runs from its lower end up to its upper one: swap the two";
-    Add(internal::JoinPath(path, lower->name()), range.severity, "inverted-range", std::move(message));
+    Add(walk_.PathTo(lower->name()), range.severity, "inverted-range", std::move(message));
   }
 
   // Elements of a list of records; the identifiers of inputs, outputs,
   // maps and buses are unique within their list.
-  void Elements(const pb::Message& record, const pb::FieldDescriptor* field, int size, const std::string& path) {
+  void Elements(const pb::Message& record, const pb::FieldDescriptor* field, int size) {
     const pb::Reflection* reflection = record.GetReflection();
     const pb::FieldDescriptor* key = nullptr;
     if (record.GetDescriptor() == ConfigData::descriptor()) {
@@ -346,31 +350,35 @@ class Linter {
     }
     const bool limited = limits_ != nullptr && &record == root_;
     std::unordered_map<std::int64_t, int> first;
+    const internal::Walk::Step list = walk_.Member(field->name());
     for (int i = 0; i < size; ++i) {
       const pb::Message& element = reflection->GetRepeatedMessage(record, field, i);
-      const std::string at = internal::ElementPath(path, field->name(), i);
       if (key != nullptr) {
         const std::int64_t id = IntegerAt(element, key, 0);
         auto [seen, fresh] = first.emplace(id, i);
         if (!fresh) {
-          Add(internal::JoinPath(at, key->name()), Severity::kError, "duplicate-id",
-              key->name() + " " + std::to_string(id) + " is already used by " +
-                  internal::ElementPath(path, field->name(), seen->second) + "; identifiers must be unique within " +
-                  field->name());
+          const std::string earlier = walk_.PathToElement(seen->second);
+          const internal::Walk::Step step = walk_.Element(i);
+          Add(walk_.PathTo(key->name()), Severity::kError, "duplicate-id",
+              key->name() + " " + std::to_string(id) + " is already used by " + earlier +
+                  "; identifiers must be unique within " + field->name());
         }
       }
-      if (limited) limits_->Check(field, i, at, [this](const Finding& finding) { Emit(finding); });
-      Record(element, at);
+      if (limited) {
+        limits_->Check(field, i, walk_.PathToElement(i), [this](const Finding& finding) { Emit(finding); });
+      }
+      const internal::Walk::Step step = walk_.Element(i);
+      Record(element);
     }
   }
 
-  void Enum(const pb::EnumDescriptor* type, std::int64_t value, const std::string& at) {
+  void Enum(const pb::EnumDescriptor* type, std::int64_t value, At at) {
     if (type->FindValueByNumber(static_cast<int>(value)) != nullptr) return;
-    Add(at, Severity::kError, "unknown-enum-value",
+    Add(PathOf(at), Severity::kError, "unknown-enum-value",
         std::to_string(value) + " is not a value of " + DescribeEnum(type));
   }
 
-  void Resolve(Target target, const pb::FieldDescriptor* field, std::int64_t value, const std::string& at) {
+  void Resolve(Target target, const pb::FieldDescriptor* field, std::int64_t value, At at) {
     if (scope_ == nullptr) return;  // a record on its own has no document to resolve in
     // Identifiers are 32-bit on the device whatever the field's signedness.
     const auto id = static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
@@ -381,7 +389,7 @@ class Linter {
         const bool input = target == Target::kInput;
         if (id == 0 || (input ? scope_->inputs : scope_->outputs).count(id) != 0) return;
         const char* kind = input ? "input" : "output";
-        Add(at, Severity::kError, "dangling-reference",
+        Add(PathOf(at), Severity::kError, "dangling-reference",
             field->name() + " names " + kind + " " + std::to_string(id) + ", but no " + kind +
                 " of the document has that id");
         return;
@@ -389,7 +397,7 @@ class Linter {
       case Target::kBus:
         // A router names both its buses: 0 is a bus number like any other.
         if (scope_->buses.count(id) != 0) return;
-        Add(at, Severity::kError, "dangling-reference",
+        Add(PathOf(at), Severity::kError, "dangling-reference",
             field->name() + " names bus " + std::to_string(id) + ", but no canbus of the document has that canbusId");
         return;
       case Target::kNone:
@@ -398,10 +406,12 @@ class Linter {
   }
 
   // Settings held as bytes: read as their record, then linted as such.
-  void Slot(const pb::Message& holder, const pb::Descriptor* held, const std::string& bytes, const std::string& at) {
-    internal::CheckConfigDepth(depth_ + 1, [&] { return at; });
-    bool canonical = true;
-    std::unique_ptr<pb::Message> settings = internal::ParseSlot(held, bytes, &canonical);
+  void Settings(const pb::Message& holder, const pb::FieldDescriptor* field) {
+    std::string scratch;
+    const std::string& bytes = holder.GetReflection()->GetStringReference(holder, field, &scratch);
+    const internal::Settings settings = walk_.Decide(holder, bytes);
+    const pb::Descriptor* paired = settings.paired;
+    if (paired == nullptr) return;
     std::string why;
     Severity unreadable = Severity::kError;
     EntryKind kind;
@@ -409,46 +419,44 @@ class Linter {
       const int code = internal::EntryTypeCode(holder);
       why = " (the record paired with " + holder.GetDescriptor()->name() + " type " + std::to_string(code) + ")";
       // Only the map's type chose this table: other bytes may be another table.
-      if (pairing_.SourceOf(kind, code) == PairingSource::kMapType) {
+      if (walk_.pairing().SourceOf(kind, code) == PairingSource::kMapType) {
         why = " (the table its type " + std::to_string(code) +
               " names; give the table it holds with --map-table or --pair map:" + std::to_string(code) + "=RECORD)";
         unreadable = Severity::kWarning;
       }
     }
-    if (settings == nullptr) {
-      Add(at, unreadable, "config-unreadable",
-          "the " + std::to_string(bytes.size()) + " bytes do not parse as " + held->full_name() + why);
+    if (settings.state == internal::Settings::State::kUnreadable) {
+      Add(walk_.PathTo(field->name()), unreadable, "config-unreadable",
+          "the " + std::to_string(bytes.size()) + " bytes do not parse as " + paired->full_name() + why);
       return;
     }
-    if (!canonical) {
-      Add(at, Severity::kWarning, "config-not-canonical",
-          "reads as " + held->full_name() + " but encoding it again gives " +
-              std::to_string(settings->ByteSizeLong()) + " bytes that differ from the " +
+    if (settings.state == internal::Settings::State::kNotCanonical) {
+      Add(walk_.PathTo(field->name()), Severity::kWarning, "config-not-canonical",
+          "reads as " + paired->full_name() + " but encoding it again gives " +
+              std::to_string(settings.record->ByteSizeLong()) + " bytes that differ from the " +
               std::to_string(bytes.size()) + " stored; store the re-encoded bytes");
     }
-    ++depth_;
-    Record(*settings, at);
-    --depth_;
+    const internal::Walk::Step step = walk_.Into(settings, field->name());
+    Record(*settings.record);
   }
 
-  void Unknown(const pb::Message& record, const std::string& path) {
+  void Unknown(const pb::Message& record) {
     const pb::UnknownFieldSet& unknown = record.GetReflection()->GetUnknownFields(record);
     if (unknown.empty()) return;
     std::set<int> numbers;
     for (int i = 0; i < unknown.field_count(); ++i) numbers.insert(unknown.field(i).number());
     std::string list;
     for (int number : numbers) list += (list.empty() ? "" : ", ") + std::to_string(number);
-    Add(path, Severity::kWarning, "unknown-field",
+    Add(walk_.Path(), Severity::kWarning, "unknown-field",
         std::string(numbers.size() == 1 ? "field " : "fields ") + list + " not in " +
             record.GetDescriptor()->full_name() + ": kept and written back, but no reader of this schema uses " +
             (numbers.size() == 1 ? "it" : "them"));
   }
 
-  const PairingCatalogue& pairing_;
+  internal::Walk walk_;
   const FindingSink& sink_;
   LintCounts counts_;
   const Scope* scope_ = nullptr;
-  int depth_ = 0;  // levels of `config` between the linted record and the one being read
   const pb::Message* root_ = nullptr;
   const internal::CalibrationLimits* limits_ = nullptr;
 };

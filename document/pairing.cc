@@ -9,7 +9,7 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
-#include "config_slots.h"
+#include "walk.h"
 #include "suggest.h"
 
 namespace gcuschema::document {

@@ -15,7 +15,7 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
-#include "config_slots.h"
+#include "walk.h"
 #include "field_path.h"
 #include "json/base64.h"
 #include "json/keys.h"
@@ -722,9 +722,8 @@ void JsonReader::StartConfig(Frame& holder, const FieldPlan& field) {
   Frame pending{Frame::Kind::kPending};
   pending.name = field.field->name();
   pending.config_depth = holder.config_depth + 1;
-  try {
-    CheckConfigDepth(pending.config_depth, [&] { return PathTo(field.field->name()); });
-  } catch (const Error& e) {
+  if (pending.config_depth > kMaxConfigDepth) {
+    const Error e = Walk::TooDeep(PathTo(field.field->name()));
     FailAt(TokenStart(), e.where(), e.message());
   }
   Push(std::move(pending));
@@ -746,7 +745,7 @@ void JsonReader::HandlePending(Frame& frame, JsonToken& token) {
     if (token.type == Type::kEndObject) {
       const Frame& holder = frames_[frames_.size() - 2];
       std::string message = "the object names no record with \"@type\"";
-      const pb::Descriptor* paired = HeldRecord(*holder.record, pairing_);
+      const pb::Descriptor* paired = PairedSettings(*holder.record, pairing_);
       EntryKind kind;
       if (paired != nullptr && EntryKindOf(holder.plan->type, &kind)) {
         message += "; type " + DescribeTypeCode(kind, EntryTypeCode(*holder.record)) + " holds " +

@@ -1,6 +1,6 @@
 #include "json/record_plan.h"
 
-#include "config_slots.h"
+#include "walk.h"
 #include "json/spelling.h"
 
 namespace gcuschema::document::internal {
@@ -70,7 +70,7 @@ const RecordPlan& RecordPlans::Get(const pb::Descriptor* type) {
   RecordPlan& plan = *slot;
   plan.type = type;
   plan.has_extensions = type->extension_range_count() > 0;
-  const FieldDescriptor* config = ConfigField(type);
+  const FieldDescriptor* config = SettingsField(type);
   plan.entry = EntryKindOf(type, &plan.kind);
   if (plan.entry) plan.type_code = type->FindFieldByName("type");
   plan.fields.reserve(type->field_count());

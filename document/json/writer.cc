@@ -13,11 +13,11 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
-#include "config_slots.h"
 #include "field_path.h"
 #include "in_order.h"
 #include "json/keys.h"
 #include "json/spelling.h"
+#include "walk.h"
 
 namespace gcuschema::document::internal {
 namespace {
@@ -39,11 +39,11 @@ JsonWriter::JsonWriter(const PairingCatalogue& pairing, const JsonWriteOptions& 
       sink_(sink),
       colon_(options.indent > 0 ? ": " : ":"),
       comma_(options.indent > 0 ? ", " : ","),
-      settings_(kMaxConfigDepth + 1) {}
+      walk_(pairing) {}
 
 void JsonWriter::Document(const pb::Message& record) {
   const std::string name = record.GetDescriptor()->full_name();
-  Record(record, 0, options_.type_name ? &name : nullptr, 0);
+  Record(record, 0, options_.type_name ? &name : nullptr);
   if (sink_ != nullptr && !out_->empty()) {
     (*sink_)(*out_);
     out_->clear();
@@ -66,15 +66,10 @@ void JsonWriter::Flush() {
 }
 
 std::string JsonWriter::Path(std::string_view member) const {
-  std::string path;
-  for (const auto& [name, index] : path_) {
-    if (!name.empty()) path = JoinPath(path, name);
-    if (index >= 0) path = IndexPath(path, index);
-  }
-  return member.empty() ? path : JoinPath(path, member);
+  return member.empty() ? walk_.Path() : walk_.PathTo(member);
 }
 
-void JsonWriter::Record(const pb::Message& record, int level, const std::string* type_name, int config_depth) {
+void JsonWriter::Record(const pb::Message& record, int level, const std::string* type_name) {
   const RecordPlan& plan = plans_.Get(record.GetDescriptor());
   const pb::Reflection* reflection = record.GetReflection();
   bool first = true;
@@ -97,11 +92,12 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
     // A NaN JSON cannot spell travels, with its field, as encoded bytes.
     if (keep_all && plan.has_floats && HideUnspellable(record, reflection, field, &hidden)) continue;
     if (field.config && options_.expand) {
-      if (const pb::Message* settings = Expanded(record, reflection, plan, field, config_depth)) {
+      // Settings are shown as their record only where that loses no byte.
+      const Settings settings = DecideSettings(record, reflection, plan, field);
+      if (settings.canonical() || settings.state == Settings::State::kTooDeep) {
+        const Walk::Step step = walk_.Into(settings, f->name());
         member(key);
-        path_.emplace_back(f->name(), -1);
-        Record(*settings, level + 1, &settings->GetDescriptor()->full_name(), config_depth + 1);
-        path_.pop_back();
+        Record(*settings.record, level + 1, &settings.paired->full_name());
         continue;
       }
     }
@@ -109,7 +105,7 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
       if (reflection->FieldSize(record, f) == 0) continue;
       if (field.kind == ValueKind::kUnsupported) Unsupported(field);
       member(key);
-      List(record, reflection, field, level + 1, config_depth);
+      List(record, reflection, field, level + 1);
       continue;
     }
     const bool present = field.explicit_presence && reflection->HasField(record, f);
@@ -184,9 +180,10 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
       }
       case ValueKind::kRecord:
         member(key);
-        path_.emplace_back(f->name(), -1);
-        Record(reflection->GetMessage(record, f), level + 1, nullptr, config_depth);
-        path_.pop_back();
+        {
+          const Walk::Step step = walk_.Member(f->name());
+          Record(reflection->GetMessage(record, f), level + 1, nullptr);
+        }
         break;
       default:
         if (present || reflection->HasField(record, f)) Unsupported(field);
@@ -238,18 +235,19 @@ void JsonWriter::AppendText(const FieldPlan& field, const std::string& text, int
 }
 
 void JsonWriter::List(const pb::Message& record, const pb::Reflection* reflection, const FieldPlan& field,
-                      int level, int config_depth) {
+                      int level) {
   const int count = reflection->FieldSize(record, field.field);
   out_->push_back('[');
   if (field.kind == ValueKind::kRecord) {
     // Records one per line block.
-    path_.emplace_back(field.field->name(), -1);
-    if (count >= kSharedFrom && options_.threads != 1) {
-      SharedRecordElements(record, field, count, level, config_depth);
-    } else {
-      RecordElements(record, field, 0, count, level, config_depth);
+    {
+      const Walk::Step step = walk_.Member(field.field->name());
+      if (count >= kSharedFrom && options_.threads != 1) {
+        SharedRecordElements(record, field, count, level);
+      } else {
+        RecordElements(record, field, 0, count, level);
+      }
     }
-    path_.pop_back();
     NewLine(level);
   } else {
     // Numbers, names and text on one line.
@@ -258,24 +256,23 @@ void JsonWriter::List(const pb::Message& record, const pb::Reflection* reflectio
   out_->push_back(']');
 }
 
-void JsonWriter::RecordElements(const pb::Message& record, const FieldPlan& field, int begin, int end, int level,
-                                int config_depth) {
+void JsonWriter::RecordElements(const pb::Message& record, const FieldPlan& field, int begin, int end, int level) {
   const pb::Reflection* reflection = record.GetReflection();  // once per stretch
   for (int i = begin; i < end; ++i) {
     if (i > 0) out_->push_back(',');
     NewLine(level + 1);
-    path_.emplace_back(std::string_view(), i);
-    Record(reflection->GetRepeatedMessage(record, field.field, i), level + 1, nullptr, config_depth);
-    path_.pop_back();
+    {
+      const Walk::Step step = walk_.Element(i);
+      Record(reflection->GetRepeatedMessage(record, field.field, i), level + 1, nullptr);
+    }
     Flush();
   }
 }
 
-void JsonWriter::SharedRecordElements(const pb::Message& record, const FieldPlan& field, int count, int level,
-                                      int config_depth) {
+void JsonWriter::SharedRecordElements(const pb::Message& record, const FieldPlan& field, int count, int level) {
   const int threads = std::min(ThreadCount(options_.threads), count / kSharedChunk);
   if (threads <= 1) {
-    RecordElements(record, field, 0, count, level, config_depth);
+    RecordElements(record, field, 0, count, level);
     return;
   }
   // Each helper thread a writer of its own (its plans, settings and
@@ -283,13 +280,13 @@ void JsonWriter::SharedRecordElements(const pb::Message& record, const FieldPlan
   while (static_cast<int>(helpers_.size()) < threads) {
     helpers_.push_back(std::make_unique<JsonWriter>(pairing_, options_, nullptr));
   }
-  for (auto& helper : helpers_) helper->path_ = path_;
+  for (auto& helper : helpers_) helper->walk_.StandAt(walk_);
   MakeInOrder(
       count, threads, kSharedChunk,
       [&](int helper, int begin, int end, std::string* text) {
         JsonWriter& writer = *helpers_[static_cast<std::size_t>(helper)];
         writer.out_ = text;
-        writer.RecordElements(record, field, begin, end, level, config_depth);
+        writer.RecordElements(record, field, begin, end, level);
       },
       [&](const std::string& text) {
         out_->append(text);
@@ -362,29 +359,11 @@ bool JsonWriter::HideUnspellable(const pb::Message& record, const pb::Reflection
   return true;
 }
 
-const pb::Message* JsonWriter::Expanded(const pb::Message& holder, const pb::Reflection* reflection,
-                                        const RecordPlan& plan, const FieldPlan& field, int config_depth) {
-  const pb::Descriptor* type = nullptr;
-  if (plan.entry) {
-    type = pairing_.Find(plan.kind, TypeCodeIn(holder, reflection, plan.type_code));
-  } else {
-    type = HeldRecord(holder, pairing_);
-  }
-  if (type == nullptr) return nullptr;
-  CheckConfigDepth(config_depth + 1, [&] { return Path(field.field->name()); });
-  std::unique_ptr<pb::Message>& settings = settings_[config_depth][type];
-  if (settings == nullptr) settings = NewRecord(type);
-  settings->Clear();
-  const std::string& bytes = reflection->GetStringReference(holder, field.field, &scratch_);
-  {
-    // Bytes that are not the record are shown as bytes, without a word
-    // from the runtime.
-    pb::LogSilencer quiet;
-    if (!settings->ParsePartialFromString(bytes)) return nullptr;
-  }
-  settings->SerializePartialToString(&again_);
-  if (again_ != bytes) return nullptr;
-  return settings.get();
+Settings JsonWriter::DecideSettings(const pb::Message& holder, const pb::Reflection* reflection,
+                                   const RecordPlan& plan, const FieldPlan& field) {
+  const pb::Descriptor* paired = plan.entry ? pairing_.Find(plan.kind, TypeCodeIn(holder, reflection, plan.type_code))
+                                            : PairedSettings(holder, pairing_);
+  return walk_.Decide(paired, reflection->GetStringReference(holder, field.field, &scratch_));
 }
 
 }  // namespace gcuschema::document::internal

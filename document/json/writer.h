@@ -18,6 +18,7 @@
 #include <gcuschema/document/sink.h>
 
 #include "json/record_plan.h"
+#include "walk.h"
 
 namespace gcuschema::document::internal {
 
@@ -32,16 +33,15 @@ class JsonWriter {
   void Document(const google::protobuf::Message& record);
 
  private:
-  void Record(const google::protobuf::Message& record, int level, const std::string* type_name, int config_depth);
+  void Record(const google::protobuf::Message& record, int level, const std::string* type_name);
   void List(const google::protobuf::Message& record, const google::protobuf::Reflection* reflection,
-            const FieldPlan& field, int level, int config_depth);
+            const FieldPlan& field, int level);
   // Records [begin, end) of a list, each after its separator (none before
   // element 0) and line break.
   void RecordElements(const google::protobuf::Message& record, const FieldPlan& field, int begin, int end,
-                      int level, int config_depth);
+                      int level);
   // The same for a long list, shared out in chunks to the helpers.
-  void SharedRecordElements(const google::protobuf::Message& record, const FieldPlan& field, int count, int level,
-                            int config_depth);
+  void SharedRecordElements(const google::protobuf::Message& record, const FieldPlan& field, int count, int level);
   // The `count` values of a list of numbers, names or text, on one line.
   void Scalars(const google::protobuf::Message& record, const google::protobuf::Reflection* reflection,
                const FieldPlan& field, int count);
@@ -49,11 +49,10 @@ class JsonWriter {
   // A string (which must be UTF-8) or bytes (base64); `index` for a list's.
   void AppendText(const FieldPlan& field, const std::string& text, int index);
   [[noreturn]] void Unsupported(const FieldPlan& field) const;
-  // The settings record a `config` holds, parsed, when it can be shown
-  // in its place without losing a byte; null otherwise.
-  const google::protobuf::Message* Expanded(const google::protobuf::Message& holder,
-                                            const google::protobuf::Reflection* reflection, const RecordPlan& plan,
-                                            const FieldPlan& field, int config_depth);
+  // What the `config` of `holder` holds (the walk's decision), the
+  // pairing asked through the plan.
+  Settings DecideSettings(const google::protobuf::Message& holder, const google::protobuf::Reflection* reflection,
+                          const RecordPlan& plan, const FieldPlan& field);
   // For a float or double field holding a NaN that JSON cannot spell (sign
   // bit or payload set): appends the field's encoding to `hidden` and says
   // true, so that it travels in "@unknown" rather than changing.
@@ -71,13 +70,9 @@ class JsonWriter {
   const char* colon_;    // after a member's name
   const char* comma_;    // between the values of a one-line list
   std::string spaces_;   // indentation, cut to length as needed
-  // Settings records parsed for expansion: one per type and depth, reused.
-  std::vector<std::unordered_map<const google::protobuf::Descriptor*, std::unique_ptr<google::protobuf::Message>>>
-      settings_;
   std::string scratch_;
-  std::string again_;  // settings encoded again, to compare with their bytes
-  // The record being written, for error messages: members and elements.
-  std::vector<std::pair<std::string_view, int>> path_;
+  // Where the writer stands, and what each `config` holds.
+  Walk walk_;
   // Writers of the threads that share out long lists.
   std::vector<std::unique_ptr<JsonWriter>> helpers_;
 };

@@ -1,0 +1,136 @@
+#include "walk.h"
+
+#include <google/protobuf/stubs/logging.h>
+
+#include <gcuschema/Config.pb.h>
+#include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/document/records.h>
+
+#include "field_path.h"
+
+namespace gcuschema::document::internal {
+
+namespace pb = google::protobuf;
+
+bool EntryKindOf(const pb::Descriptor* type, EntryKind* kind) {
+  if (type == ::Input::descriptor()) *kind = EntryKind::kInput;
+  else if (type == ::Output::descriptor()) *kind = EntryKind::kOutput;
+  else if (type == ::Map::descriptor()) *kind = EntryKind::kMap;
+  else if (type == ::Driver::descriptor()) *kind = EntryKind::kDriver;
+  else if (type == ::CanbusEntityHandler::descriptor()) *kind = EntryKind::kHandler;
+  else return false;
+  return true;
+}
+
+int TypeCodeIn(const pb::Message& entry, const pb::Reflection* reflection, const pb::FieldDescriptor* field) {
+  if (field == nullptr) return 0;
+  switch (field->cpp_type()) {
+    case pb::FieldDescriptor::CPPTYPE_INT32: return reflection->GetInt32(entry, field);
+    case pb::FieldDescriptor::CPPTYPE_UINT32: return static_cast<int>(reflection->GetUInt32(entry, field));
+    case pb::FieldDescriptor::CPPTYPE_ENUM: return reflection->GetEnumValue(entry, field);
+    default: return 0;
+  }
+}
+
+int EntryTypeCode(const pb::Message& entry) {
+  return TypeCodeIn(entry, entry.GetReflection(), entry.GetDescriptor()->FindFieldByName("type"));
+}
+
+const pb::FieldDescriptor* SettingsField(const pb::Descriptor* type) {
+  EntryKind kind;
+  if (type != ::DeviceData::descriptor() && !EntryKindOf(type, &kind)) return nullptr;
+  const pb::FieldDescriptor* field = type->FindFieldByName("config");
+  if (field == nullptr || field->is_repeated() || field->type() != pb::FieldDescriptor::TYPE_BYTES) return nullptr;
+  return field;
+}
+
+const pb::Descriptor* PairedSettings(const pb::Message& holder, const PairingCatalogue& pairing) {
+  const pb::Descriptor* type = holder.GetDescriptor();
+  if (type == ::DeviceData::descriptor()) return ::ConfigData::descriptor();
+  EntryKind kind;
+  if (!EntryKindOf(type, &kind)) return nullptr;
+  return pairing.Find(kind, EntryTypeCode(holder));
+}
+
+Walk::Step Walk::Into(const Settings& decided, std::string_view member) {
+  if (config_depth_ + 1 > kMaxConfigDepth) throw TooDeep(PathTo(member));
+  Push(member, -1, decided.paired);
+  return Step(this);
+}
+
+void Walk::Push(std::string_view name, int index, const pb::Descriptor* settings) {
+  steps_.push_back(StepData{name, index, settings});
+  if (settings != nullptr) ++config_depth_;
+}
+
+void Walk::Pop() {
+  if (steps_.back().settings != nullptr) --config_depth_;
+  steps_.pop_back();
+}
+
+void Walk::Truncate(std::size_t size) {
+  while (steps_.size() > size) Pop();
+}
+
+std::string Walk::Path() const {
+  std::string path;
+  for (const StepData& step : steps_) {
+    if (!step.name.empty()) {
+      path = JoinPath(path, step.name);
+      if (name_settings_ && step.settings != nullptr) path += "<" + step.settings->full_name() + ">";
+    }
+    if (step.index >= 0) path = IndexPath(path, step.index);
+  }
+  return path;
+}
+
+std::string Walk::PathTo(std::string_view member) const { return JoinPath(Path(), member); }
+
+std::string Walk::PathToElement(int index) const { return IndexPath(Path(), index); }
+
+Settings Walk::Decide(const pb::Message& holder, const std::string& bytes, int side) {
+  return Decide(PairedSettings(holder, pairing_), bytes, side);
+}
+
+Settings Walk::Decide(const pb::Message& holder) {
+  const pb::FieldDescriptor* field = SettingsField(holder.GetDescriptor());
+  if (field == nullptr) return Settings{};
+  std::string scratch;
+  return Decide(holder, holder.GetReflection()->GetStringReference(holder, field, &scratch));
+}
+
+Settings Walk::Decide(const pb::Descriptor* paired, const std::string& bytes, int side) {
+  Settings decided;
+  decided.paired = paired;
+  if (paired == nullptr) return decided;
+  if (config_depth_ + 1 > kMaxConfigDepth) {
+    decided.state = Settings::State::kTooDeep;
+    return decided;
+  }
+  const auto slot = static_cast<std::size_t>(2 * config_depth_ + side);
+  if (read_.size() <= slot) read_.resize(slot + 1);
+  std::unique_ptr<pb::Message>& record = read_[slot][paired];
+  if (record == nullptr) record = NewRecord(paired);
+  record->Clear();
+  {
+    // Bytes that are not the record are a finding for the caller, not a
+    // log line of the runtime.
+    pb::LogSilencer quiet;
+    if (!record->ParsePartialFromString(bytes)) {
+      decided.state = Settings::State::kUnreadable;
+      return decided;
+    }
+    record->SerializePartialToString(&again_);
+  }
+  decided.record = record.get();
+  decided.state = again_ == bytes ? Settings::State::kCanonical : Settings::State::kNotCanonical;
+  return decided;
+}
+
+Error Walk::TooDeep(const std::string& path) {
+  return Error(path, "records inside `config` nested deeper than " + std::to_string(kMaxConfigDepth) +
+                         " levels; the settings hold a record that holds settings again (a pairing of an entry's "
+                         "type code with ConfigData allows that), and no reader goes further");
+}
+
+}  // namespace gcuschema::document::internal
