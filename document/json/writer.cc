@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include <google/protobuf/stubs/common.h>
 #include <google/protobuf/stubs/logging.h>
@@ -28,6 +29,10 @@ using pb::FieldDescriptor;
 // Text is handed to the sink in stretches of about this size.
 constexpr std::size_t kFlushSize = 256 * 1024;
 
+// Indentation is copied from here.
+constexpr char kSpaces[32] = {' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ',
+                              ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' '};
+
 
 }  // namespace
 
@@ -35,9 +40,9 @@ JsonWriter::JsonWriter(const PairingCatalogue& pairing, const JsonWriteOptions& 
                        const Sink* sink)
     : pairing_(pairing),
       options_(options),
-      out_(out),
+      text_(out),
+      out_(&text_),
       sink_(sink),
-      colon_(options.indent > 0 ? ": " : ":"),
       comma_(options.indent > 0 ? ", " : ","),
       walk_(pairing) {}
 
@@ -50,12 +55,35 @@ void JsonWriter::Document(const pb::Message& record) {
   }
 }
 
+char* JsonWriter::Indent(int level, char* at) const {
+  const std::size_t width = static_cast<std::size_t>(level) * static_cast<std::size_t>(options_.indent);
+  *at++ = '\n';
+  // Room for kSpaces was asked for: most lines are indented less, and a
+  // copy of a fixed size is a few instructions.
+  if (width <= sizeof kSpaces) {
+    std::memcpy(at, kSpaces, sizeof kSpaces);
+  } else {
+    std::memset(at, ' ', width);
+  }
+  return at + width;
+}
+
 void JsonWriter::NewLine(int level) {
   if (options_.indent <= 0) return;
   const std::size_t width = static_cast<std::size_t>(level) * static_cast<std::size_t>(options_.indent);
-  if (spaces_.size() < width) spaces_.assign(width * 2, ' ');
-  out_->push_back('\n');
-  out_->append(spaces_, 0, width);
+  out_->Advance(Indent(level, out_->Room(1 + std::max(width, sizeof kSpaces))));
+}
+
+void JsonWriter::Member(bool first, int level, std::string_view key) {
+  const std::size_t width = static_cast<std::size_t>(level) * static_cast<std::size_t>(std::max(options_.indent, 0));
+  char* at = out_->Room(key.size() + std::max(width, sizeof kSpaces) + 4);
+  *at++ = first ? '{' : ',';
+  if (options_.indent > 0) at = Indent(level, at);
+  std::memcpy(at, key.data(), key.size());
+  at += key.size();
+  *at++ = ':';
+  if (options_.indent > 0) *at++ = ' ';
+  out_->Advance(at);
 }
 
 void JsonWriter::Flush() {
@@ -74,11 +102,8 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
   const pb::Reflection* reflection = record.GetReflection();
   bool first = true;
   auto member = [&](std::string_view key) {
-    out_->push_back(first ? '{' : ',');
+    Member(first, level + 1, key);
     first = false;
-    NewLine(level + 1);
-    out_->append(key);
-    out_->append(colon_);
   };
   if (type_name != nullptr) {
     member(kQuotedTypeKey);
@@ -226,7 +251,7 @@ void JsonWriter::AppendText(const FieldPlan& field, const std::string& text, int
     AppendBase64(text, out_);
     return;
   }
-  if (!pb::internal::IsStructurallyValidUTF8(text.data(), static_cast<int>(text.size()))) {
+  if (!IsUtf8(text)) {
     const std::string path = Path(field.field->name());
     throw Error(index >= 0 ? IndexPath(path, index) : path,
                 "the text is not UTF-8, which JSON cannot carry; fix it, or use the binary or text form");
@@ -285,7 +310,8 @@ void JsonWriter::SharedRecordElements(const pb::Message& record, const FieldPlan
       count, threads, kSharedChunk,
       [&](int helper, int begin, int end, std::string* text) {
         JsonWriter& writer = *helpers_[static_cast<std::size_t>(helper)];
-        writer.out_ = text;
+        TextBuffer chunk(text);
+        writer.out_ = &chunk;
         writer.RecordElements(record, field, begin, end, level);
       },
       [&](const std::string& text) {

@@ -18,6 +18,7 @@
 #include <gcuschema/document/sink.h>
 
 #include "json/record_plan.h"
+#include "json/text_buffer.h"
 #include "walk.h"
 
 namespace gcuschema::document::internal {
@@ -25,7 +26,8 @@ namespace gcuschema::document::internal {
 class JsonWriter {
  public:
   // Text is appended to `out`; with a sink, `out` is handed to it (and
-  // emptied) whenever it has grown large, and at the end.
+  // emptied) whenever it has grown large, and at the end. `out` holds room
+  // beyond the text until the writer is gone.
   JsonWriter(const PairingCatalogue& pairing, const JsonWriteOptions& options, std::string* out,
              const Sink* sink = nullptr);
 
@@ -59,17 +61,22 @@ class JsonWriter {
   bool HideUnspellable(const google::protobuf::Message& record, const google::protobuf::Reflection* reflection,
                        const FieldPlan& field, std::string* hidden);
   void NewLine(int level);
+  // A line break and the indentation of `level`, written at `at` (with room
+  // for at least kSpaces beyond the break); returns the end.
+  char* Indent(int level, char* at) const;
+  // What comes before a member's value: '{' for the first, else ',', the
+  // line break and indentation, the quoted name and the colon.
+  void Member(bool first, int level, std::string_view key);
   void Flush();
   std::string Path(std::string_view member) const;
 
   const PairingCatalogue& pairing_;
   const JsonWriteOptions& options_;
-  std::string* out_;
+  TextBuffer text_;  // over `out`
+  TextBuffer* out_;  // where text goes: text_, or a chunk of a long list
   const Sink* sink_;
   RecordPlans plans_;
-  const char* colon_;    // after a member's name
-  const char* comma_;    // between the values of a one-line list
-  std::string spaces_;   // indentation, cut to length as needed
+  std::string_view comma_;  // between the values of a one-line list
   std::string scratch_;
   // Where the writer stands, and what each `config` holds.
   Walk walk_;

@@ -30,7 +30,11 @@ struct DecodeArguments {
 
 int RunDecode(const DecodeArguments& args) {
   const google::protobuf::Descriptor* type = args.type.Resolve();
-  document::JsonCodec codec(args.pairing.Resolve());
+  // Only expanded JSON asks which record a config holds: the standard
+  // pairing builds the descriptors of every settings record, a good part of
+  // a small run, so it is made only then (or to check options given).
+  const bool expands = args.format == "json" && !args.no_expand;
+  document::JsonCodec codec(expands || args.pairing.given() ? args.pairing.Resolve() : document::PairingCatalogue());
   RefuseOverwritingInputs(args.output, {args.input});
 
   const Input input = ReadInput(args.input);

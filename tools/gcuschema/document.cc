@@ -132,7 +132,8 @@ Document::Document(const google::protobuf::Descriptor* type)
 
 std::unique_ptr<Document> ParseDocument(const Input& input, const google::protobuf::Descriptor* type) {
   auto document = std::make_unique<Document>(type);
-  ReadDocument(input, Format::kBinary, document::PairingCatalogue::Standard(), document->record());
+  // Binary never asks which record a config holds.
+  ReadDocument(input, Format::kBinary, document::PairingCatalogue(), document->record());
   return document;
 }
 

@@ -7,6 +7,7 @@
 #include <new>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -105,12 +106,24 @@ int main(int argc, char** argv) {
   app.footer(
       "Exit status: 0 done, 1 lint found errors or diff found differences, 2 bad input or "
       "usage (one line on stderr: gcuschema: FILE: WHERE: WHAT).");
-  const std::vector<Command> commands = {
-      AddDecodeCommand(&app),  AddEncodeCommand(&app),  AddInspectCommand(&app),
-      AddLintCommand(&app),    AddDiffCommand(&app),    AddSchemasCommand(&app),
-      AddSampleCommand(&app),
-  };
   const std::vector<std::string> arguments = platform::CommandLine(argc, argv);
+  // Setting up a command's options is a good part of a short run: when the
+  // first argument names a command, only that one is set up (nothing after
+  // it can name another), and `--version` alone needs none. Otherwise all
+  // are, for --help and the messages.
+  const std::pair<const char*, Command (*)(CLI::App*)> factories[] = {
+      {"decode", AddDecodeCommand}, {"encode", AddEncodeCommand}, {"inspect", AddInspectCommand},
+      {"lint", AddLintCommand},     {"diff", AddDiffCommand},     {"schemas", AddSchemasCommand},
+      {"sample", AddSampleCommand},
+  };
+  std::vector<Command> commands;
+  for (const auto& [name, add] : factories) {
+    if (arguments.size() > 1 && arguments[1] == name) commands = {add(&app)};
+  }
+  const bool version_only = arguments.size() == 2 && arguments[1] == "--version";
+  if (commands.empty() && !version_only) {
+    for (const auto& factory : factories) commands.push_back(factory.second(&app));
+  }
   std::vector<const char*> pointers;
   for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
   try {
