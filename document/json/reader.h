@@ -101,7 +101,8 @@ class JsonReader {
   std::string Path() const;
   std::string PathTo(std::string_view member) const;
   [[noreturn]] void Fail(const std::string& path, const std::string& message) const;
-  [[noreturn]] void FailAt(std::size_t start, const std::string& path, const std::string& message) const;
+  [[noreturn]] void FailAt(std::size_t start, const std::string& path, const std::string& message,
+                           const Remedy& remedy = {}) const;
   [[noreturn]] void SyntaxError(std::size_t position, int id, const std::string& what);
   std::size_t TokenStart() const;
   std::string Position(std::size_t offset) const;

@@ -34,6 +34,18 @@ std::string Read(const std::string& text, const JsonReadOptions& options = {}) {
   return Hex(Encode(doc));
 }
 
+// What the error reading `text` says the caller can change besides the text.
+Remedy ReadRemedy(const std::string& text) {
+  ConfigData doc;
+  try {
+    JsonCodec().FromJson(text, &doc);
+  } catch (const Error& e) {
+    return e.remedy();
+  }
+  ADD_FAILURE() << "no error for " << text;
+  return {};
+}
+
 std::string ReadDeviceData(const std::string& text) {
   DeviceData image;
   try {
@@ -194,13 +206,17 @@ TEST(JsonReaderTest, SettingsMustBeTheRecordTheTypeCodeHolds) {
   const std::string mismatch = Read(R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})");
   EXPECT_EQ(mismatch,
             "error at line 1, column 45 (inputs[0].config): \"@type\" AdcConfiguration, but type 2 (DigitalInput) "
-            "holds DigitalInConfiguration; make them agree, or pair the code with the record (--pair "
-            "input:2=AdcConfiguration)");
+            "holds DigitalInConfiguration; make them agree, or pair the code with the record");
   // The type code may come after the settings.
   EXPECT_EQ(Read(R"({"inputs": [{"config": {"@type": "AdcConfiguration"}, "type": 2}]})"), mismatch.substr(0, 0) +
             "error at line 1, column 34 (inputs[0].config): \"@type\" AdcConfiguration, but type 2 (DigitalInput) "
-            "holds DigitalInConfiguration; make them agree, or pair the code with the record (--pair "
-            "input:2=AdcConfiguration)");
+            "holds DigitalInConfiguration; make them agree, or pair the code with the record");
+  // What a program can offer besides mending the text: that pairing.
+  const Remedy remedy = ReadRemedy(R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})");
+  EXPECT_EQ(remedy.kind, Remedy::Kind::kPairCode);
+  EXPECT_EQ(remedy.entry, EntryKind::kInput);
+  EXPECT_EQ(remedy.code, 2);
+  EXPECT_EQ(remedy.record, "AdcConfiguration");
   // Paired otherwise, the same text reads.
   PairingCatalogue pairing = PairingCatalogue::Standard();
   pairing.Apply("input:2=AdcConfiguration");

@@ -38,7 +38,7 @@ int RunDecode(const DecodeArguments& args) {
   // Written out as it is made: a large document's text is never held whole.
   Output output(args.output);
   const document::Sink sink = [&output](std::string_view text) { output.Write(text); };
-  try {
+  AsFailure(input.name, [&] {
     if (args.format == "text") {
       document::TextWriteOptions options;
       options.threads = args.threads;
@@ -53,10 +53,7 @@ int RunDecode(const DecodeArguments& args) {
       codec.WriteJson(*document->record(), sink, options);
       output.Write("\n");
     }
-  } catch (const document::Error& e) {
-    // What the document holds and the format cannot carry.
-    throw Failure(input.name, e.where(), e.message());
-  }
+  });
   output.Commit();
   return 0;
 }

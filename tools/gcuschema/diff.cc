@@ -32,13 +32,10 @@ int RunDiff(const DiffArguments& args) {
   }
   std::unique_ptr<google::protobuf::Message> a = LoadDocument(args.old_input, args.type, args.from, pairing);
   std::unique_ptr<google::protobuf::Message> b = LoadDocument(args.new_input, args.type, args.from, pairing);
-  std::vector<document::Difference> differences;
-  try {
-    differences = document::Diff(*a, *b, pairing);
-  } catch (const document::Error& e) {
-    // The path leads to the same place in both documents.
-    throw Failure(InputName(args.old_input) + " and " + InputName(args.new_input), e.where(), e.message());
-  }
+  // The path of an error leads to the same place in both documents.
+  const std::vector<document::Difference> differences =
+      AsFailure(InputName(args.old_input) + " and " + InputName(args.new_input),
+                [&] { return document::Diff(*a, *b, pairing); });
   std::string report = document::FormatDifferences(differences);
   if (!report.empty() && report.back() != '\n') report += '\n';
   WriteOutput("", report);

@@ -60,7 +60,7 @@ void AddFromOption(CLI::App* command, std::string* from) {
 void ReadDocument(const Input& input, Format format, const document::PairingCatalogue& pairing,
                   google::protobuf::Message* record) {
   if (format == Format::kDetect) format = DetectFormat(input.bytes());
-  try {
+  AsFailure(input.name, [&] {
     switch (format) {
       case Format::kDetect:
       case Format::kBinary:
@@ -73,9 +73,7 @@ void ReadDocument(const Input& input, Format format, const document::PairingCata
         document::FromText(input.bytes(), record);
         break;
     }
-  } catch (const document::Error& e) {
-    throw Failure(input.name, e.where(), e.message());
-  }
+  });
 }
 
 const google::protobuf::Descriptor* DocumentType(const TypeOption& type, const Input& input, Format format) {
@@ -83,11 +81,13 @@ const google::protobuf::Descriptor* DocumentType(const TypeOption& type, const I
   if (!type.given() && format == Format::kJson) {
     const std::string named = document::JsonDocumentType(input.bytes());
     if (!named.empty()) {
-      try {
-        return document::RequireRecord(named);
-      } catch (const document::Error& e) {
-        throw Failure(input.name, "@type", e.message());
-      }
+      return AsFailure(input.name, [&] {
+        try {
+          return document::RequireRecord(named);
+        } catch (const document::Error& e) {
+          throw document::Error("@type", e.message(), e.remedy());
+        }
+      });
     }
   }
   return type.Resolve();

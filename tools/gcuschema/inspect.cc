@@ -25,12 +25,7 @@ int RunInspect(const InspectArguments& args) {
   args.type.Resolve();  // a wrong --type is reported before any input is read
   document::PairingCatalogue pairing = args.pairing.Resolve();
   std::unique_ptr<google::protobuf::Message> record = LoadDocument(args.input, args.type, args.from, pairing);
-  std::string summary;
-  try {
-    summary = document::Inspect(*record, pairing);
-  } catch (const document::Error& e) {
-    throw Failure(InputName(args.input), e.where(), e.message());
-  }
+  std::string summary = AsFailure(InputName(args.input), [&] { return document::Inspect(*record, pairing); });
   if (!summary.empty() && summary.back() != '\n') summary += '\n';
   WriteOutput("", summary);
   return 0;

@@ -31,9 +31,9 @@ struct LintArguments {
 };
 
 void AppendFinding(const document::Finding& finding, std::string* out) {
-  fmt::format_to(std::back_inserter(*out), "{}: {}: {} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
+  fmt::format_to(std::back_inserter(*out), "{}: {}: {}{} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
                  finding.severity == document::Severity::kError ? "error" : "warning", finding.message,
-                 finding.rule);
+                 RemedyHint(finding.remedy), finding.rule);
 }
 
 std::string Counted(std::size_t n, const char* one, const char* many) {
@@ -78,13 +78,15 @@ int RunLint(const LintArguments& args) {
   };
   document::LintCounts counts;
   try {
-    counts = document::Lint(*record, options, [&](const document::Finding& finding) {
-      AppendFinding(finding, &block);
-      if (block.size() >= kFlushAt) flush();
+    counts = AsFailure(InputName(args.input), [&] {
+      return document::Lint(*record, options, [&](const document::Finding& finding) {
+        AppendFinding(finding, &block);
+        if (block.size() >= kFlushAt) flush();
+      });
     });
-  } catch (const document::Error& e) {
-    flush();
-    throw Failure(InputName(args.input), e.where(), e.message());
+  } catch (const Failure&) {
+    flush();  // the findings made before the failure
+    throw;
   }
   if (!args.quiet) block += Summary(counts);
   flush();

@@ -44,11 +44,7 @@ void TypeOption::AddTo(CLI::App* command) {
 }
 
 const google::protobuf::Descriptor* TypeOption::Resolve() const {
-  try {
-    return document::RequireRecord(name);
-  } catch (const document::Error& e) {
-    throw Failure("--type", e.where(), e.message());
-  }
+  return AsFailure("--type", [&] { return document::RequireRecord(name); });
 }
 
 void PairingOptions::AddTo(CLI::App* command) {
@@ -71,19 +67,9 @@ void PairingOptions::AddTo(CLI::App* command) {
 document::PairingCatalogue PairingOptions::Resolve() const {
   document::PairingCatalogue catalogue = document::PairingCatalogue::Standard();
   if (!map_table.empty()) {
-    try {
-      catalogue.SetMapTable(document::RequireRecord(map_table));
-    } catch (const document::Error& e) {
-      throw Failure("--map-table", e.where(), e.message());
-    }
+    AsFailure("--map-table", [&] { catalogue.SetMapTable(document::RequireRecord(map_table)); });
   }
-  for (const std::string& pair : pairs) {
-    try {
-      catalogue.Apply(pair);
-    } catch (const document::Error& e) {
-      throw Failure("--pair", e.where(), e.message());
-    }
-  }
+  for (const std::string& pair : pairs) AsFailure("--pair", [&] { catalogue.Apply(pair); });
   return catalogue;
 }
 

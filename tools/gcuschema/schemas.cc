@@ -105,11 +105,7 @@ std::string DescribeRecord(const pb::Descriptor* type) {
 namespace {
 
 const pb::Descriptor* RecordNamed(const std::string& name) {
-  try {
-    return document::RequireRecord(name);
-  } catch (const document::Error& e) {
-    throw Failure("", e.where(), e.message());
-  }
+  return AsFailure("", [&] { return document::RequireRecord(name); });
 }
 
 int RunSchemas(const SchemasArguments& args) {
