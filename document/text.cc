@@ -1,4 +1,4 @@
-#include <gcuschema/document/text.h>
+#include "formats.h"
 
 #include <cctype>
 #include <climits>
@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <google/protobuf/descriptor.h>
@@ -14,6 +15,7 @@
 #include <google/protobuf/text_format.h>
 #include <google/protobuf/unknown_field_set.h>
 
+#include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
 #include "field_path.h"
@@ -315,18 +317,11 @@ bool HasSharedList(const pb::Message& record) {
 
 }  // namespace
 
-std::string ToText(const pb::Message& record) {
-  RefuseUnspellableNan(record);
-  pb::TextFormat::Printer printer;
-  internal::SpellNumbersPortably(&printer);
-  std::string out;
-  printer.PrintToString(record, &out);
-  return out;
-}
+namespace internal {
 
-void WriteText(const pb::Message& record, const Sink& sink, const TextWriteOptions& options) {
+void WriteText(const pb::Message& record, const Sink& sink, int threads) {
   RefuseUnspellableNan(record);
-  const int threads = internal::ThreadCount(options.threads);
+  threads = ThreadCount(threads);
   if (threads > 1 && record.GetDescriptor()->extension_range_count() == 0 && HasSharedList(record)) {
     PrintShared(record, sink, threads);
     return;
@@ -338,11 +333,13 @@ void WriteText(const pb::Message& record, const Sink& sink, const TextWriteOptio
   stream.Flush();
 }
 
-void FromText(std::string_view text, pb::Message* record) {
+void ReadText(std::string_view text, pb::Message* record) {
   if (text.size() > static_cast<size_t>(INT_MAX)) {
     throw Error("", "the text is too large to read (over 2 GiB)");
   }
   Parse(text, record);  // the parser clears the record first
 }
+
+}  // namespace internal
 
 }  // namespace gcuschema::document

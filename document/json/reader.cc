@@ -262,7 +262,7 @@ struct JsonReader::Frame {
   int skip_depth = 0;
 };
 
-JsonReader::JsonReader(std::string_view text, const PairingCatalogue& pairing, const JsonReadOptions& options)
+JsonReader::JsonReader(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options)
     : text_(text), pairing_(pairing), options_(options), read_(text.data()) {}
 
 JsonReader::~JsonReader() = default;

@@ -16,7 +16,7 @@
 
 #include <google/protobuf/message.h>
 
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/pairing.h>
 
 #include "json/record_plan.h"
@@ -50,7 +50,7 @@ struct JsonToken {
 
 class JsonReader {
  public:
-  JsonReader(std::string_view text, const PairingCatalogue& pairing, const JsonReadOptions& options);
+  JsonReader(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options);
   ~JsonReader();
   JsonReader(const JsonReader&) = delete;
   JsonReader& operator=(const JsonReader&) = delete;
@@ -112,7 +112,7 @@ class JsonReader {
 
   std::string_view text_;
   const PairingCatalogue& pairing_;
-  const JsonReadOptions& options_;
+  const ReadOptions& options_;
   RecordPlans plans_;
   std::vector<Frame> frames_;
   google::protobuf::Message* root_ = nullptr;

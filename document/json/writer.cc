@@ -31,7 +31,7 @@ constexpr std::size_t kFlushSize = 256 * 1024;
 
 }  // namespace
 
-JsonWriter::JsonWriter(const PairingCatalogue& pairing, const JsonWriteOptions& options, std::string* out,
+JsonWriter::JsonWriter(const PairingCatalogue& pairing, const WriteOptions& options, std::string* out,
                        const Sink* sink)
     : pairing_(pairing),
       options_(options),

@@ -13,7 +13,7 @@
 
 #include <google/protobuf/message.h>
 
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/pairing.h>
 #include <gcuschema/document/sink.h>
 
@@ -25,7 +25,7 @@ class JsonWriter {
  public:
   // Text is appended to `out`; with a sink, `out` is handed to it (and
   // emptied) whenever it has grown large, and at the end.
-  JsonWriter(const PairingCatalogue& pairing, const JsonWriteOptions& options, std::string* out,
+  JsonWriter(const PairingCatalogue& pairing, const WriteOptions& options, std::string* out,
              const Sink* sink = nullptr);
 
   // The whole record, as a document.
@@ -64,7 +64,7 @@ class JsonWriter {
   std::string Path(std::string_view member) const;
 
   const PairingCatalogue& pairing_;
-  const JsonWriteOptions& options_;
+  const WriteOptions& options_;
   std::string* out_;
   const Sink* sink_;
   RecordPlans plans_;

@@ -47,6 +47,22 @@ const google::protobuf::Descriptor* TypeOption::Resolve() const {
   return AsFailure("--type", [&] { return document::RequireRecord(name); });
 }
 
+void FromOption::AddTo(CLI::App* command) {
+  command
+      ->add_option("--from", name,
+                   "How the input is written: binary (encoded), json or text (protobuf text "
+                   "format); told from the content when not given")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"binary", "json", "text"}));
+}
+
+std::optional<document::Format> FromOption::Resolve() const {
+  if (name == "binary") return document::Format::kBinary;
+  if (name == "json") return document::Format::kJson;
+  if (name == "text") return document::Format::kText;
+  return std::nullopt;
+}
+
 void PairingOptions::AddTo(CLI::App* command) {
   command
       ->add_option("--pair", pairs,

@@ -118,7 +118,7 @@ int RunSchemas(const SchemasArguments& args) {
   } else if (args.subject.empty()) {
     out = DescribePairings(pairing) + "\nSchema files and their records:\n" + ListFiles();
   } else if (args.subject.find(':') != std::string::npos) {
-    out = DescribeTypeCode(args.subject, pairing);
+    out = DescribeHeldRecord(args.subject, pairing);
   } else {
     out = DescribeRecord(RecordNamed(args.subject));
   }

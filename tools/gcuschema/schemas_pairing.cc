@@ -69,7 +69,7 @@ std::string DescribePairings(const document::PairingCatalogue& pairing) {
   return out;
 }
 
-std::string DescribeTypeCode(const std::string& text, const document::PairingCatalogue& pairing) {
+std::string DescribeHeldRecord(const std::string& text, const document::PairingCatalogue& pairing) {
   const std::size_t colon = text.find(':');
   EntryKind kind;
   int code = 0;
