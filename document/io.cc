@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <simdjson.h>
@@ -79,8 +80,7 @@ Format ReadDetected(std::string_view bytes, pb::Message* record, const ReadOptio
     if (lead.certain) throw;
     lead_error = std::current_exception();
   }
-  // The first bytes misled, or the document is broken. Valid JSON is JSON,
-  // whatever else it might read as.
+  // The first bytes misled, or the document is broken.
   std::exception_ptr json_error = lead.format == Format::kJson ? lead_error : nullptr;
   if (json_error == nullptr) {
     try {
@@ -90,20 +90,24 @@ Format ReadDetected(std::string_view bytes, pb::Message* record, const ReadOptio
       json_error = std::current_exception();
     }
   }
-  if (IsValidJson(bytes)) {
-    record->Clear();
-    std::rethrow_exception(json_error);
-  }
+  // Valid JSON is JSON, whatever else it reads as: checked only when it
+  // comes to that (a full parse of its own).
+  std::optional<bool> valid;
+  const auto valid_json = [&] {
+    if (!valid) valid = IsValidJson(bytes);
+    return *valid;
+  };
   for (const Format format : {Format::kText, Format::kBinary}) {
     if (format == lead.format) continue;
     try {
       ReadAs(format, bytes, record, options);
-      return format;
     } catch (const Error&) {
+      continue;
     }
+    if (!valid_json()) return format;
+    break;
   }
-  record->Clear();
-  std::rethrow_exception(lead_error);
+  std::rethrow_exception(lead.format == Format::kJson || valid_json() ? json_error : lead_error);
 }
 
 }  // namespace
@@ -115,18 +119,19 @@ Format DetectFormat(std::string_view bytes, const pb::Descriptor* record) {
   } catch (const Error& e) {
     if (e.remedy().kind == Remedy::Kind::kNameFormat) throw;
   }
-  return IsValidJson(bytes) ? Format::kJson : LeadOf(bytes).format;
+  const Lead lead = LeadOf(bytes);
+  return lead.format == Format::kJson || IsValidJson(bytes) ? Format::kJson : lead.format;
 }
 
 Format Read(std::string_view bytes, pb::Message* record, const ReadOptions& options) {
-  if (!options.format) return ReadDetected(bytes, record, options);
   try {
+    if (!options.format) return ReadDetected(bytes, record, options);
     ReadAs(*options.format, bytes, record, options);
+    return *options.format;
   } catch (const Error&) {
-    record->Clear();
+    record->Clear();  // nothing half read
     throw;
   }
-  return *options.format;
 }
 
 void Write(const pb::Message& record, Format format, const Sink& sink, const WriteOptions& options) {
