@@ -8,7 +8,7 @@
 #include "commands.h"
 #include "document.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 
 namespace gcuschema::tool {

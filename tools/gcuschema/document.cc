@@ -20,7 +20,7 @@ google::protobuf::ArenaOptions DocumentArenaOptions() {
 
 }  // namespace
 
-LoadedRecord::LoadedRecord(const Input& input, const google::protobuf::Descriptor* type,
+LoadedRecord::LoadedRecord(const InputFile& input, const google::protobuf::Descriptor* type,
                            const document::ReadOptions& options)
     : arena_(std::make_unique<google::protobuf::Arena>(DocumentArenaOptions())),
       record_(document::NewRecord(type, arena_.get())),
@@ -33,7 +33,7 @@ LoadedRecord Load(const std::string& path, const google::protobuf::Descriptor* t
 
 LoadedRecord Load(const std::string& path, const TypeOption& type, const document::ReadOptions& options) {
   const google::protobuf::Descriptor* record = type.Resolve();
-  const Input input = ReadInput(path);
+  const InputFile input = ReadInput(path);
   // Only JSON names its record.
   if (!type.given() && (!options.format || *options.format == document::Format::kJson)) {
     if (const auto* named = AsFailure(input.name, [&] { return document::DocumentType(input.bytes()); })) {
@@ -46,7 +46,7 @@ LoadedRecord Load(const std::string& path, const TypeOption& type, const documen
 void WriteDocument(const std::string& path, const google::protobuf::Message& record, document::Format format,
                    const document::WriteOptions& options, const std::string& subject) {
   // Written out as it is made: a large document's text is never held whole.
-  Output output(path);
+  Destination output(path);
   AsFailure(subject, [&] {
     document::Write(record, format, [&output](std::string_view part) { output.Write(part); }, options);
   });

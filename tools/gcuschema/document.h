@@ -12,7 +12,7 @@
 
 #include <gcuschema/document/io.h>
 
-#include "io.h"
+#include "files.h"
 #include "options.h"
 
 namespace gcuschema::tool {
@@ -23,7 +23,7 @@ namespace gcuschema::tool {
 // offset and field path or the line and column.
 class LoadedRecord {
  public:
-  LoadedRecord(const Input& input, const google::protobuf::Descriptor* type, const document::ReadOptions& options);
+  LoadedRecord(const InputFile& input, const google::protobuf::Descriptor* type, const document::ReadOptions& options);
 
   google::protobuf::Message* get() const { return record_; }
   const google::protobuf::Message& operator*() const { return *record_; }

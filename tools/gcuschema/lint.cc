@@ -12,7 +12,7 @@
 #include "commands.h"
 #include "document.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 
 namespace gcuschema::tool {
@@ -68,7 +68,7 @@ int RunLint(const LintArguments& args) {
   }
   const LoadedRecord record = limits ? Load(args.input, type, reading) : Load(args.input, args.type, reading);
 
-  Output output("");
+  Destination output("");
   std::string block;
   const auto flush = [&] {
     output.Write(block);

@@ -17,7 +17,7 @@
 
 #include "commands.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "platform.h"
 
 namespace gcuschema::tool {

@@ -14,7 +14,7 @@
 
 #include "commands.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 #include "schemas.h"
 
