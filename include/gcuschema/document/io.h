@@ -98,8 +98,10 @@ GCUSCHEMA_DOCUMENT_API Format Read(std::string_view bytes, google::protobuf::Mes
 // never held whole (JSON without a line break at its end).
 // Throws Error for what the format cannot carry: a float NaN with its sign
 // bit or payload set in text format (JSON keeps one in "@unknown", or a
-// `config` holding one as base64), settings nested deeper than 16 levels of
-// `config`; UnsupportedError as Read does.
+// `config` holding one as base64), a string that is not UTF-8 in JSON,
+// settings nested deeper than 16 levels of `config`; UnsupportedError as
+// Read does. What the sink throws reaches the caller, and nothing more is
+// handed to it.
 GCUSCHEMA_DOCUMENT_API void Write(const google::protobuf::Message& record, Format format, const Sink& sink,
                                   const WriteOptions& options = {});
 
