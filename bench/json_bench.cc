@@ -4,7 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/records.h>
 
 #include "register.h"
@@ -14,13 +14,13 @@ namespace gcuschema::bench {
 namespace {
 
 void JsonDecode(benchmark::State& state, const Workload* w) {
-  const document::JsonCodec codec;
+  const document::WriteOptions options;
   const google::protobuf::Descriptor* type = document::FindRecord(w->record);
   size_t text_size = 0;
   for (auto _ : state) {
     std::unique_ptr<google::protobuf::Message> record = document::NewRecord(type);
     record->ParseFromString(w->bytes);
-    std::string text = codec.ToJson(*record);
+    std::string text = document::WriteString(*record, document::Format::kJson, options);
     text_size = text.size();
     benchmark::DoNotOptimize(text.data());
   }
@@ -29,14 +29,14 @@ void JsonDecode(benchmark::State& state, const Workload* w) {
 }
 
 void JsonEncode(benchmark::State& state, const Workload* w) {
-  const document::JsonCodec codec;
+  const document::ReadOptions options{document::Format::kJson};
   const google::protobuf::Descriptor* type = document::FindRecord(w->record);
   std::unique_ptr<google::protobuf::Message> parsed = document::NewRecord(type);
   parsed->ParseFromString(w->bytes);
-  const std::string text = codec.ToJson(*parsed);
+  const std::string text = document::WriteString(*parsed, document::Format::kJson);
   for (auto _ : state) {
     std::unique_ptr<google::protobuf::Message> record = document::NewRecord(type);
-    codec.FromJson(text, record.get());
+    document::Read(text, record.get(), options);
     std::string bytes = record->SerializeAsString();
     if (bytes.size() != w->bytes.size()) state.SkipWithError("JSON did not give the same bytes");
     benchmark::DoNotOptimize(bytes.data());

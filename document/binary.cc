@@ -1,13 +1,15 @@
-#include <gcuschema/document/binary.h>
+#include "formats.h"
 
 #include <climits>
 #include <cstdint>
+#include <exception>
 #include <optional>
 #include <string>
 #include <unordered_map>
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
 #include <google/protobuf/stubs/common.h>
 #include <google/protobuf/stubs/strutil.h>
 #include <google/protobuf/wire_format_lite.h>
@@ -15,7 +17,6 @@
 #include <gcuschema/document/error.h>
 
 #include "field_path.h"
-
 
 namespace gcuschema::document {
 namespace {
@@ -243,9 +244,39 @@ class WireWalker {
   int nested_ = 0;  // records and packed blocks entered
 };
 
+// Hands what the runtime encodes to a sink. What the sink throws is kept
+// and the runtime told that the write failed: an exception must not pass
+// through the stream, whose destructor writes what is left.
+class SinkOutput : public pb::io::CopyingOutputStream {
+ public:
+  explicit SinkOutput(const Sink& sink) : sink_(sink) {}
+  bool Write(const void* buffer, int size) override {
+    if (thrown_ != nullptr) return false;
+    try {
+      sink_(std::string_view(static_cast<const char*>(buffer), static_cast<std::size_t>(size)));
+      return true;
+    } catch (...) {
+      thrown_ = std::current_exception();
+      return false;
+    }
+  }
+  void RethrowWhatTheSinkThrew() const {
+    if (thrown_ != nullptr) std::rethrow_exception(thrown_);
+  }
+
+ private:
+  const Sink& sink_;
+  std::exception_ptr thrown_;
+};
+
+// Stretches handed to the sink: few calls, little held.
+constexpr int kWriteBlock = 256 * 1024;
+
 }  // namespace
 
-void ParseBinary(std::string_view bytes, pb::Message* record) {
+namespace internal {
+
+void ReadBinary(std::string_view bytes, pb::Message* record) {
   const pb::Descriptor* type = record->GetDescriptor();
   if (bytes.size() > static_cast<size_t>(INT_MAX)) {
     record->Clear();
@@ -266,4 +297,18 @@ void ParseBinary(std::string_view bytes, pb::Message* record) {
                       "; check that they hold one");
 }
 
+void WriteBinary(const pb::Message& record, const Sink& sink) {
+  SinkOutput output(sink);
+  pb::io::CopyingOutputStreamAdaptor stream(&output, kWriteBlock);
+  // Partial: a record of the library has no required fields, and nothing a
+  // document holds should stop it from being written back.
+  const bool written = record.SerializePartialToZeroCopyStream(&stream) && stream.Flush();
+  output.RethrowWhatTheSinkThrew();
+  if (!written) {
+    throw Error("", "the record's encoding would be " + std::to_string(record.ByteSizeLong()) +
+                        " bytes; the protobuf runtime writes at most 2 GiB");
+  }
+}
+
+}  // namespace internal
 }  // namespace gcuschema::document

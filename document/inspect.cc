@@ -137,13 +137,13 @@ std::string MapTableRead(const ::Map& map, Walk& walk) {
     if (Map_MapType_descriptor()->FindValueByNumber(map.type()) == nullptr) {
       return "left as bytes: no table is paired with a type outside Map.MapType";
     }
-    return "left as bytes: no table is paired with this type (give one with --map-table)";
+    return "left as bytes: no table is paired with this type";
   }
   std::string how;
   switch (pairing.SourceOf(EntryKind::kMap, map.type())) {
     case PairingSource::kMapType: how = "paired by its type"; break;
-    case PairingSource::kMapTable: how = "by --map-table"; break;
-    default: how = "by --pair"; break;
+    case PairingSource::kMapTable: how = "by the map table given"; break;
+    default: how = "by a pairing given"; break;
   }
   const Settings settings = walk.Decide(map);
   const Walk::Step step = walk.Into(settings);

@@ -248,8 +248,8 @@ class Linter {
     scope_ = outer;
   }
 
-  void Add(std::string path, Severity severity, const char* rule, std::string message) {
-    Emit(Finding{std::move(path), severity, rule, std::move(message)});
+  void Add(std::string path, Severity severity, const char* rule, std::string message, Remedy remedy = {}) {
+    Emit(Finding{std::move(path), severity, rule, std::move(message), std::move(remedy)});
   }
 
   void Emit(const Finding& finding) {
@@ -414,20 +414,23 @@ class Linter {
     if (paired == nullptr) return;
     std::string why;
     Severity unreadable = Severity::kError;
+    Remedy remedy;
     EntryKind kind;
     if (internal::EntryKindOf(holder.GetDescriptor(), &kind)) {
       const int code = internal::EntryTypeCode(holder);
       why = " (the record paired with " + holder.GetDescriptor()->name() + " type " + std::to_string(code) + ")";
       // Only the map's type chose this table: other bytes may be another table.
       if (walk_.pairing().SourceOf(kind, code) == PairingSource::kMapType) {
-        why = " (the table its type " + std::to_string(code) +
-              " names; give the table it holds with --map-table or --pair map:" + std::to_string(code) + "=RECORD)";
+        why = " (the table its type " + std::to_string(code) + " names); pair the map type with the table it holds";
         unreadable = Severity::kWarning;
+        remedy.kind = Remedy::Kind::kPairCode;
+        remedy.entry = kind;
+        remedy.code = code;
       }
     }
     if (settings.state == internal::Settings::State::kUnreadable) {
       Add(walk_.PathTo(field->name()), unreadable, "config-unreadable",
-          "the " + std::to_string(bytes.size()) + " bytes do not parse as " + paired->full_name() + why);
+          "the " + std::to_string(bytes.size()) + " bytes do not parse as " + paired->full_name() + why, remedy);
       return;
     }
     if (settings.state == internal::Settings::State::kNotCanonical) {

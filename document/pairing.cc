@@ -112,9 +112,14 @@ int ParseTypeCode(EntryKind kind, std::string_view text) {
   if (const pb::EnumValueDescriptor* value = names->FindValueByName(std::string(text))) return value->number();
   std::vector<std::string> candidates;
   for (int i = 0; i < names->value_count(); ++i) candidates.push_back(names->value(i)->name());
-  throw Error("", internal::UnknownName("a number or a value of " + names->full_name(), text, candidates,
-                                        "run `gcuschema schemas " + names->containing_type()->full_name() +
-                                            "` to list them"));
+  bool named = false;
+  std::string message = internal::UnknownName("a number or a value of " + names->full_name(), text, candidates, &named);
+  Remedy remedy;
+  if (!named) {
+    remedy.kind = Remedy::Kind::kListNames;
+    remedy.record = names->containing_type()->full_name();
+  }
+  throw Error("", message, remedy);
 }
 
 PairingCatalogue PairingCatalogue::Standard() {
@@ -190,7 +195,7 @@ void PairingCatalogue::Apply(std::string_view text) {
     const int code = ParseTypeCode(kind, code_text);
     Set(kind, code, record_text.empty() ? nullptr : RequireRecord(record_text));
   } catch (const Error& e) {
-    throw Error(where, e.message());
+    throw Error(where, e.message(), e.remedy());
   }
 }
 

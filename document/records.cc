@@ -77,8 +77,11 @@ const pb::Descriptor* FindRecord(std::string_view name) {
 
 const pb::Descriptor* RequireRecord(std::string_view name) {
   if (const pb::Descriptor* type = FindRecord(name)) return type;
-  throw Error("", internal::UnknownName("a record of the schema library", name, Index().full_names,
-                                        "run `gcuschema schemas` to list the records"));
+  bool named = false;
+  std::string message = internal::UnknownName("a record of the schema library", name, Index().full_names, &named);
+  Remedy remedy;
+  if (!named) remedy.kind = Remedy::Kind::kListRecords;
+  throw Error("", message, remedy);
 }
 
 pb::Message* NewRecord(const pb::Descriptor* type, pb::Arena* arena) {

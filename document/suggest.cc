@@ -81,20 +81,21 @@ std::vector<std::string> ClosestNames(std::string_view wrong, const std::vector<
   return closest;
 }
 
-std::string Suggestion(std::string_view wrong, const std::vector<std::string>& candidates, std::string_view otherwise) {
+std::string Suggestion(std::string_view wrong, const std::vector<std::string>& candidates) {
   const std::vector<std::string> closest = ClosestNames(wrong, candidates);
   if (!closest.empty()) return "did you mean " + Joined(closest, true, " or ") + "?";
   if (!candidates.empty() && candidates.size() <= kListedNames) {
     return "the valid names are " + Joined(candidates, false, " and ");
   }
-  return std::string(otherwise);
+  return "";
 }
 
 std::string UnknownName(std::string_view what, std::string_view wrong, const std::vector<std::string>& candidates,
-                        std::string_view otherwise) {
+                        bool* named) {
   std::string message = Quoted(wrong) + " is not " + std::string(what);
-  const std::string hint = Suggestion(wrong, candidates, otherwise);
+  const std::string hint = Suggestion(wrong, candidates);
   if (!hint.empty()) message += "; " + hint;
+  if (named != nullptr) *named = !hint.empty();
   return message;
 }
 

@@ -20,16 +20,16 @@ std::vector<std::string> ClosestNames(std::string_view wrong, const std::vector<
 
 // What follows an unknown name: "did you mean \"inMinValue\"?" (or "\"A\" or
 // \"B\"?"); with nothing close, the valid names ("the valid names are input,
-// output and map") when they are few, else `otherwise` (e.g. "run
-// `gcuschema schemas` to list them"; nothing when empty).
-std::string Suggestion(std::string_view wrong, const std::vector<std::string>& candidates,
-                       std::string_view otherwise = {});
+// output and map") when they are few; else nothing.
+std::string Suggestion(std::string_view wrong, const std::vector<std::string>& candidates);
 
 // The one wording of an unknown name: "\"Confgdata\" is not a record of the
 // schema library; did you mean \"ConfigData\"?". `what` names what was
 // looked for, with its article ("an entry kind", "a field of Input").
+// `named`, when given, says whether the message names any candidate (if
+// not, the caller's Remedy can point at where they are listed).
 std::string UnknownName(std::string_view what, std::string_view wrong, const std::vector<std::string>& candidates,
-                        std::string_view otherwise = {});
+                        bool* named = nullptr);
 
 // The wording of a name that is not a value of the enumeration named
 // `enumeration`: as UnknownName, with the valid names listed whenever they

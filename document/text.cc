@@ -1,4 +1,4 @@
-#include <gcuschema/document/text.h>
+#include "formats.h"
 
 #include <cctype>
 #include <climits>
@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <google/protobuf/descriptor.h>
@@ -14,6 +15,7 @@
 #include <google/protobuf/text_format.h>
 #include <google/protobuf/unknown_field_set.h>
 
+#include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
 #include "field_path.h"
@@ -150,8 +152,9 @@ void EnumsOfField(const pb::Descriptor* type, const std::string& field, std::vec
 }
 
 // The text parser's messages about a wrong name, worded as the JSON reader
-// words them, with the names that would be right.
-std::string Reworded(const std::string& message, const pb::Descriptor* root) {
+// words them, with the names that would be right (`remedy` says where they
+// are listed when none is close enough to name).
+std::string Reworded(const std::string& message, const pb::Descriptor* root, Remedy* remedy) {
   auto quoted = [&message](std::size_t from, std::size_t* end) -> std::string {
     const std::size_t open = message.find('"', from);
     const std::size_t close = open == std::string::npos ? open : message.find('"', open + 1);
@@ -167,8 +170,13 @@ std::string Reworded(const std::string& message, const pb::Descriptor* root) {
     if (type == nullptr) return message;
     std::vector<std::string> names;
     for (int i = 0; i < type->field_count(); ++i) names.push_back(type->field(i)->name());
-    return internal::UnknownName("a field of " + type_name, field, names,
-                                 "run `gcuschema schemas " + type_name + "` to list them");
+    bool named = false;
+    std::string reworded = internal::UnknownName("a field of " + type_name, field, names, &named);
+    if (!named) {
+      remedy->kind = Remedy::Kind::kListNames;
+      remedy->record = type_name;
+    }
+    return reworded;
   }
   if (message.rfind("Unknown enumeration value of \"", 0) == 0) {
     const std::string value = quoted(0, &end);
@@ -191,7 +199,8 @@ void Parse(std::string_view text, pb::Message* record) {
   pb::io::ArrayInputStream input(text.data(), static_cast<int>(text.size()));
   if (parser.Parse(&input, record)) return;
   if (!errors.seen()) throw Error("", "the text is not a valid " + record->GetDescriptor()->full_name());
-  std::string message = Reworded(errors.message(), record->GetDescriptor());
+  Remedy remedy;
+  std::string message = Reworded(errors.message(), record->GetDescriptor(), &remedy);
   // The text printer writes unknown fields by number; the parser cannot
   // read them back.
   const std::string number_instead = "Expected identifier, got: ";
@@ -202,7 +211,7 @@ void Parse(std::string_view text, pb::Message* record) {
   }
   // The parser counts lines and columns from 0.
   throw Error("line " + std::to_string(errors.line() + 1) + ", column " + std::to_string(errors.column() + 1),
-              message);
+              message, remedy);
 }
 
 // `field` of `from` set in `to` as it is in `from`.
@@ -308,18 +317,11 @@ bool HasSharedList(const pb::Message& record) {
 
 }  // namespace
 
-std::string ToText(const pb::Message& record) {
-  RefuseUnspellableNan(record);
-  pb::TextFormat::Printer printer;
-  internal::SpellNumbersPortably(&printer);
-  std::string out;
-  printer.PrintToString(record, &out);
-  return out;
-}
+namespace internal {
 
-void WriteText(const pb::Message& record, const Sink& sink, const TextWriteOptions& options) {
+void WriteText(const pb::Message& record, const Sink& sink, int threads) {
   RefuseUnspellableNan(record);
-  const int threads = internal::ThreadCount(options.threads);
+  threads = ThreadCount(threads);
   if (threads > 1 && record.GetDescriptor()->extension_range_count() == 0 && HasSharedList(record)) {
     PrintShared(record, sink, threads);
     return;
@@ -331,11 +333,13 @@ void WriteText(const pb::Message& record, const Sink& sink, const TextWriteOptio
   stream.Flush();
 }
 
-void FromText(std::string_view text, pb::Message* record) {
+void ReadText(std::string_view text, pb::Message* record) {
   if (text.size() > static_cast<size_t>(INT_MAX)) {
     throw Error("", "the text is too large to read (over 2 GiB)");
   }
   Parse(text, record);  // the parser clears the record first
 }
+
+}  // namespace internal
 
 }  // namespace gcuschema::document

@@ -18,9 +18,8 @@
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
-#include <gcuschema/document/binary.h>
 #include <gcuschema/document/error.h>
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/records.h>
 
 namespace {
@@ -46,7 +45,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const Descriptor* const kTypes[] = {ConfigData::descriptor(), DeviceData::descriptor(),
                                              CalibrationData::descriptor()};
-  static const document::JsonCodec codec;
+  static const document::ReadOptions kBinary{document::Format::kBinary};
+  static const document::ReadOptions kJson{document::Format::kJson};
+  static const document::WriteOptions kExpanded;
   if (size == 0) return 0;
   const Descriptor* type = kTypes[data[0] % 3];
   const std::string input(reinterpret_cast<const char*>(data) + 1, size - 1);
@@ -55,23 +56,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool runtime_parses = by_runtime->ParseFromString(input);
   std::unique_ptr<Message> record = document::NewRecord(type);
   try {
-    document::ParseBinary(input, record.get());
+    document::Read(input, record.get(), kBinary);
   } catch (const document::Error& e) {
-    if (runtime_parses) Fail(type, std::string("ParseBinary rejects what the runtime parses: ") + e.what());
+    if (runtime_parses) Fail(type, std::string("Read rejects what the runtime parses: ") + e.what());
     return 0;
   }
-  if (!runtime_parses) Fail(type, "ParseBinary accepts what the runtime rejects");
+  if (!runtime_parses) Fail(type, "Read accepts what the runtime rejects");
 
   std::string json;
   try {
-    json = codec.ToJson(*record);
+    json = document::WriteString(*record, document::Format::kJson, kExpanded);
   } catch (const document::Error&) {
     return 0;  // not expandable; nothing more to hold it to
   }
 
   std::unique_ptr<Message> collapsed = document::NewRecord(type);
   try {
-    codec.FromJson(json, collapsed.get());
+    document::Read(json, collapsed.get(), kJson);
   } catch (const document::Error& e) {
     Fail(type, std::string("its own JSON does not collapse: ") + e.what());
   }
@@ -79,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   std::unique_ptr<Message> reparsed = document::NewRecord(type);
   if (!reparsed->ParseFromString(encoded)) Fail(type, "the collapsed record's encoding does not parse");
-  if (codec.ToJson(*reparsed) != json) Fail(type, "the collapsed encoding decodes to other JSON");
+  if (document::WriteString(*reparsed, document::Format::kJson, kExpanded) != json) Fail(type, "the collapsed encoding decodes to other JSON");
 
   const bool canonical = record->SerializeAsString() == input;
   if (canonical && encoded != input) Fail(type, "a canonical input does not come back byte for byte");

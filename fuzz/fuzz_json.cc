@@ -1,4 +1,4 @@
-// fuzz_json: arbitrary text given to the JSON collapse (JsonCodec::FromJson)
+// fuzz_json: arbitrary text given to the JSON collapse (Read as JSON)
 // for the record the first byte chooses (order of AllRecords()). It never
 // crashes and reports every rejection as document::Error with a message; what it
 // accepts encodes, re-parses, and shows as JSON that collapses to the same
@@ -17,7 +17,7 @@
 #include <google/protobuf/stubs/logging.h>
 
 #include <gcuschema/document/error.h>
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/records.h>
 
 #include "support/schema_files.h"
@@ -44,14 +44,15 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const std::vector<const Descriptor*> types = gcuschema::test::AllRecords();
-  static const document::JsonCodec codec;
+  static const document::ReadOptions kJson{document::Format::kJson};
+  static const document::WriteOptions kExpanded;
   if (size == 0 || types.empty()) return 0;
   const Descriptor* type = types[data[0] % types.size()];
   const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
 
   std::unique_ptr<Message> record = document::NewRecord(type);
   try {
-    codec.FromJson(text, record.get());
+    document::Read(text, record.get(), kJson);
   } catch (const document::Error& e) {
     if (e.message().empty()) Fail(type, "an error without a message");
     return 0;
@@ -64,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   std::unique_ptr<Message> again = document::NewRecord(type);
   try {
-    codec.FromJson(codec.ToJson(*reparsed), again.get());
+    document::Read(document::WriteString(*reparsed, document::Format::kJson, kExpanded), again.get(), kJson);
   } catch (const document::Error& e) {
     Fail(type, std::string("the JSON of an accepted document does not collapse: ") + e.what());
   }

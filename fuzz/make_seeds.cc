@@ -25,7 +25,7 @@
 #include <google/protobuf/message.h>
 #include <google/protobuf/wire_format.h>
 
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/samples.h>
 
 #include "support/populate.h"
@@ -218,14 +218,15 @@ void WriteExpandCorpus(const std::string& dir) {
   }
 }
 
-gcuschema::document::JsonWriteOptions Indented(int indent) {
-  gcuschema::document::JsonWriteOptions options;
+gcuschema::document::WriteOptions Indented(int indent) {
+  gcuschema::document::WriteOptions options;
   options.indent = indent;
   return options;
 }
 
 void WriteJsonCorpus(const std::string& dir) {
-  const gcuschema::document::JsonCodec codec;
+  using gcuschema::document::Format;
+  using gcuschema::document::WriteString;
   const std::vector<const Descriptor*> records = gcuschema::test::AllRecords();
   std::map<std::string, char> index;
   for (size_t i = 0; i < records.size(); ++i) {
@@ -234,12 +235,12 @@ void WriteJsonCorpus(const std::string& dir) {
         MessageFactory::generated_factory()->GetPrototype(records[i])->New());
     gcuschema::test::PopulateEveryField(record.get());
     Write(dir + "/corpus/fuzz_json/" + records[i]->full_name() + ".populated",
-          std::string(1, static_cast<char>(i)) + codec.ToJson(*record, Indented(0)));
+          std::string(1, static_cast<char>(i)) + WriteString(*record, Format::kJson, Indented(0)));
   }
   for (const auto& [name, record] : Samples()) {
     Write(dir + "/corpus/fuzz_json/" + name,
           std::string(1, index.at(record->GetDescriptor()->full_name())) +
-              codec.ToJson(*record, Indented(1)));
+              WriteString(*record, Format::kJson, Indented(1)));
   }
 }
 

@@ -1,34 +1,10 @@
-#include <gcuschema/document/json.h>
-
-#include <utility>
+#include "json/codec.h"
 
 #include <nlohmann/json.hpp>
 
 #include "json/keys.h"
-#include "json/reader.h"
-#include "json/writer.h"
 
 namespace gcuschema::document {
-
-JsonCodec::JsonCodec(PairingCatalogue pairing) : pairing_(std::move(pairing)) {}
-
-std::string JsonCodec::ToJson(const google::protobuf::Message& record, const JsonWriteOptions& options) const {
-  std::string out;
-  internal::JsonWriter(pairing_, options, &out).Document(record);
-  return out;
-}
-
-void JsonCodec::WriteJson(const google::protobuf::Message& record, const Sink& sink,
-                          const JsonWriteOptions& options) const {
-  std::string out;
-  internal::JsonWriter(pairing_, options, &out, &sink).Document(record);
-}
-
-void JsonCodec::FromJson(std::string_view text, google::protobuf::Message* record,
-                         const JsonReadOptions& options) const {
-  internal::JsonReader(text, pairing_, options).Read(record);
-}
-
 namespace {
 
 // Stops at the first member of the top-level object that settles the

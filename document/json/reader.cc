@@ -262,7 +262,7 @@ struct JsonReader::Frame {
   int skip_depth = 0;
 };
 
-JsonReader::JsonReader(std::string_view text, const PairingCatalogue& pairing, const JsonReadOptions& options)
+JsonReader::JsonReader(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options)
     : text_(text), pairing_(pairing), options_(options), read_(text.data()) {}
 
 JsonReader::~JsonReader() = default;
@@ -456,9 +456,15 @@ void JsonReader::HandleInRecord(Frame& frame, JsonToken& token) {
         FailAt(TokenStart(), kTypeKey, "expected the name of the document's record, found " + Describe(token));
       }
       if (token.text != name) {
+        Remedy remedy;
+        if (FindRecord(token.text) != nullptr) {
+          remedy.kind = Remedy::Kind::kNameRecord;
+          remedy.record = token.text;
+        }
         FailAt(TokenStart(), kTypeKey,
                "the document names itself a " + Shortened(token.text) + ", but is read as a " + name +
-                   "; read it as the record it names, or correct its \"@type\"");
+                   "; correct its \"@type\", or read it as the record it names",
+               remedy);
       }
       return;
     }
@@ -507,9 +513,14 @@ void JsonReader::Member(Frame& frame, const std::string& name) {
     }
     std::vector<std::string> names;
     for (const FieldPlan& f : frame.plan->fields) names.push_back(f.field->json_name());
-    FailAt(TokenStart(), PathTo(name),
-           UnknownName("a field of " + frame.plan->type->full_name(), Shortened(name), names,
-                       "run `gcuschema schemas " + frame.plan->type->full_name() + "` to list them"));
+    bool named = false;
+    const std::string message = UnknownName("a field of " + frame.plan->type->full_name(), Shortened(name), names, &named);
+    Remedy remedy;
+    if (!named) {
+      remedy.kind = Remedy::Kind::kListNames;
+      remedy.record = frame.plan->type->full_name();
+    }
+    FailAt(TokenStart(), PathTo(name), message, remedy);
   }
   if (field->kind == ValueKind::kUnsupported) {
     throw UnsupportedError(Position(TokenStart()) + " (" + PathTo(field->field->name()) + ")",
@@ -769,7 +780,7 @@ void JsonReader::ResolvePending(std::string type_name) {
   try {
     type = RequireRecord(type_name);
   } catch (const Error& e) {
-    FailAt(type_at, PathTo(kTypeKey), e.message());
+    FailAt(type_at, PathTo(kTypeKey), e.message(), e.remedy());
   }
   Frame pending = std::move(frames_.back());
   frames_.pop_back();
@@ -823,10 +834,15 @@ void JsonReader::CheckHeldType(const Frame& holder) {
   const int code = TypeCodeIn(*holder.record, holder.record->GetReflection(), holder.plan->type_code);
   const pb::Descriptor* paired = pairing_.Find(kind, code);
   if (paired == nullptr || paired == holder.held) return;
+  Remedy remedy;
+  remedy.kind = Remedy::Kind::kPairCode;
+  remedy.record = holder.held->full_name();
+  remedy.entry = kind;
+  remedy.code = code;
   FailAt(holder.held_at, PathTo("config"),
          "\"@type\" " + holder.held->full_name() + ", but type " + DescribeTypeCode(kind, code) + " holds " +
-             paired->full_name() + "; make them agree, or pair the code with the record (--pair " +
-             std::string(EntryKindName(kind)) + ":" + std::to_string(code) + "=" + holder.held->full_name() + ")");
+             paired->full_name() + "; make them agree, or pair the code with the record",
+         remedy);
 }
 
 std::unique_ptr<pb::Message> JsonReader::NewSettings(const pb::Descriptor* type) {
@@ -884,10 +900,11 @@ std::string JsonReader::Position(std::size_t offset) const {
 
 void JsonReader::Fail(const std::string& path, const std::string& message) const { throw Error(path, message); }
 
-void JsonReader::FailAt(std::size_t start, const std::string& path, const std::string& message) const {
+void JsonReader::FailAt(std::size_t start, const std::string& path, const std::string& message,
+                        const Remedy& remedy) const {
   std::string where = Position(start);
   if (!path.empty()) where += " (" + path + ")";
-  throw Error(where, message);
+  throw Error(where, message, remedy);
 }
 
 }  // namespace gcuschema::document::internal

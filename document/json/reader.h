@@ -16,7 +16,7 @@
 
 #include <google/protobuf/message.h>
 
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/pairing.h>
 
 #include "json/record_plan.h"
@@ -50,7 +50,7 @@ struct JsonToken {
 
 class JsonReader {
  public:
-  JsonReader(std::string_view text, const PairingCatalogue& pairing, const JsonReadOptions& options);
+  JsonReader(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options);
   ~JsonReader();
   JsonReader(const JsonReader&) = delete;
   JsonReader& operator=(const JsonReader&) = delete;
@@ -101,7 +101,8 @@ class JsonReader {
   std::string Path() const;
   std::string PathTo(std::string_view member) const;
   [[noreturn]] void Fail(const std::string& path, const std::string& message) const;
-  [[noreturn]] void FailAt(std::size_t start, const std::string& path, const std::string& message) const;
+  [[noreturn]] void FailAt(std::size_t start, const std::string& path, const std::string& message,
+                           const Remedy& remedy = {}) const;
   [[noreturn]] void SyntaxError(std::size_t position, int id, const std::string& what);
   std::size_t TokenStart() const;
   std::string Position(std::size_t offset) const;
@@ -111,7 +112,7 @@ class JsonReader {
 
   std::string_view text_;
   const PairingCatalogue& pairing_;
-  const JsonReadOptions& options_;
+  const ReadOptions& options_;
   RecordPlans plans_;
   std::vector<Frame> frames_;
   google::protobuf::Message* root_ = nullptr;

@@ -36,7 +36,7 @@ constexpr char kSpaces[32] = {' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', 
 
 }  // namespace
 
-JsonWriter::JsonWriter(const PairingCatalogue& pairing, const JsonWriteOptions& options, std::string* out,
+JsonWriter::JsonWriter(const PairingCatalogue& pairing, const WriteOptions& options, std::string* out,
                        const Sink* sink)
     : pairing_(pairing),
       options_(options),

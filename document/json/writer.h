@@ -13,7 +13,7 @@
 
 #include <google/protobuf/message.h>
 
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/pairing.h>
 #include <gcuschema/document/sink.h>
 
@@ -28,7 +28,7 @@ class JsonWriter {
   // Text is appended to `out`; with a sink, `out` is handed to it (and
   // emptied) whenever it has grown large, and at the end. `out` holds room
   // beyond the text until the writer is gone.
-  JsonWriter(const PairingCatalogue& pairing, const JsonWriteOptions& options, std::string* out,
+  JsonWriter(const PairingCatalogue& pairing, const WriteOptions& options, std::string* out,
              const Sink* sink = nullptr);
 
   // The whole record, as a document.
@@ -71,7 +71,7 @@ class JsonWriter {
   std::string Path(std::string_view member) const;
 
   const PairingCatalogue& pairing_;
-  const JsonWriteOptions& options_;
+  const WriteOptions& options_;
   TextBuffer text_;  // over `out`
   TextBuffer* out_;  // where text goes: text_, or a chunk of a long list
   const Sink* sink_;

@@ -3,7 +3,7 @@
 #include <string>
 
 #include <gcuschema/document/error.h>
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 
 namespace gcuschema::conformance {
 namespace {
@@ -11,19 +11,15 @@ namespace {
 namespace pb = google::protobuf;
 
 // No pairing: the test messages hold no settings records.
-const document::JsonCodec& Codec() {
-  static const document::JsonCodec codec{document::PairingCatalogue()};
-  return codec;
-}
+document::PairingCatalogue NoPairing() { return document::PairingCatalogue(); }
 
 }  // namespace
 
 void ReadJson(std::string_view text, pb::Message* record, const JsonReading& reading) {
-  document::JsonReadOptions options;
-  options.ignore_unknown_fields = reading.ignore_unknown_fields;
-  record->Clear();
+  static const document::ReadOptions kStrict{document::Format::kJson, NoPairing(), false};
+  static const document::ReadOptions kLenient{document::Format::kJson, NoPairing(), true};
   try {
-    Codec().FromJson(text, record, options);
+    document::Read(text, record, reading.ignore_unknown_fields ? kLenient : kStrict);
   } catch (const document::UnsupportedError& e) {
     throw Unsupported(e.what());
   }
@@ -31,11 +27,15 @@ void ReadJson(std::string_view text, pb::Message* record, const JsonReading& rea
 
 std::string WriteJson(const pb::Message& record) {
   // Plain proto3 JSON on one line.
-  document::JsonWriteOptions options;
-  options.expand = false;
-  options.indent = 0;
+  static const document::WriteOptions kPlain = [] {
+    document::WriteOptions options;
+    options.pairing = NoPairing();
+    options.expand = false;
+    options.indent = 0;
+    return options;
+  }();
   try {
-    return Codec().ToJson(record, options);
+    return document::WriteString(record, document::Format::kJson, kPlain);
   } catch (const document::UnsupportedError& e) {
     throw Unsupported(e.what());
   }

@@ -22,7 +22,7 @@ struct JsonReading {
   bool ignore_unknown_fields = false;
 };
 
-// Reads JSON text into `record` (cleared first). Throws document::Error
+// Reads JSON text into `record`, replacing what it held. Throws document::Error
 // when the codec refuses the text, Unsupported when it does not cover it.
 void ReadJson(std::string_view text, google::protobuf::Message* record, const JsonReading& reading);
 

@@ -1,4 +1,4 @@
-#include <gcuschema/document/binary.h>
+#include <gcuschema/document/io.h>
 
 #include <string>
 
@@ -22,7 +22,7 @@ using test::Hex;
 
 Error ParseError(const std::string& bytes, google::protobuf::Message* record) {
   try {
-    ParseBinary(bytes, record);
+    Read(bytes, record, ReadOptions{Format::kBinary});
   } catch (const Error& e) {
     return e;
   }
@@ -30,25 +30,25 @@ Error ParseError(const std::string& bytes, google::protobuf::Message* record) {
   return Error("", "");
 }
 
-TEST(ParseBinaryTest, ReadsAValidDocumentInPlaceOfWhatTheRecordHeld) {
+TEST(BinaryReadTest, ReadsAValidDocumentInPlaceOfWhatTheRecordHeld) {
   ConfigData doc;
   doc.set_version(3);
   doc.add_inputs()->set_alias("A");
   ConfigData parsed;
   parsed.set_gcuno("old");
-  ParseBinary(Encode(doc), &parsed);
+  Read(Encode(doc), &parsed, ReadOptions{Format::kBinary});
   EXPECT_EQ(Hex(Encode(parsed)), Hex(Encode(doc)));
   EXPECT_EQ(parsed.gcuno(), "");
 }
 
-TEST(ParseBinaryTest, SettingsBytesAreNotChecked) {
+TEST(BinaryReadTest, SettingsBytesAreNotChecked) {
   ConfigData parsed;
   // inputs[0].config holds FF, which is no record at all.
-  EXPECT_NO_THROW(ParseBinary(Bytes({0x1A, 0x03, 0x32, 0x01, 0xFF}), &parsed));
+  EXPECT_NO_THROW(Read(Bytes({0x1A, 0x03, 0x32, 0x01, 0xFF}), &parsed, ReadOptions{Format::kBinary}));
   EXPECT_EQ(parsed.inputs(0).config(), Bytes({0xFF}));
 }
 
-TEST(ParseBinaryTest, TruncatedDocumentNamesTheEntryCutShort) {
+TEST(BinaryReadTest, TruncatedDocumentNamesTheEntryCutShort) {
   ConfigData doc;
   doc.set_version(3);
   doc.add_inputs()->set_alias("oil");
@@ -60,7 +60,7 @@ TEST(ParseBinaryTest, TruncatedDocumentNamesTheEntryCutShort) {
   EXPECT_NE(e.message().find("cut short"), std::string::npos) << e.what();
 }
 
-TEST(ParseBinaryTest, LengthPastTheEndOfItsRecord) {
+TEST(BinaryReadTest, LengthPastTheEndOfItsRecord) {
   ConfigData doc;
   // inputs[0] is 4 bytes long, but its alias claims 9.
   const Error e = ParseError(Bytes({0x08, 0x01, 0x1A, 0x04, 0x2A, 0x09, 0x41, 0x42, 0x60, 0x01}), &doc);
@@ -70,7 +70,7 @@ TEST(ParseBinaryTest, LengthPastTheEndOfItsRecord) {
       << e.what();
 }
 
-TEST(ParseBinaryTest, InvalidUtf8GivesTheOffendingByteAndPath) {
+TEST(BinaryReadTest, InvalidUtf8GivesTheOffendingByteAndPath) {
   ConfigData doc;
   for (int i = 0; i < 4; ++i) doc.add_inputs()->set_alias("ok");
   std::string bytes = Encode(doc);
@@ -87,10 +87,10 @@ TEST(ParseBinaryTest, InvalidUtf8GivesTheOffendingByteAndPath) {
   EXPECT_EQ(lone.where(), "byte 2 (gcuSerialNo)");
   EXPECT_NE(lone.message().find("DeviceData.gcuSerialNo"), std::string::npos) << lone.what();
   // The same byte in a block that is not text is fine.
-  EXPECT_NO_THROW(ParseBinary(Bytes({0x52, 0x01, 0xC0}), &image));
+  EXPECT_NO_THROW(Read(Bytes({0x52, 0x01, 0xC0}), &image, ReadOptions{Format::kBinary}));
 }
 
-TEST(ParseBinaryTest, CutOffNumbersAndImpossibleTags) {
+TEST(BinaryReadTest, CutOffNumbersAndImpossibleTags) {
   ConfigData doc;
   Error e = ParseError(Bytes({0x08, 0x03, 0x08}), &doc);
   EXPECT_EQ(e.where(), "byte 3 (version)");
@@ -148,7 +148,7 @@ TEST(ParseBinaryTest, CutOffNumbersAndImpossibleTags) {
   EXPECT_NE(e.message().find("end-group"), std::string::npos) << e.what();
 }
 
-TEST(ParseBinaryTest, PackedListCutInsideItsBlock) {
+TEST(BinaryReadTest, PackedListCutInsideItsBlock) {
   Map3D table;
   // x: a packed block of one byte holding the start of a number.
   const Error e = ParseError(Bytes({0x0A, 0x01, 0x80}), &table);

@@ -132,14 +132,13 @@ TEST(InspectTest, MapsSayHowTheirTableWasRead) {
   given.SetMapTable(FindRecord("Map3D"));
   given.Apply("map:Interpolated3dMap=Map3D");
   text = Inspect(TwoMapTypes(readable), given);
-  EXPECT_EQ(LineOf(text, "Point3dMap (0)"), "    Point3dMap (0)                  2  Map3D, by --map-table") << text;
-  EXPECT_EQ(LineOf(text, "Interpolated3dMap (1)"), "    Interpolated3dMap (1)           2  Map3D, by --pair");
+  EXPECT_EQ(LineOf(text, "Point3dMap (0)"), "    Point3dMap (0)                  2  Map3D, by the map table given") << text;
+  EXPECT_EQ(LineOf(text, "Interpolated3dMap (1)"), "    Interpolated3dMap (1)           2  Map3D, by a pairing given");
 
   given.SetMapTable(nullptr);
   text = Inspect(TwoMapTypes(readable), given);
   EXPECT_EQ(LineOf(text, "Point3dMap (0)"),
-            "    Point3dMap (0)                  2  left as bytes: no table is paired with this type (give one with "
-            "--map-table)")
+            "    Point3dMap (0)                  2  left as bytes: no table is paired with this type")
       << text;
 }
 

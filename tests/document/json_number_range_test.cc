@@ -7,7 +7,7 @@
 
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/document/error.h>
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 
 namespace gcuschema::test {
 namespace {
@@ -15,7 +15,7 @@ namespace {
 bool RefusedAsError(const std::string& text) {
   ConfigData document;
   try {
-    document::JsonCodec().FromJson(text, &document);
+    document::Read(text, &document, document::ReadOptions{document::Format::kJson});
   } catch (const document::Error& e) {
     return !e.message().empty();
   }
@@ -29,8 +29,7 @@ TEST(JsonNumberRangeTest, OverflowingNumbersAreErrors) {
                              "\"range\": 1e309}}]}"));
   // The largest finite double is a number like any other.
   ConfigData document;
-  document::JsonCodec().FromJson("{\"estimationData\": [{\"thetaValues\": [1.7976931348623157e308]}]}",
-                                &document);
+  document::Read("{\"estimationData\": [{\"thetaValues\": [1.7976931348623157e308]}]}", &document, document::ReadOptions{document::Format::kJson});
   ASSERT_EQ(document.estimationdata_size(), 1);
   EXPECT_EQ(document.estimationdata(0).thetavalues(0), 1.7976931348623157e308);
 }

@@ -2,7 +2,7 @@
 // against what it promises: floats and doubles as std::to_chars spells
 // their shortest round trip, strings escaped as the mapping requires, at
 // any length.
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 
 #include <charconv>
 #include <cmath>
@@ -43,8 +43,8 @@ std::vector<std::string> ListValues(const std::string& json) {
   return values;
 }
 
-JsonWriteOptions OneLine() {
-  JsonWriteOptions options;
+WriteOptions OneLine() {
+  WriteOptions options;
   options.indent = 0;
   options.expand = false;
   return options;
@@ -80,7 +80,7 @@ TEST(JsonSpellingTest, FloatsAreTheirShortestRoundTripSpelling) {
   const std::vector<float> values = FloatingSamples<float, std::uint32_t>();
   PhonicWheelConfiguration wheel;
   for (float value : values) wheel.add_referencebpvoltage(value);
-  const std::vector<std::string> written = ListValues(JsonCodec().ToJson(wheel, OneLine()));
+  const std::vector<std::string> written = ListValues(WriteString(wheel, Format::kJson, OneLine()));
   ASSERT_EQ(written.size(), values.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
     ASSERT_EQ(written[i], ShortestSpelling(values[i])) << "float with the bits of " << values[i];
@@ -91,7 +91,7 @@ TEST(JsonSpellingTest, DoublesAreTheirShortestRoundTripSpelling) {
   const std::vector<double> values = FloatingSamples<double, std::uint64_t>();
   Estimations estimation;
   for (double value : values) estimation.add_thetavalues(value);
-  const std::vector<std::string> written = ListValues(JsonCodec().ToJson(estimation, OneLine()));
+  const std::vector<std::string> written = ListValues(WriteString(estimation, Format::kJson, OneLine()));
   ASSERT_EQ(written.size(), values.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
     ASSERT_EQ(written[i], ShortestSpelling(values[i])) << "double " << values[i];
@@ -110,7 +110,7 @@ TEST(JsonSpellingTest, LongTextWithEscapesIsWrittenWhole) {
   expected += "\"";
   ConfigData doc;
   doc.set_devicedescription(text);
-  const std::string json = JsonCodec().ToJson(doc, OneLine());
+  const std::string json = WriteString(doc, Format::kJson, OneLine());
   EXPECT_EQ(json, "{\"deviceDescription\":" + expected + "}");
 }
 
@@ -119,7 +119,7 @@ TEST(JsonSpellingTest, TextThatIsNotUtf8AfterAsciiIsRefused) {
   ConfigData doc;
   doc.set_devicedescription(std::string(37, 'a') + "\xC3\xA9" + "\x80" + "tail");
   try {
-    JsonCodec().ToJson(doc, OneLine());
+    WriteString(doc, Format::kJson, OneLine());
     FAIL() << "text that is not UTF-8 was written";
   } catch (const Error& e) {
     EXPECT_EQ(e.where(), "deviceDescription");

@@ -1,6 +1,6 @@
 // Floats and doubles in text format: the bytes the runtime writes on Linux,
 // on every system (the runtime's own spelling depends on the C library).
-#include <gcuschema/document/text.h>
+#include <gcuschema/document/io.h>
 
 #include <cstdint>
 #include <cstring>
@@ -34,7 +34,7 @@ TEST(TextNumbersTest, SpeltTheSameOnEverySystem) {
                        123456789012345680.0, -0.0, 0.1, std::numeric_limits<double>::quiet_NaN()}) {
     estimation->add_thetavalues(value);
   }
-  EXPECT_EQ(ToText(doc),
+  EXPECT_EQ(WriteString(doc, Format::kText),
             "inputs {\n"
             "  minValue: 1.40129846e-45\n"
             "  maxValue: 3.40282347e+38\n"
@@ -111,11 +111,11 @@ TEST(TextNumbersTest, SameAsTheRuntimeWritesOnLinux) {
     expected += "  thetaValues: " + pb::SimpleDtoa(value) + "\n";
   }
   expected += "}\n";
-  ExpectSameLines(ToText(doc), expected);
+  ExpectSameLines(WriteString(doc, Format::kText), expected);
   std::string written;
-  TextWriteOptions options;
+  WriteOptions options;
   options.threads = 2;
-  WriteText(doc, [&](std::string_view text) { written.append(text); }, options);
+  Write(doc, Format::kText, [&](std::string_view text) { written.append(text); }, options);
   ExpectSameLines(written, expected);
 }
 

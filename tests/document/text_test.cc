@@ -1,6 +1,6 @@
 // Text format: what protoc --decode prints, read back, with errors that say
 // where and what the right names are, and no silent change of a NaN.
-#include <gcuschema/document/text.h>
+#include <gcuschema/document/io.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -21,7 +21,6 @@
 #include <gcuschema/CurrentConfiguration.pb.h>
 #include <gcuschema/DeviceData.pb.h>
 #include <gcuschema/MapConfig.pb.h>
-#include <gcuschema/document/binary.h>
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/samples.h>
 
@@ -58,7 +57,7 @@ std::string ProtocDecode(const std::string& record, const std::string& schema_fi
   return output;
 }
 
-TEST(ToTextTest, SameAsProtocDecode) {
+TEST(TextWriteTest, SameAsProtocDecode) {
   ConfigData doc;
   doc.set_version(3);
   doc.set_password("pa\"ss\n");
@@ -89,26 +88,26 @@ TEST(ToTextTest, SameAsProtocDecode) {
   bytes += Bytes({0x1A, 0x05, 0x45, 0x00, 0x00, 0x00, 0x80});
 
   ConfigData parsed;
-  ParseBinary(bytes, &parsed);
+  Read(bytes, &parsed, ReadOptions{Format::kBinary});
   const std::string expected = ProtocDecode("ConfigData", "Config.proto", bytes);
   ASSERT_FALSE(expected.empty());
-  EXPECT_EQ(ToText(parsed), expected);
+  EXPECT_EQ(WriteString(parsed, Format::kText), expected);
 }
 
-TEST(ToTextTest, SameAsProtocDecodeForDeviceDataAndCalibration) {
+TEST(TextWriteTest, SameAsProtocDecodeForDeviceDataAndCalibration) {
   DeviceData image;
   image.set_gcuserialno("S1");
   image.set_config(Bytes({0x08, 0x03, 0xFF, 0x00}));
-  EXPECT_EQ(ToText(image), ProtocDecode("DeviceData", "DeviceData.proto", Encode(image)));
+  EXPECT_EQ(WriteString(image, Format::kText), ProtocDecode("DeviceData", "DeviceData.proto", Encode(image)));
 
   CalibrationData calibration;
   calibration.add_adccalibration()->set_level12v(4000);
   calibration.add_freqinputscalibration()->add_pullups()->set_value(3);
   calibration.set_batteryvoltageadcchannel(-1);
-  EXPECT_EQ(ToText(calibration), ProtocDecode("CalibrationData", "CalibrationData.proto", Encode(calibration)));
+  EXPECT_EQ(WriteString(calibration, Format::kText), ProtocDecode("CalibrationData", "CalibrationData.proto", Encode(calibration)));
 }
 
-TEST(FromTextTest, ReadsWhatToTextWrites) {
+TEST(TextReadTest, ReadsWhatWriteWritesInPlaceOfWhatTheRecordHeld) {
   ConfigData doc;
   doc.set_version(3);
   doc.set_gcuno("G\xC3\xA9\n");
@@ -121,13 +120,13 @@ TEST(FromTextTest, ReadsWhatToTextWrites) {
 
   ConfigData back;
   back.set_password("replaced");
-  FromText(ToText(doc), &back);
+  Read(WriteString(doc, Format::kText), &back, ReadOptions{Format::kText});
   EXPECT_EQ(Hex(Encode(back)), Hex(Encode(doc)));
 }
 
 Error TextError(const std::string& text, google::protobuf::Message* record) {
   try {
-    FromText(text, record);
+    Read(text, record, ReadOptions{Format::kText});
   } catch (const Error& e) {
     return e;
   }
@@ -135,7 +134,7 @@ Error TextError(const std::string& text, google::protobuf::Message* record) {
   return Error("", "");
 }
 
-TEST(FromTextTest, ErrorsCarryLineAndColumn) {
+TEST(TextReadTest, ErrorsCarryLineAndColumn) {
   ConfigData doc;
   Error e = TextError("version: 1\ngcuNo: \"x\"\n  bogus: 3\n", &doc);
   // The parser places the error just after the field name.
@@ -154,7 +153,7 @@ TEST(FromTextTest, ErrorsCarryLineAndColumn) {
   EXPECT_NE(e.message().find("@unknown"), std::string::npos) << e.what();
 }
 
-TEST(FromTextTest, WrongNamesAreNamedWithTheRightOnes) {
+TEST(TextReadTest, WrongNamesAreNamedWithTheRightOnes) {
   ConfigData doc;
   Error e = TextError("inputs {\n  aliass: \"x\"\n}\n", &doc);
   EXPECT_EQ(e.message(), "\"aliass\" is not a field of Input; did you mean \"alias\"?");
@@ -165,7 +164,7 @@ TEST(FromTextTest, WrongNamesAreNamedWithTheRightOnes) {
   EXPECT_NE(e.message().find("(the values are kPa, Bar and mBar)"), std::string::npos) << e.what();
 }
 
-TEST(ToTextTest, NanWithSignOrPayloadIsRefusedNotChanged) {
+TEST(TextWriteTest, NanWithSignOrPayloadIsRefusedNotChanged) {
   // 0x7FF8000000000001: a quiet NaN with a payload bit.
   double payload;
   const std::uint64_t bits = 0x7FF8000000000001ULL;
@@ -174,7 +173,7 @@ TEST(ToTextTest, NanWithSignOrPayloadIsRefusedNotChanged) {
   doc.add_estimationdata()->add_thetavalues(1);
   doc.mutable_estimationdata(0)->add_thetavalues(payload);
   try {
-    ToText(doc);
+    WriteString(doc, Format::kText);
     ADD_FAILURE() << "a NaN with a payload was printed";
   } catch (const Error& e) {
     EXPECT_EQ(e.where(), "estimationData[0].thetaValues[1]");
@@ -182,15 +181,15 @@ TEST(ToTextTest, NanWithSignOrPayloadIsRefusedNotChanged) {
   }
   // -NaN: only the sign bit.
   doc.mutable_estimationdata(0)->set_thetavalues(1, -std::numeric_limits<double>::quiet_NaN());
-  EXPECT_THROW(WriteText(doc, [](std::string_view) {}), Error);
+  EXPECT_THROW(Write(doc, Format::kText, [](std::string_view) {}), Error);
   // The plain NaN reads back as itself.
   doc.mutable_estimationdata(0)->set_thetavalues(1, std::numeric_limits<double>::quiet_NaN());
   ConfigData back;
-  FromText(ToText(doc), &back);
+  Read(WriteString(doc, Format::kText), &back, ReadOptions{Format::kText});
   EXPECT_EQ(Hex(Encode(back)), Hex(Encode(doc)));
 }
 
-TEST(WriteTextTest, StretchesAddUpToToTextOnAnyNumberOfThreads) {
+TEST(TextWriteTest, StretchesAddUpToTheWholeTextOnAnyNumberOfThreads) {
   // Long enough that its inputs are shared out; with unknown fields (a
   // varint, field 99) at the top and in an element.
   SampleOptions options;
@@ -199,13 +198,13 @@ TEST(WriteTextTest, StretchesAddUpToToTextOnAnyNumberOfThreads) {
   SampleConfig(options, &doc);
   ASSERT_TRUE(doc.MergeFromString(Bytes({0x98, 0x06, 0x2A})));
   doc.mutable_inputs(5000)->GetReflection()->MutableUnknownFields(doc.mutable_inputs(5000))->AddVarint(77, 5);
-  const std::string whole = ToText(doc);
+  const std::string whole = WriteString(doc, Format::kText);
   for (int threads : {1, 2, 3, 0}) {
     std::string written;
     int calls = 0;
-    TextWriteOptions write;
+    WriteOptions write;
     write.threads = threads;
-    WriteText(doc, [&](std::string_view text) {
+    Write(doc, Format::kText, [&](std::string_view text) {
       written.append(text);
       ++calls;
     }, write);

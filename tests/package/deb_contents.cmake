@@ -22,7 +22,7 @@ foreach(pattern
     "/usr/share/bash-completion/completions/gcuschema\n"
     "/usr/include/gcuschema/Config\\.pb\\.h"
     "/usr/include/gcuschema/export\\.h"
-    "/usr/include/gcuschema/document/json\\.h"
+    "/usr/include/gcuschema/document/io\\.h"
     "/usr/lib/[^ \n]*cmake/GcuSchema/GcuSchemaConfig\\.cmake"
     "/usr/lib/[^ \n]*pkgconfig/gcuschema\\.pc"
     "/usr/share/gcuschema/proto/CalibrationDataLimits\\.proto"

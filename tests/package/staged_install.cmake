@@ -6,7 +6,7 @@ if(NOT rc EQUAL 0)
   message(FATAL_ERROR "install into ${STAGE} failed:\n${err}")
 endif()
 foreach(f lib/libgcuschema.so lib/libgcuschema_document.so include/gcuschema/Config.pb.h
-          include/gcuschema/export.h include/gcuschema/document/json.h
+          include/gcuschema/export.h include/gcuschema/document/io.h
           share/gcuschema/proto/Config.proto share/gcuschema/proto/SplitterOutputConfig.proto
           bin/gcuschema lib/cmake/GcuSchema/GcuSchemaConfig.cmake
           lib/cmake/GcuSchema/GcuSchemaConfigVersion.cmake lib/cmake/GcuSchema/GcuSchemaTargets.cmake

@@ -40,6 +40,12 @@ TEST(ToolCompletionTest, CompletesCommands) {
 TEST(ToolCompletionTest, CompletesEachCommandsOptions) {
   EXPECT_EQ(Complete({"gcuschema", "decode", "--no"}), "--no-expand\n");
   EXPECT_EQ(Complete({"gcuschema", "lint", "--fr"}), "--from\n");
+  // Every command that reads a document has --from.
+  for (const char* command : {"decode", "encode", "inspect", "lint", "diff"}) {
+    EXPECT_EQ(Complete({"gcuschema", command, "--fr"}), "--from\n") << command;
+  }
+  // encode's old -f/--format is still read but no longer offered.
+  EXPECT_EQ(Complete({"gcuschema", "encode", "--fo"}), "");
   EXPECT_EQ(Complete({"gcuschema", "sample", "--s"}), "--seed\n");
   // Options of another command are not offered.
   EXPECT_EQ(Complete({"gcuschema", "sample", "--no"}), "");
@@ -48,6 +54,7 @@ TEST(ToolCompletionTest, CompletesEachCommandsOptions) {
 TEST(ToolCompletionTest, CompletesTheValuesAnOptionTakes) {
   EXPECT_EQ(Complete({"gcuschema", "decode", "--format", ""}), "json\ntext\n");
   EXPECT_EQ(Complete({"gcuschema", "diff", "--from", "b"}), "binary\n");
+  EXPECT_EQ(Complete({"gcuschema", "encode", "--from", ""}), "binary\njson\ntext\n");
   EXPECT_EQ(Complete({"gcuschema", "inspect", "-t", "Dev"}), "DeviceData\n");
 }
 

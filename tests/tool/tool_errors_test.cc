@@ -61,7 +61,7 @@ TEST(ToolErrorsTest, MalformedJsonGivesLineAndColumn) {
 }
 
 TEST(ToolErrorsTest, MalformedTextFormatGivesLineAndColumn) {
-  ProcessResult result = RunTool({"encode", "--format", "text", "-o", "/dev/null"},
+  ProcessResult result = RunTool({"encode", "--from", "text", "-o", "/dev/null"},
                                  "version: 1\npassword \"x\"\nnoSuchField: 3\n");
   ExpectFailure(result, "<stdin>");
   EXPECT_TRUE(std::regex_search(result.err, std::regex("line 2, column [0-9]+"))) << result.err;

@@ -122,8 +122,8 @@ TEST(ToolFormatsTest, EncodeOfAnEncodedDocumentSaysWhatItReads) {
   const std::string path = dir.Put("doc", SampleBytes("ConfigData"));
   ProcessResult result = RunTool({"encode", path, "-o", dir.File("out.bin")});
   EXPECT_EQ(result.exit_status, 2);
-  EXPECT_EQ(result.err.rfind("gcuschema: " + path + ": looks like an encoded document", 0), 0u) << result.err;
-  EXPECT_NE(result.err.find("--format json or --format text"), std::string::npos) << result.err;
+  EXPECT_EQ(result.err.rfind("gcuschema: " + path + ": is an encoded document already", 0), 0u) << result.err;
+  EXPECT_NE(result.err.find("--from json or --from text"), std::string::npos) << result.err;
   EXPECT_EQ(dir.Entries(), std::vector<std::string>{"doc"});
 }
 

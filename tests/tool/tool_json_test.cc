@@ -34,7 +34,7 @@ TEST(ToolJsonTest, TypeGivenAgainstTheDocumentsOwnIsRefused) {
   EXPECT_EQ(result.exit_status, 2);
   EXPECT_EQ(result.err,
             "gcuschema: <stdin>: line 2, column 12 (@type): the document names itself a DeviceData, but is read "
-            "as a ConfigData; read it as the record it names, or correct its \"@type\"\n");
+            "as a ConfigData; correct its \"@type\", or read it as the record it names (--type DeviceData)\n");
 }
 
 TEST(ToolJsonTest, PlainJsonHasNoTypeNorUnknownFields) {

@@ -37,7 +37,7 @@ TEST_P(ToolRoundTripTest, DecodeThenEncodeThroughPipesGivesBackTheBytes) {
     ProcessResult decoded = RunTool(decode, bytes);
     ASSERT_EQ(decoded.exit_status, 0) << decoded.err;
     EXPECT_EQ(decoded.err, "");
-    ProcessResult encoded = RunTool({"encode", "--type", type, "--format", variant.format},
+    ProcessResult encoded = RunTool({"encode", "--type", type, "--from", variant.format},
                                     decoded.out);
     ASSERT_EQ(encoded.exit_status, 0) << encoded.err;
     EXPECT_EQ(encoded.out.size(), bytes.size());

@@ -41,7 +41,7 @@ TEST(ToolStdoutTest, EveryCommandsOutputToAFullDeviceFails) {
   const std::string text = dir.Put("doc.txt", "version: 1\n");
   ExpectWriteFailure({"decode", doc});
   ExpectWriteFailure({"decode", "--format", "text", doc});
-  ExpectWriteFailure({"encode", "--format", "text", text});
+  ExpectWriteFailure({"encode", "--from", "text", text});
   ExpectWriteFailure({"sample"});
   ExpectWriteFailure({"inspect", doc});
   ExpectWriteFailure({"lint", bad});

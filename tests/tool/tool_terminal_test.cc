@@ -18,10 +18,10 @@ namespace {
 TEST(ToolTerminalTest, BinaryToATerminalIsRefused) {
   for (const char* command : {"sample", "encode"}) {
     SCOPED_TRACE(command);
-    // encode reads an empty file, a valid empty document, so that only its
-    // destination can be wrong.
+    // encode reads an empty file named text format, a valid empty document,
+    // so that only its destination can be wrong.
     ProcessResult result = std::string(command) == "encode"
-                               ? RunOnTerminal({GCUSCHEMA_TOOL, command, "--format", "text",
+                               ? RunOnTerminal({GCUSCHEMA_TOOL, command, "--from", "text",
                                                 "/dev/null"})
                                : RunOnTerminal({GCUSCHEMA_TOOL, command});
     EXPECT_EQ(result.exit_status, 2) << result.out;
@@ -47,7 +47,7 @@ TEST(ToolTerminalTest, BinaryToATerminalNamedByOutputIsRefused) {
   for (const char* command : {"sample", "encode"}) {
     SCOPED_TRACE(command);
     ProcessResult result = std::string(command) == "encode"
-                               ? RunTool({command, "--format", "text", "-o", name, "/dev/null"})
+                               ? RunTool({command, "--from", "text", "-o", name, "/dev/null"})
                                : RunTool({command, "-o", name});
     EXPECT_EQ(result.exit_status, 2);
     EXPECT_EQ(result.err.rfind("gcuschema: " + name + ": is a terminal", 0), 0u) << result.err;

@@ -43,7 +43,7 @@ TEST(ToolThreadsTest, LargeTextIsProtocsOnAnyNumberOfThreadsAndEncodesBack) {
   for (const char* threads : {"1", "2", "3"}) {
     EXPECT_TRUE(RunOk({"decode", "--format", "text", "-j", threads}, bytes).out == protoc.out) << threads;
   }
-  EXPECT_TRUE(RunOk({"encode", "--format", "text"}, text).out == bytes);
+  EXPECT_TRUE(RunOk({"encode", "--from", "text"}, text).out == bytes);
 }
 
 TEST(ToolThreadsTest, JsonIsTheSameOnAnyNumberOfThreadsAndEncodesBack) {

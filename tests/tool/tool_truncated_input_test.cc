@@ -8,7 +8,7 @@
 #include <google/protobuf/message.h>
 #include <gtest/gtest.h>
 
-#include <gcuschema/document/json.h>
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/records.h>
 
 #include "support/process.h"
@@ -42,7 +42,7 @@ TEST_P(TruncatedInputTest, ToolRefusesEachTruncatedDocumentAndWritesNoOutput) {
     ScratchDir dir;
     const std::string in = dir.Put("cut.bin", bytes.substr(0, n));
     const std::string out = dir.File("out.json");
-    const ProcessResult result = RunTool({"decode", "--type", GetParam(), in, "-o", out});
+    const ProcessResult result = RunTool({"decode", "--from", "binary", "--type", GetParam(), in, "-o", out});
     const std::string context = std::string(GetParam()) + " cut at " + std::to_string(n);
     if (record->ParseFromString(bytes.substr(0, n))) {
       EXPECT_EQ(result.exit_status, 0) << context << ": " << result.err;
@@ -65,7 +65,7 @@ TEST_P(TruncatedInputTest, ToolRefusesEachTruncatedDocumentAndWritesNoOutput) {
 TEST_P(TruncatedInputTest, ToolRefusesEachTruncatedJsonDocumentAndWritesNoOutput) {
   std::unique_ptr<Message> record = NewRecord();
   ASSERT_TRUE(record->ParseFromString(Sample()));
-  const std::string json = document::JsonCodec().ToJson(*record);
+  const std::string json = document::WriteString(*record, document::Format::kJson);
   for (size_t k = 1; k < 8; ++k) {
     const size_t n = json.size() * k / 8;
     ScratchDir dir;

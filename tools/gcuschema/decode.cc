@@ -1,17 +1,14 @@
-// gcuschema decode: an encoded document as JSON (settings expanded) or as
-// protobuf text format.
+// gcuschema decode: a document as JSON (settings expanded) or as protobuf
+// text format.
 #include <memory>
 #include <string>
-#include <string_view>
-#include <vector>
 
-#include <gcuschema/document/json.h>
-#include <gcuschema/document/text.h>
+#include <gcuschema/document/io.h>
 
 #include "commands.h"
 #include "document.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 
 namespace gcuschema::tool {
@@ -20,6 +17,7 @@ namespace {
 struct DecodeArguments {
   TypeOption type;
   PairingOptions pairing;
+  FromOption from;
   std::string format = "json";
   bool no_expand = false;
   bool original_names = false;
@@ -29,40 +27,21 @@ struct DecodeArguments {
 };
 
 int RunDecode(const DecodeArguments& args) {
-  const google::protobuf::Descriptor* type = args.type.Resolve();
-  // Only expanded JSON asks which record a config holds: the standard
-  // pairing builds the descriptors of every settings record, a good part of
-  // a small run, so it is made only then (or to check options given).
-  const bool expands = args.format == "json" && !args.no_expand;
-  document::JsonCodec codec(expands || args.pairing.given() ? args.pairing.Resolve() : document::PairingCatalogue());
+  args.type.Resolve();  // a wrong --type is reported before any input is read
+  const document::ReadOptions reading{args.from.Resolve(), args.pairing.Resolve()};
   RefuseOverwritingInputs(args.output, {args.input});
 
-  const Input input = ReadInput(args.input);
-  const std::unique_ptr<Document> document = ParseDocument(input, type);
-  // Written out as it is made: a large document's text is never held whole.
-  Output output(args.output);
-  const document::Sink sink = [&output](std::string_view text) { output.Write(text); };
-  try {
-    if (args.format == "text") {
-      document::TextWriteOptions options;
-      options.threads = args.threads;
-      document::WriteText(*document->record(), sink, options);
-    } else {
-      document::JsonWriteOptions options;
-      options.expand = !args.no_expand;
-      // Expanded JSON says what it is, so that encode needs no --type.
-      options.type_name = !args.no_expand;
-      options.original_names = args.original_names;
-      options.threads = args.threads;
-      codec.WriteJson(*document->record(), sink, options);
-      output.Write("\n");
-    }
-  } catch (const document::Error& e) {
-    // What the document holds and the format cannot carry.
-    throw Failure(input.name, e.where(), e.message());
-  }
-  output.Commit();
-  return 0;
+  const LoadedRecord record = Load(args.input, args.type, reading);
+  document::WriteOptions writing;
+  writing.pairing = reading.pairing;
+  writing.expand = !args.no_expand;
+  // Expanded JSON says what it is, so that encode needs no --type.
+  writing.type_name = !args.no_expand;
+  writing.original_names = args.original_names;
+  writing.threads = args.threads;
+  WriteDocument(args.output, *record, args.format == "text" ? document::Format::kText : document::Format::kJson,
+                writing, InputName(args.input));
+  return kExitOk;
 }
 
 }  // namespace
@@ -71,10 +50,11 @@ Command AddDecodeCommand(CLI::App* app) {
   auto args = std::make_shared<DecodeArguments>();
   CLI::App* command = app->add_subcommand(
       "decode",
-      "Print an encoded document as JSON (each entry's config shown as the record it "
-      "holds) or as protobuf text format (as protoc --decode prints it)");
+      "Print a document (encoded, or JSON or text to convert) as JSON (each entry's config shown as the "
+      "record it holds) or as protobuf text format (as protoc --decode prints it)");
   args->type.AddTo(command);
-  command->add_option("-f,--format", args->format, "json or text (text is never expanded)")
+  args->from.AddTo(command);
+  command->add_option("-f,--format", args->format, "Output format: json or text (text is never expanded)")
       ->check(CLI::IsMember({"json", "text"}))
       ->capture_default_str();
   command->add_flag("--no-expand", args->no_expand,
@@ -85,7 +65,7 @@ Command AddDecodeCommand(CLI::App* app) {
   args->pairing.AddTo(command);
   AddThreadsOption(command, &args->threads);
   AddOutputOption(command, &args->output);
-  command->add_option("IN", args->input, "Encoded document (standard input if absent or -)");
+  command->add_option("IN", args->input, "Document (standard input if absent or -)");
   return {command, [args] { return RunDecode(*args); }};
 }
 

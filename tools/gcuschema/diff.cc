@@ -10,7 +10,7 @@
 #include "commands.h"
 #include "document.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 
 namespace gcuschema::tool {
@@ -19,26 +19,23 @@ namespace {
 struct DiffArguments {
   TypeOption type;
   PairingOptions pairing;
-  std::string from;
+  FromOption from;
   std::string old_input;
   std::string new_input;
 };
 
 int RunDiff(const DiffArguments& args) {
   args.type.Resolve();  // a wrong --type is reported before any input is read
-  document::PairingCatalogue pairing = args.pairing.Resolve();
+  const document::ReadOptions reading{args.from.Resolve(), args.pairing.Resolve()};
   if (IsStandardStream(args.old_input) && IsStandardStream(args.new_input)) {
     throw Failure("<stdin>", "", "only one of the two documents can come from standard input");
   }
-  std::unique_ptr<google::protobuf::Message> a = LoadDocument(args.old_input, args.type, args.from, pairing);
-  std::unique_ptr<google::protobuf::Message> b = LoadDocument(args.new_input, args.type, args.from, pairing);
-  std::vector<document::Difference> differences;
-  try {
-    differences = document::Diff(*a, *b, pairing);
-  } catch (const document::Error& e) {
-    // The path leads to the same place in both documents.
-    throw Failure(InputName(args.old_input) + " and " + InputName(args.new_input), e.where(), e.message());
-  }
+  const LoadedRecord a = Load(args.old_input, args.type, reading);
+  const LoadedRecord b = Load(args.new_input, args.type, reading);
+  // The path of an error leads to the same place in both documents.
+  const std::vector<document::Difference> differences =
+      AsFailure(InputName(args.old_input) + " and " + InputName(args.new_input),
+                [&] { return document::Diff(*a, *b, reading.pairing); });
   std::string report = document::FormatDifferences(differences);
   if (!report.empty() && report.back() != '\n') report += '\n';
   WriteOutput("", report);
@@ -55,7 +52,7 @@ Command AddDiffCommand(CLI::App* app) {
       "new\", \"+ path: new\", \"- path: old\"; exit 0 when equal, 1 when they differ");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
-  AddFromOption(command, &args->from);
+  args->from.AddTo(command);
   command->add_option("A", args->old_input, "Old document (standard input if -)")->required();
   command->add_option("B", args->new_input, "New document (standard input if -)")->required();
   return {command, [args] { return RunDiff(*args); }};

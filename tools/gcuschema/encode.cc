@@ -1,13 +1,16 @@
-// gcuschema encode: JSON or text format back to the encoded document.
+// gcuschema encode: a document given as JSON or text format, encoded.
+#include <cstdio>
 #include <memory>
 #include <string>
 
-#include <gcuschema/document/pairing.h>
+#include <fmt/format.h>
+
+#include <gcuschema/document/io.h>
 
 #include "commands.h"
 #include "document.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 
 namespace gcuschema::tool {
@@ -16,29 +19,38 @@ namespace {
 struct EncodeArguments {
   TypeOption type;
   PairingOptions pairing;
-  std::string format;  // detected when empty
+  FromOption from;
+  // -f/--format, which named the input's format before --from did.
+  std::string format;
   std::string output;
   std::string input;
 };
 
-int RunEncode(const EncodeArguments& args) {
+int RunEncode(EncodeArguments args) {
+  if (!args.format.empty()) {
+    fmt::print(stderr, "gcuschema: encode: -f/--format is now --from (how the input is written); -f goes in the "
+                       "next release\n");
+    if (args.from.given() && args.from.name != args.format) {
+      throw Failure("--from", "", fmt::format("names {}, but -f/--format names {}; give --from alone",
+                                              args.from.name, args.format));
+    }
+    args.from.name = args.format;
+  }
   RefuseBinaryToTerminal(args.output);
-  const document::PairingCatalogue pairing = args.pairing.Resolve();
+  args.type.Resolve();  // a wrong --type is reported before any input is read
+  const document::ReadOptions reading{args.from.Resolve(), args.pairing.Resolve()};
   RefuseOverwritingInputs(args.output, {args.input});
 
-  const Input input = ReadInput(args.input);
-  Format format = FormatNamed(args.format);
-  // Empty, it is the empty document in text format.
-  if (format == Format::kDetect) format = input.bytes().empty() ? Format::kText : DetectFormat(input.bytes());
-  if (format == Format::kBinary) {
-    throw Failure(input.name, "",
-                  "looks like an encoded document already (it holds control bytes); encode "
-                  "reads JSON or text format: give --format json or --format text if it is one");
+  const LoadedRecord record = Load(args.input, args.type, reading);
+  // Encoding an encoded document again is asked for by name only.
+  if (!args.from.given() && record.format() == document::Format::kBinary) {
+    throw Failure(InputName(args.input), "",
+                  "is an encoded document already (it reads as one, and as neither JSON nor text "
+                  "format); encode reads JSON or text format: give --from json or --from text if it is "
+                  "one, or --from binary to encode it again");
   }
-  const Document document(DocumentType(args.type, input, format));
-  ReadDocument(input, format, pairing, document.record());
-  WriteOutput(args.output, Encode(*document.record()));
-  return 0;
+  WriteDocument(args.output, *record, document::Format::kBinary, {}, InputName(args.input));
+  return kExitOk;
 }
 
 }  // namespace
@@ -50,10 +62,9 @@ Command AddEncodeCommand(CLI::App* app) {
       "Encode a document given as JSON (expanded or not) or protobuf text format; "
       "the reverse of decode");
   args->type.AddTo(command);
-  command
-      ->add_option("-f,--format", args->format,
-                   "json or text (protobuf text format); told from the content when not given")
-      ->check(CLI::IsMember({"json", "text"}));
+  args->from.AddTo(command);
+  // Left out of the help: --from says it now.
+  command->add_option("-f,--format", args->format)->check(CLI::IsMember({"json", "text"}))->group("");
   args->pairing.AddTo(command);
   AddOutputOption(command, &args->output);
   command->add_option("IN", args->input, "JSON or text document (standard input if absent or -)");

@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <gcuschema/document/pairing.h>
+
 namespace gcuschema::tool {
 namespace {
 
@@ -55,6 +57,25 @@ Failure::Failure(std::string subject, std::string where, std::string message)
       subject_(std::move(subject)),
       where_(std::move(where)),
       message_(std::move(message)) {}
+
+std::string RemedyHint(const document::Remedy& remedy) {
+  using Kind = document::Remedy::Kind;
+  const std::string kind(document::EntryKindName(remedy.entry));
+  const std::string record = remedy.record.empty() ? "RECORD" : remedy.record;
+  switch (remedy.kind) {
+    case Kind::kNone: return "";
+    case Kind::kNameFormat: return " (--from binary or --from text)";
+    case Kind::kNameRecord: return fmt::format(" (--type {})", remedy.record);
+    case Kind::kPairCode:
+      if (remedy.entry == document::EntryKind::kMap && remedy.record.empty()) {
+        return fmt::format(" (--map-table RECORD or --pair map:{}=RECORD)", remedy.code);
+      }
+      return fmt::format(" (--pair {}:{}={})", kind, remedy.code, record);
+    case Kind::kListRecords: return "; run `gcuschema schemas` to list the records";
+    case Kind::kListNames: return fmt::format("; run `gcuschema schemas {}` to list them", remedy.record);
+  }
+  return "";
+}
 
 std::string FailureLine(const std::string& subject, const std::string& where,
                         const std::string& message) {

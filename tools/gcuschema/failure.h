@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <gcuschema/document/error.h>
+
 namespace gcuschema::tool {
 
 // Exit statuses: 0 done (clean, equal), 1 findings or differences,
@@ -36,6 +38,23 @@ class Failure : public std::runtime_error {
 // one readable line however the library or the runtime words it.
 std::string FailureLine(const std::string& subject, const std::string& where,
                         const std::string& message);
+
+// What follows a library message whose remedy the tool's options apply:
+// " (--pair input:10=AdcSwitchConfiguration)", "; run `gcuschema schemas`
+// to list the records"; empty when there is nothing to add.
+std::string RemedyHint(const document::Remedy& remedy);
+
+// Runs `work`; an error of the companion library becomes a Failure about
+// `subject`, its message followed by RemedyHint: the one place where the
+// tool turns the library's errors into its own.
+template <typename Work>
+auto AsFailure(const std::string& subject, Work&& work) -> decltype(work()) {
+  try {
+    return work();
+  } catch (const document::Error& e) {
+    throw Failure(subject, e.where(), e.message() + RemedyHint(e.remedy()));
+  }
+}
 
 }  // namespace gcuschema::tool
 

@@ -8,7 +8,7 @@
 #include "commands.h"
 #include "document.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 
 namespace gcuschema::tool {
@@ -17,20 +17,16 @@ namespace {
 struct InspectArguments {
   TypeOption type;
   PairingOptions pairing;
-  std::string from;
+  FromOption from;
   std::string input;
 };
 
 int RunInspect(const InspectArguments& args) {
   args.type.Resolve();  // a wrong --type is reported before any input is read
-  document::PairingCatalogue pairing = args.pairing.Resolve();
-  std::unique_ptr<google::protobuf::Message> record = LoadDocument(args.input, args.type, args.from, pairing);
-  std::string summary;
-  try {
-    summary = document::Inspect(*record, pairing);
-  } catch (const document::Error& e) {
-    throw Failure(InputName(args.input), e.where(), e.message());
-  }
+  const document::ReadOptions reading{args.from.Resolve(), args.pairing.Resolve()};
+  const LoadedRecord record = Load(args.input, args.type, reading);
+  std::string summary =
+      AsFailure(InputName(args.input), [&] { return document::Inspect(*record, reading.pairing); });
   if (!summary.empty() && summary.back() != '\n') summary += '\n';
   WriteOutput("", summary);
   return 0;
@@ -44,7 +40,7 @@ Command AddInspectCommand(CLI::App* app) {
       "inspect", "Summarise a document (binary, JSON or text): identity, entries by type, section sizes");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
-  AddFromOption(command, &args->from);
+  args->from.AddTo(command);
   command->add_option("IN", args->input, "Document (standard input if -)")->required();
   return {command, [args] { return RunInspect(*args); }};
 }

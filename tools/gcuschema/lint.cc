@@ -1,6 +1,6 @@
 // gcuschema lint: what the records themselves do not check; exit 1 when an
 // error is found.
-#include <memory>
+#include <optional>
 #include <string>
 
 #include <fmt/format.h>
@@ -12,7 +12,7 @@
 #include "commands.h"
 #include "document.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 
 namespace gcuschema::tool {
@@ -24,16 +24,16 @@ constexpr std::size_t kFlushAt = 64 * 1024;
 struct LintArguments {
   TypeOption type;
   PairingOptions pairing;
-  std::string from;
+  FromOption from;
   std::string limits;
   bool quiet = false;
   std::string input;
 };
 
 void AppendFinding(const document::Finding& finding, std::string* out) {
-  fmt::format_to(std::back_inserter(*out), "{}: {}: {} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
+  fmt::format_to(std::back_inserter(*out), "{}: {}: {}{} [{}]\n", finding.path.empty() ? "(document)" : finding.path,
                  finding.severity == document::Severity::kError ? "error" : "warning", finding.message,
-                 finding.rule);
+                 RemedyHint(finding.remedy), finding.rule);
 }
 
 std::string Counted(std::size_t n, const char* one, const char* many) {
@@ -50,7 +50,8 @@ int RunLint(const LintArguments& args) {
   const google::protobuf::Descriptor* type = args.type.Resolve();
   document::LintOptions options;
   options.pairing = args.pairing.Resolve();
-  std::unique_ptr<google::protobuf::Message> limits;
+  const document::ReadOptions reading{args.from.Resolve(), options.pairing};
+  std::optional<LoadedRecord> limits;
   if (!args.limits.empty()) {
     // A template checks a calibration: that is what the document is.
     const google::protobuf::Descriptor* calibration = document::RequireRecord("CalibrationData");
@@ -62,15 +63,12 @@ int RunLint(const LintArguments& args) {
     if (IsStandardStream(args.limits) && IsStandardStream(args.input)) {
       throw Failure("<stdin>", "", "only one of the template and the calibration can come from standard input");
     }
-    limits = LoadDocument(args.limits, document::RequireRecord("CalibrationTemplateData"), args.from,
-                          options.pairing);
-    options.limits = limits.get();
+    limits.emplace(Load(args.limits, document::RequireRecord("CalibrationTemplateData"), reading));
+    options.limits = limits->get();
   }
-  std::unique_ptr<google::protobuf::Message> record =
-      limits ? LoadDocument(args.input, type, args.from, options.pairing)
-             : LoadDocument(args.input, args.type, args.from, options.pairing);
+  const LoadedRecord record = limits ? Load(args.input, type, reading) : Load(args.input, args.type, reading);
 
-  Output output("");
+  Destination output("");
   std::string block;
   const auto flush = [&] {
     output.Write(block);
@@ -78,13 +76,15 @@ int RunLint(const LintArguments& args) {
   };
   document::LintCounts counts;
   try {
-    counts = document::Lint(*record, options, [&](const document::Finding& finding) {
-      AppendFinding(finding, &block);
-      if (block.size() >= kFlushAt) flush();
+    counts = AsFailure(InputName(args.input), [&] {
+      return document::Lint(*record, options, [&](const document::Finding& finding) {
+        AppendFinding(finding, &block);
+        if (block.size() >= kFlushAt) flush();
+      });
     });
-  } catch (const document::Error& e) {
-    flush();
-    throw Failure(InputName(args.input), e.where(), e.message());
+  } catch (const Failure&) {
+    flush();  // the findings made before the failure
+    throw;
   }
   if (!args.quiet) block += Summary(counts);
   flush();
@@ -112,7 +112,7 @@ Command AddLintCommand(CLI::App* app) {
                    "a CalibrationData unless --type says otherwise")
       ->type_name("LIMITS");
   command->add_flag("-q,--quiet", args->quiet, "No summary line: only the findings");
-  AddFromOption(command, &args->from);
+  args->from.AddTo(command);
   command->add_option("IN", args->input, "Document (standard input if -)")->required();
   return {command, [args] { return RunLint(*args); }};
 }

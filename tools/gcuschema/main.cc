@@ -18,7 +18,7 @@
 
 #include "commands.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "platform.h"
 
 namespace gcuschema::tool {
@@ -74,11 +74,10 @@ int ReportUsageError(CLI::App& app, const CLI::ParseError& e, const std::vector<
 
 int Run(const Command& command) {
   try {
-    return command.run();
+    // An error of the library that no command gave a subject.
+    return AsFailure("", command.run);
   } catch (const Failure& e) {
     return ReportFailure(e.what());
-  } catch (const document::Error& e) {
-    return ReportFailure(FailureLine("", e.where(), e.message()));
   } catch (const std::bad_alloc&) {
     return ReportFailure(FailureLine("", "", "out of memory"));
   } catch (const std::exception& e) {

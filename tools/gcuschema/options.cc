@@ -44,11 +44,23 @@ void TypeOption::AddTo(CLI::App* command) {
 }
 
 const google::protobuf::Descriptor* TypeOption::Resolve() const {
-  try {
-    return document::RequireRecord(name);
-  } catch (const document::Error& e) {
-    throw Failure("--type", e.where(), e.message());
-  }
+  return AsFailure("--type", [&] { return document::RequireRecord(name); });
+}
+
+void FromOption::AddTo(CLI::App* command) {
+  command
+      ->add_option("--from", name,
+                   "How the input is written: binary (encoded), json or text (protobuf text "
+                   "format); told from the content when not given")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"binary", "json", "text"}));
+}
+
+std::optional<document::Format> FromOption::Resolve() const {
+  if (name == "binary") return document::Format::kBinary;
+  if (name == "json") return document::Format::kJson;
+  if (name == "text") return document::Format::kText;
+  return std::nullopt;
 }
 
 void PairingOptions::AddTo(CLI::App* command) {
@@ -71,19 +83,9 @@ void PairingOptions::AddTo(CLI::App* command) {
 document::PairingCatalogue PairingOptions::Resolve() const {
   document::PairingCatalogue catalogue = document::PairingCatalogue::Standard();
   if (!map_table.empty()) {
-    try {
-      catalogue.SetMapTable(document::RequireRecord(map_table));
-    } catch (const document::Error& e) {
-      throw Failure("--map-table", e.where(), e.message());
-    }
+    AsFailure("--map-table", [&] { catalogue.SetMapTable(document::RequireRecord(map_table)); });
   }
-  for (const std::string& pair : pairs) {
-    try {
-      catalogue.Apply(pair);
-    } catch (const document::Error& e) {
-      throw Failure("--pair", e.where(), e.message());
-    }
-  }
+  for (const std::string& pair : pairs) AsFailure("--pair", [&] { catalogue.Apply(pair); });
   return catalogue;
 }
 

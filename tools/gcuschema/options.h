@@ -2,12 +2,14 @@
 #define GCUSCHEMA_TOOL_OPTIONS_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 #include <google/protobuf/descriptor.h>
 
+#include <gcuschema/document/io.h>
 #include <gcuschema/document/pairing.h>
 
 namespace gcuschema::tool {
@@ -22,6 +24,17 @@ struct TypeOption {
   bool given() const { return option != nullptr && option->count() > 0; }
   // The record's descriptor; Failure naming --type when there is none.
   const google::protobuf::Descriptor* Resolve() const;
+};
+
+// --from FORMAT: how the documents a command reads are written (binary,
+// json or text); told from each one's content when not given.
+struct FromOption {
+  std::string name;
+
+  void AddTo(CLI::App* command);
+  bool given() const { return !name.empty(); }
+  // The format named, or none.
+  std::optional<document::Format> Resolve() const;
 };
 
 // --pair KIND:CODE=RECORD... and --map-table RECORD: which record each

@@ -8,7 +8,7 @@
 #include "commands.h"
 #include "document.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 
 namespace gcuschema::tool {
@@ -31,7 +31,7 @@ int RunSample(const SampleArguments& args) {
   if (record == nullptr) {
     throw Failure("--type", "", "no sample can be made of " + type->full_name());
   }
-  WriteOutput(args.output, Encode(*record));
+  WriteDocument(args.output, *record, document::Format::kBinary, {}, "");
   return kExitOk;
 }
 

@@ -14,7 +14,7 @@
 
 #include "commands.h"
 #include "failure.h"
-#include "io.h"
+#include "files.h"
 #include "options.h"
 #include "schemas.h"
 
@@ -105,11 +105,7 @@ std::string DescribeRecord(const pb::Descriptor* type) {
 namespace {
 
 const pb::Descriptor* RecordNamed(const std::string& name) {
-  try {
-    return document::RequireRecord(name);
-  } catch (const document::Error& e) {
-    throw Failure("", e.where(), e.message());
-  }
+  return AsFailure("", [&] { return document::RequireRecord(name); });
 }
 
 int RunSchemas(const SchemasArguments& args) {
@@ -122,7 +118,7 @@ int RunSchemas(const SchemasArguments& args) {
   } else if (args.subject.empty()) {
     out = DescribePairings(pairing) + "\nSchema files and their records:\n" + ListFiles();
   } else if (args.subject.find(':') != std::string::npos) {
-    out = DescribeTypeCode(args.subject, pairing);
+    out = DescribeHeldRecord(args.subject, pairing);
   } else {
     out = DescribeRecord(RecordNamed(args.subject));
   }

@@ -20,7 +20,7 @@ std::string DescribePairings(const document::PairingCatalogue& pairing);
 
 // "input:DutyInput", "output:5": the record that code holds, then the
 // record itself; or that the code is open and how to pair it.
-std::string DescribeTypeCode(const std::string& text, const document::PairingCatalogue& pairing);
+std::string DescribeHeldRecord(const std::string& text, const document::PairingCatalogue& pairing);
 
 }  // namespace gcuschema::tool
 

@@ -69,7 +69,7 @@ std::string DescribePairings(const document::PairingCatalogue& pairing) {
   return out;
 }
 
-std::string DescribeTypeCode(const std::string& text, const document::PairingCatalogue& pairing) {
+std::string DescribeHeldRecord(const std::string& text, const document::PairingCatalogue& pairing) {
   const std::size_t colon = text.find(':');
   EntryKind kind;
   int code = 0;
@@ -79,12 +79,10 @@ std::string DescribeTypeCode(const std::string& text, const document::PairingCat
     part.erase(part.find_last_not_of(' ') + 1);
     return part;
   };
-  try {
+  AsFailure(text, [&] {
     kind = document::ParseEntryKind(trimmed(text.substr(0, colon)));
     code = document::ParseTypeCode(kind, trimmed(text.substr(colon + 1)));
-  } catch (const document::Error& e) {
-    throw Failure(text, "", e.message());
-  }
+  });
   const std::string name = CodeName(kind, code);
   const std::string code_text = name.empty() ? std::to_string(code) : fmt::format("{} ({})", name, code);
   const pb::Descriptor* record = pairing.Find(kind, code);

@@ -18,7 +18,8 @@ namespace gcuschema::document {
 // Settings are counted by the record their type code pairs, with how many of
 // them (or of the settings held inside them) do not read as that record;
 // maps and linearizations say how their table was read: by which record and
-// whether their type, --map-table or --pair chose it, or why it stays bytes.
+// whether their type, a map table or another given pairing chose it, or why
+// it stays bytes.
 // Throws Error when settings nest deeper than any reader of the library goes
 // (records inside `config`, 16 levels).
 GCUSCHEMA_DOCUMENT_API std::string Inspect(const google::protobuf::Message& record,

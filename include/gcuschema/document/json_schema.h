@@ -17,7 +17,7 @@ struct JsonSchemaOptions {
   int indent = 2;
 };
 
-// A JSON Schema (draft 2020-12) of the JSON of `record` as JsonCodec writes
+// A JSON Schema (draft 2020-12) of the JSON of `record` as Write writes
 // and reads it, settings expanded: an editor that knows JSON Schema can
 // complete and check a document while it is written. Each record is an
 // object whose fields are known by both spellings (the schema's name and

@@ -8,6 +8,7 @@
 
 #include <google/protobuf/message.h>
 
+#include <gcuschema/document/error.h>
 #include <gcuschema/document/export.h>
 #include <gcuschema/document/pairing.h>
 
@@ -20,6 +21,7 @@ struct Finding {
   Severity severity;
   std::string rule;      // short stable name: "count-mismatch", "unknown-type", ...
   std::string message;   // what is wrong and what to do
+  Remedy remedy;         // what the caller can change besides the document
 };
 
 struct LintOptions {

@@ -8,23 +8,11 @@
 
 #include <google/protobuf/descriptor.h>
 
+#include <gcuschema/document/entry_kind.h>
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/export.h>
 
 namespace gcuschema::document {
-
-// Entries whose `config` bytes hold another record, chosen by the entry's
-// type code.
-enum class EntryKind {
-  kInput,    // Input.type         -> input settings record
-  kOutput,   // Output.type        -> output settings record
-  kMap,      // Map.type (MapType) -> table record; also Input.linearization
-  kDriver,   // Driver.type        -> opaque unless paired by the caller
-  kHandler,  // CanbusEntityHandler.type -> opaque unless paired by the caller
-};
-
-inline constexpr EntryKind kEntryKinds[] = {EntryKind::kInput, EntryKind::kOutput, EntryKind::kMap,
-                                            EntryKind::kDriver, EntryKind::kHandler};
 
 GCUSCHEMA_DOCUMENT_API std::string_view EntryKindName(EntryKind kind);  // "input", "output", ...
 

@@ -1,5 +1,5 @@
-#ifndef GCUSCHEMA_TOOL_IO_H
-#define GCUSCHEMA_TOOL_IO_H
+#ifndef GCUSCHEMA_TOOL_FILES_H
+#define GCUSCHEMA_TOOL_FILES_H
 
 #include <memory>
 #include <string>
@@ -12,7 +12,7 @@ class OutputFile;
 }
 
 // A whole input in memory, with the name errors give it.
-struct Input {
+struct InputFile {
   std::string path;  // as given; empty for standard input
   std::string name;  // the path, or "<stdin>"
   std::string data;
@@ -28,7 +28,7 @@ std::string InputName(const std::string& path);
 
 // Reads a file, or standard input for "" or "-", whole into memory.
 // Throws Failure naming the file when it cannot be opened or read.
-Input ReadInput(const std::string& path);
+InputFile ReadInput(const std::string& path);
 
 // Before any work: refuses to write binary data to a terminal, standard
 // output or one named by the output path. Throws Failure.
@@ -48,12 +48,12 @@ void RefuseOverwritingInputs(const std::string& output_path,
 // Commit(), or interrupted, it removes the temporary file and replaces
 // nothing; a temporary left by a run killed outright is removed by a later
 // run writing to the same directory. Throws Failure naming the file.
-class Output {
+class Destination {
  public:
-  explicit Output(const std::string& path);
-  ~Output();
-  Output(const Output&) = delete;
-  Output& operator=(const Output&) = delete;
+  explicit Destination(const std::string& path);
+  ~Destination();
+  Destination(const Destination&) = delete;
+  Destination& operator=(const Destination&) = delete;
 
   void Write(std::string_view bytes);
   void Commit();
@@ -62,7 +62,7 @@ class Output {
   std::unique_ptr<platform::OutputFile> file_;
 };
 
-// Writes `data` whole through an Output (standard output for "" or "-").
+// Writes `data` whole through a Destination (standard output for "" or "-").
 void WriteOutput(const std::string& path, std::string_view data);
 
 }  // namespace gcuschema::tool

@@ -1,4 +1,4 @@
-#include "io.h"
+#include "files.h"
 
 #include <fmt/format.h>
 
@@ -30,8 +30,8 @@ bool IsStandardStream(const std::string& path) { return path.empty() || path == 
 
 std::string InputName(const std::string& path) { return IsStandardStream(path) ? "<stdin>" : path; }
 
-Input ReadInput(const std::string& path) {
-  Input input;
+InputFile ReadInput(const std::string& path) {
+  InputFile input;
   input.path = path;
   input.name = InputName(path);
   input.data = platform::ReadWhole(IsStandardStream(path) ? "" : path, input.name);
@@ -62,7 +62,7 @@ void RefuseOverwritingInputs(const std::string& output_path,
   }
 }
 
-Output::Output(const std::string& path) {
+Destination::Destination(const std::string& path) {
   using Way = platform::OutputFile::Way;
   if (IsStandardStream(path)) {
     file_ = std::make_unique<platform::OutputFile>(Way::kStandardOutput, "", "<stdout>");
@@ -90,14 +90,14 @@ Output::Output(const std::string& path) {
   file_ = std::make_unique<platform::OutputFile>(Way::kTemporary, facts.resolved, path);
 }
 
-Output::~Output() = default;
+Destination::~Destination() = default;
 
-void Output::Write(std::string_view bytes) { file_->Write(bytes); }
+void Destination::Write(std::string_view bytes) { file_->Write(bytes); }
 
-void Output::Commit() { file_->Commit(); }
+void Destination::Commit() { file_->Commit(); }
 
 void WriteOutput(const std::string& path, std::string_view data) {
-  Output output(path);
+  Destination output(path);
   output.Write(data);
   output.Commit();
 }
