@@ -534,13 +534,13 @@ void Compare(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector
 
 }  // namespace
 
-std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const PairingCatalogue& pairing) {
+std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const DiffOptions& options) {
   if (a.GetDescriptor() != b.GetDescriptor()) {
     throw Error("", "cannot compare a " + a.GetDescriptor()->full_name() + " with a " +
                         b.GetDescriptor()->full_name());
   }
   std::vector<Difference> differences;
-  Walk walk(pairing);
+  Walk walk(options.pairing);
   Compare(a, b, walk, &differences);
   return differences;
 }

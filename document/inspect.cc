@@ -360,9 +360,9 @@ void Fields(std::ostream& out, const pb::Message& record, Walk& walk) {
 
 }  // namespace
 
-std::string Inspect(const pb::Message& record, const PairingCatalogue& pairing) {
+std::string Inspect(const pb::Message& record, const InspectOptions& options) {
   std::ostringstream out;
-  Walk walk(pairing);
+  Walk walk(options.pairing);
   const pb::Descriptor* type = record.GetDescriptor();
   if (type == ConfigData::descriptor()) {
     std::unique_ptr<ConfigData> copy;

@@ -63,23 +63,23 @@ TEST_P(ConfigDepthTest, TenThousandLevelsAreAnErrorNamingTheDepthInLint) {
 
 TEST_P(ConfigDepthTest, TenThousandLevelsAreAnErrorNamingTheDepthInInspect) {
   const ConfigData config = Nested(GetParam(), 10000);
-  const std::string message = ErrorOf([&] { Inspect(config, PairedFor(GetParam())); });
+  const std::string message = ErrorOf([&] { Inspect(config, {PairedFor(GetParam())}); });
   EXPECT_NE(message.find(kDepthMessage), std::string::npos) << message;
-  EXPECT_EQ(ErrorOf([&] { Inspect(Nested(GetParam(), kDeepest), PairedFor(GetParam())); }), "");
+  EXPECT_EQ(ErrorOf([&] { Inspect(Nested(GetParam(), kDeepest), {PairedFor(GetParam())}); }), "");
 }
 
 TEST_P(ConfigDepthTest, TenThousandLevelsAreAnErrorNamingTheDepthInDiff) {
   const PairingCatalogue pairing = PairedFor(GetParam());
   const ConfigData deep = Nested(GetParam(), 10000);
   // Compared level by level down to where the two part...
-  const std::string changed = ErrorOf([&] { Diff(deep, Nested(GetParam(), 9998), pairing); });
+  const std::string changed = ErrorOf([&] { Diff(deep, Nested(GetParam(), 9998), {pairing}); });
   EXPECT_NE(changed.find(kDepthMessage), std::string::npos) << changed;
   // ...or shown whole where one side has an entry the other lacks.
-  const std::string removed = ErrorOf([&] { Diff(deep, ConfigData(), pairing); });
+  const std::string removed = ErrorOf([&] { Diff(deep, ConfigData(), {pairing}); });
   EXPECT_NE(removed.find(kDepthMessage), std::string::npos) << removed;
   // Equal bytes need no reading at all.
-  EXPECT_TRUE(Diff(deep, deep, pairing).empty());
-  EXPECT_EQ(ErrorOf([&] { Diff(Nested(GetParam(), kDeepest), Nested(GetParam(), kDeepest - 2), pairing); }), "");
+  EXPECT_TRUE(Diff(deep, deep, {pairing}).empty());
+  EXPECT_EQ(ErrorOf([&] { Diff(Nested(GetParam(), kDeepest), Nested(GetParam(), kDeepest - 2), {pairing}); }), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ConfigDepthTest,

@@ -34,12 +34,12 @@ int FirstOfType(const ConfigData& config, int type) {
 }
 
 // The differences as FormatDifferences prints them: compact to compare.
-std::string Lines(const ConfigData& a, const ConfigData& b) { return FormatDifferences(Diff(a, b, Standard())); }
+std::string Lines(const ConfigData& a, const ConfigData& b) { return FormatDifferences(Diff(a, b, {Standard()})); }
 
 TEST(DiffTest, EqualDocumentsHaveNoDifferences) {
   const ConfigData config = Sample(200);
-  EXPECT_TRUE(Diff(config, config, Standard()).empty());
-  EXPECT_TRUE(Diff(config, Sample(200), Standard()).empty());
+  EXPECT_TRUE(Diff(config, config, {Standard()}).empty());
+  EXPECT_TRUE(Diff(config, Sample(200), {Standard()}).empty());
   EXPECT_EQ(FormatDifferences({}), "");
 }
 
@@ -56,7 +56,7 @@ TEST(DiffTest, ASettingChangedInsideAConfigHasItsExpandedPath) {
   adc.set_range(new_range);
   after.mutable_inputs(i)->set_config(adc.SerializeAsString());
 
-  const std::vector<Difference> differences = Diff(before, after, Standard());
+  const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].kind, Difference::Kind::kModified);
   EXPECT_EQ(differences[0].path, "inputs[" + std::to_string(i) + "].config<AdcConfiguration>.range");
@@ -78,7 +78,7 @@ TEST(DiffTest, AddedAndRemovedInputs) {
   digital.set_invert(true);
   added->set_config(digital.SerializeAsString());
 
-  std::vector<Difference> differences = Diff(before, after, Standard());
+  std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].kind, Difference::Kind::kAdded);
   EXPECT_EQ(differences[0].path, "inputs[24]");
@@ -89,7 +89,7 @@ TEST(DiffTest, AddedAndRemovedInputs) {
       << differences[0].new_value;
 
   // The other way round it is a removal, from the first document's place.
-  differences = Diff(after, before, Standard());
+  differences = Diff(after, before, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].kind, Difference::Kind::kRemoved);
   EXPECT_EQ(differences[0].path, "inputs[24]");
@@ -101,7 +101,7 @@ TEST(DiffTest, RemovingAnInputInTheMiddleIsOneDifference) {
   const ConfigData before = Sample();
   ConfigData after = before;
   after.mutable_inputs()->DeleteSubrange(3, 1);
-  const std::vector<Difference> differences = Diff(before, after, Standard());
+  const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].kind, Difference::Kind::kRemoved);
   EXPECT_EQ(differences[0].path, "inputs[3]");
@@ -112,7 +112,7 @@ TEST(DiffTest, ReorderedEntriesAreOneDifferenceOnTheList) {
   const ConfigData before = Sample();
   ConfigData after = before;
   after.mutable_outputs()->SwapElements(0, 1);
-  const std::vector<Difference> differences = Diff(before, after, Standard());
+  const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].kind, Difference::Kind::kModified);
   EXPECT_EQ(differences[0].path, "outputs");
@@ -201,7 +201,7 @@ TEST(DiffTest, SameSettingsInAnotherEncodingAreStillADifference) {
   input->set_config(test::Bytes({0x08, 0x02, 0x10, 0x01}));
   ConfigData after = before;
   after.mutable_inputs(0)->set_config(test::Bytes({0x10, 0x01, 0x08, 0x02}));
-  const std::vector<Difference> differences = Diff(before, after, Standard());
+  const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].path, "inputs[0].config");
   EXPECT_EQ(differences[0].old_value, "AdcConfiguration { range: range12V saturation: true }");
@@ -217,7 +217,7 @@ TEST(DiffTest, DeviceDataConfigIsComparedAsADocument) {
   DeviceData after = before;
   after.set_config(config.SerializeAsString());
   after.set_version(before.version() + 1);
-  const std::vector<Difference> differences = Diff(before, after, Standard());
+  const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 2u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].path, "version");
   EXPECT_EQ(differences[1].path, "config<ConfigData>.inputs[2].alias");
@@ -254,7 +254,7 @@ TEST(DiffTest, NaNsThatDifferInSignOrPayloadAreDifferentValues) {
   const ConfigData quiet = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0xC0, 0x7F}));
   const ConfigData negative = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0xC0, 0xFF}));
   const ConfigData payload = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x01, 0x00, 0xC0, 0x7F}));
-  EXPECT_TRUE(Diff(quiet, quiet, Standard()).empty());
+  EXPECT_TRUE(Diff(quiet, quiet, {Standard()}).empty());
   EXPECT_EQ(Lines(quiet, negative), "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0xffc00000\n");
   EXPECT_EQ(Lines(quiet, payload), "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0x7fc00001\n");
 }
@@ -264,7 +264,7 @@ TEST(DiffTest, ZerosOfEitherSignInASingleFieldAreTheSameAsAbsent) {
   // to a document without the field, however the two were read.
   const ConfigData absent = Parsed(test::Bytes({0x1A, 0x02, 0x08, 0x01}));
   const ConfigData negative = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0x00, 0x80}));
-  EXPECT_TRUE(Diff(absent, negative, Standard()).empty());
+  EXPECT_TRUE(Diff(absent, negative, {Standard()}).empty());
   ConfigData nested_a = absent;
   ConfigData nested_b = negative;
   nested_a.mutable_inputs(0)->set_alias("a");
@@ -290,7 +290,7 @@ TEST(DiffTest, NaNBitsCountInsideSettingsToo) {
 }
 
 TEST(DiffTest, RecordsOfDifferentTypesCannotBeCompared) {
-  EXPECT_THROW(Diff(ConfigData(), DeviceData(), Standard()), Error);
+  EXPECT_THROW(Diff(ConfigData(), DeviceData(), {Standard()}), Error);
 }
 
 }  // namespace

@@ -50,7 +50,7 @@ std::size_t ListBytes(const List& list) {
 TEST(InspectTest, ConfigSummaryGivesCountsAndBytes) {
   ConfigData config;
   SampleConfig(SampleOptions{}, &config);
-  const std::string text = Inspect(config, Standard());
+  const std::string text = Inspect(config, {Standard()});
 
   EXPECT_EQ(LineOf(text, "ConfigData:"), "ConfigData: " + std::to_string(config.ByteSizeLong()) + " bytes");
   EXPECT_EQ(LineOf(text, "inputs:"),
@@ -98,7 +98,7 @@ TEST(InspectTest, TypeCodesOutsideTheEnumerationAreShownByNumber) {
   Input* input = config.add_inputs();
   input->set_type(16);
   input->set_config("\x01\x02");
-  const std::string text = Inspect(config, Standard());
+  const std::string text = Inspect(config, {Standard()});
   const std::string row = LineOf(text, "16 (not a Type value)");
   EXPECT_TRUE(Mentions(row, "(opaque settings)")) << text;
   EXPECT_TRUE(Mentions(row, "settings 2 bytes")) << text;
@@ -124,19 +124,19 @@ TEST(InspectTest, MapsSayHowTheirTableWasRead) {
   ::Map3D table;
   table.add_x(5);
   const std::string readable = table.SerializeAsString();
-  std::string text = Inspect(TwoMapTypes(readable), Standard());
+  std::string text = Inspect(TwoMapTypes(readable), {Standard()});
   EXPECT_EQ(LineOf(text, "Point3dMap (0)"), "    Point3dMap (0)                  2  Map3D, paired by its type") << text;
   EXPECT_EQ(LineOf(text, "Interpolated3dMap (1)"), "    Interpolated3dMap (1)           2  Map3D, paired by its type");
 
   PairingCatalogue given = Standard();
   given.SetMapTable(FindRecord("Map3D"));
   given.Apply("map:Interpolated3dMap=Map3D");
-  text = Inspect(TwoMapTypes(readable), given);
+  text = Inspect(TwoMapTypes(readable), {given});
   EXPECT_EQ(LineOf(text, "Point3dMap (0)"), "    Point3dMap (0)                  2  Map3D, by the map table given") << text;
   EXPECT_EQ(LineOf(text, "Interpolated3dMap (1)"), "    Interpolated3dMap (1)           2  Map3D, by a pairing given");
 
   given.SetMapTable(nullptr);
-  text = Inspect(TwoMapTypes(readable), given);
+  text = Inspect(TwoMapTypes(readable), {given});
   EXPECT_EQ(LineOf(text, "Point3dMap (0)"),
             "    Point3dMap (0)                  2  left as bytes: no table is paired with this type")
       << text;
@@ -145,18 +145,18 @@ TEST(InspectTest, MapsSayHowTheirTableWasRead) {
 TEST(InspectTest, MapsLeftAsBytesSayWhy) {
   // A length running past the end; then x (1) written after values (3), so
   // that encoding the table again gives other bytes.
-  std::string text = Inspect(TwoMapTypes(std::string("\x0A\x05\x01", 3)), Standard());
+  std::string text = Inspect(TwoMapTypes(std::string("\x0A\x05\x01", 3)), {Standard()});
   EXPECT_TRUE(Mentions(text, "    Point3dMap (0)                  1  Map3D, paired by its type\n")) << text;
   EXPECT_TRUE(Mentions(text, "    Point3dMap (0)                  1  left as bytes: they do not read as Map3D "
                              "(paired by its type)\n"))
       << text;
-  text = Inspect(TwoMapTypes(std::string("\x1A\x01\x02\x0A\x01\x02", 6)), Standard());
+  text = Inspect(TwoMapTypes(std::string("\x1A\x01\x02\x0A\x01\x02", 6)), {Standard()});
   EXPECT_TRUE(Mentions(text, "left as bytes: they read as Map3D (paired by its type) but do not encode back to the "
                              "same bytes\n"))
       << text;
   ConfigData config = TwoMapTypes("");
   config.mutable_maps(1)->set_type(static_cast<Map_MapType>(7));
-  text = Inspect(config, Standard());
+  text = Inspect(config, {Standard()});
   EXPECT_EQ(LineOf(text, "7 (not a MapType value)"),
             "    7 (not a MapType value)         1  left as bytes: no table is paired with a type outside Map.MapType")
       << text;
@@ -170,7 +170,7 @@ TEST(InspectTest, LinearizationsSayHowTheirTableWasRead) {
     input->mutable_linearization()->set_type(Map::Interpolated3dMap);
     input->mutable_linearization()->set_config(i == 0 ? std::string("\x0A\x05", 2) : std::string());
   }
-  const std::string text = Inspect(config, Standard());
+  const std::string text = Inspect(config, {Standard()});
   EXPECT_TRUE(Mentions(text, "    with a linearization: 3\n"
                              "      Interpolated3dMap (1)           2  Map3D, paired by its type\n"
                              "      Interpolated3dMap (1)           1  left as bytes: they do not read as Map3D "
@@ -185,14 +185,14 @@ TEST(InspectTest, SettingsThatDoNotReadAsTheirRecordAreCounted) {
     input->set_type(Input::AdcInput);
     input->set_config(i == 0 ? std::string("\x0A\x05", 2) : std::string("\x08\x02", 2));
   }
-  const std::string text = Inspect(config, Standard());
+  const std::string text = Inspect(config, {Standard()});
   EXPECT_TRUE(Mentions(LineOf(text, "AdcInput (0)"), "settings 6 bytes, 1 not readable as such")) << text;
 }
 
 TEST(InspectTest, DeviceDataShowsBlocksAndItsConfiguration) {
   DeviceData device;
   SampleDeviceData(SampleOptions{30, 2}, &device);
-  const std::string text = Inspect(device, Standard());
+  const std::string text = Inspect(device, {Standard()});
   EXPECT_EQ(LineOf(text, "DeviceData:"), "DeviceData: " + std::to_string(device.ByteSizeLong()) + " bytes");
   EXPECT_EQ(LineOf(text, "config:"), "  config: " + std::to_string(device.config().size()) + " bytes");
   EXPECT_EQ(LineOf(text, "valveAdaptation:"),
@@ -205,14 +205,14 @@ TEST(InspectTest, DeviceDataShowsBlocksAndItsConfiguration) {
             }() + " bytes");
 
   device.set_config("\x1A\x09");
-  EXPECT_TRUE(Mentions(Inspect(device, Standard()), "config does not read as a ConfigData"));
+  EXPECT_TRUE(Mentions(Inspect(device, {Standard()}), "config does not read as a ConfigData"));
 }
 
 TEST(InspectTest, CalibrationShowsListsWithTheirCounts) {
   CalibrationData calibration;
   SampleCalibration(SampleOptions{40, 1}, &calibration);
   calibration.set_pwmcalibrationcount(99);
-  const std::string text = Inspect(calibration, Standard());
+  const std::string text = Inspect(calibration, {Standard()});
   EXPECT_TRUE(Mentions(text, "serialNo: \"" + calibration.serialno() + "\"")) << text;
   EXPECT_EQ(LineOf(text, "adcCalibration:"),
             "  adcCalibration: " + std::to_string(calibration.adccalibration_size()) + " (adcCalibrationCount " +
@@ -229,14 +229,14 @@ TEST(InspectTest, OtherRecordsShowTheirFieldsAndSettings) {
   AdcConfiguration adc;
   adc.set_range(AdcConfiguration::range12V);
   input.set_config(adc.SerializeAsString());
-  const std::string text = Inspect(input, Standard());
+  const std::string text = Inspect(input, {Standard()});
   EXPECT_EQ(LineOf(text, "Input:"), "Input: " + std::to_string(input.ByteSizeLong()) + " bytes");
   EXPECT_TRUE(Mentions(text, "alias: \"OilTemp\"")) << text;
   EXPECT_TRUE(Mentions(text, "config as AdcConfiguration:")) << text;
   EXPECT_TRUE(Mentions(text, "range: range12V")) << text;
 
   input.set_config("\x0A\x05");
-  EXPECT_TRUE(Mentions(Inspect(input, Standard()), "config does not read as AdcConfiguration"));
+  EXPECT_TRUE(Mentions(Inspect(input, {Standard()}), "config does not read as AdcConfiguration"));
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ TEST(ToolInspectTest, PrintsTheLibrarySummaryOfTheFile) {
   const std::string path = dir.Put("image.bin", EncodeRecord(image));
   ProcessResult result = RunTool({"inspect", "--type", "DeviceData", path});
   ASSERT_EQ(result.exit_status, 0) << result.err;
-  std::string expected = document::Inspect(image, document::PairingCatalogue::Standard());
+  std::string expected = document::Inspect(image);
   if (expected.empty() || expected.back() != '\n') expected += '\n';
   EXPECT_EQ(result.out, expected);
   ASSERT_FALSE(image.gcuserialno().empty());

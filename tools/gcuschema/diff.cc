@@ -35,7 +35,7 @@ int RunDiff(const DiffArguments& args) {
   // The path of an error leads to the same place in both documents.
   const std::vector<document::Difference> differences =
       AsFailure(InputName(args.old_input) + " and " + InputName(args.new_input),
-                [&] { return document::Diff(*a, *b, reading.pairing); });
+                [&] { return document::Diff(*a, *b, {reading.pairing}); });
   std::string report = document::FormatDifferences(differences);
   if (!report.empty() && report.back() != '\n') report += '\n';
   WriteOutput("", report);

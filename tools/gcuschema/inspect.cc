@@ -26,7 +26,7 @@ int RunInspect(const InspectArguments& args) {
   const document::ReadOptions reading{args.from.Resolve(), args.pairing.Resolve()};
   const LoadedRecord record = Load(args.input, args.type, reading);
   std::string summary =
-      AsFailure(InputName(args.input), [&] { return document::Inspect(*record, reading.pairing); });
+      AsFailure(InputName(args.input), [&] { return document::Inspect(*record, {reading.pairing}); });
   if (!summary.empty() && summary.back() != '\n') summary += '\n';
   WriteOutput("", summary);
   return 0;

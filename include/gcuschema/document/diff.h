@@ -42,9 +42,14 @@ struct Difference {
 // zero of either sign is not written and equals its absence. Throws Error
 // when settings nest deeper than any reader of the library goes (records
 // inside `config`, 16 levels).
+struct DiffOptions {
+  // Which record each entry's `config` holds.
+  PairingCatalogue pairing = PairingCatalogue::Standard();
+};
+
 GCUSCHEMA_DOCUMENT_API std::vector<Difference> Diff(const google::protobuf::Message& a,
-                                               const google::protobuf::Message& b,
-                                               const PairingCatalogue& pairing);
+                                                    const google::protobuf::Message& b,
+                                                    const DiffOptions& options = {});
 
 // One line per difference: "~ path: old -> new", "+ path: new", "- path: old".
 GCUSCHEMA_DOCUMENT_API std::string FormatDifferences(const std::vector<Difference>& differences);

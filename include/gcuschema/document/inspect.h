@@ -22,8 +22,13 @@ namespace gcuschema::document {
 // it stays bytes.
 // Throws Error when settings nest deeper than any reader of the library goes
 // (records inside `config`, 16 levels).
+struct InspectOptions {
+  // Which record each entry's `config` holds.
+  PairingCatalogue pairing = PairingCatalogue::Standard();
+};
+
 GCUSCHEMA_DOCUMENT_API std::string Inspect(const google::protobuf::Message& record,
-                                      const PairingCatalogue& pairing);
+                                           const InspectOptions& options = {});
 
 }  // namespace gcuschema::document
 
