@@ -227,6 +227,8 @@ class Descent {
   std::vector<std::pair<std::string_view, int>> path_;
   std::string unescaped_;
   std::string bytes_;
+  // The records settings name, by name, as found so far.
+  std::unordered_map<std::string, const pb::Descriptor*> record_types_;
   std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>> settings_;
   std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>> checks_;
   std::unique_ptr<pb::DynamicMessageFactory> dynamic_;
@@ -556,11 +558,13 @@ void Descent::Settings(sj::value& value, const FieldPlan& field, Place& holder) 
     break;
   }
   if (type_at == nullptr) MissingType(holder);
-  const pb::Descriptor* type = nullptr;
-  try {
-    type = RequireRecord(type_name);
-  } catch (const Error& e) {
-    Fail(type_at, PathTo(kTypeKey), e.message());
+  const pb::Descriptor*& type = record_types_[type_name];
+  if (type == nullptr) {
+    try {
+      type = RequireRecord(type_name);
+    } catch (const Error& e) {
+      Fail(type_at, PathTo(kTypeKey), e.message());
+    }
   }
   if (holder.plan->type == ::DeviceData::descriptor() && type != ::ConfigData::descriptor()) {
     Fail(type_at, PathTo(kTypeKey), "a DeviceData's config holds a ConfigData, not a " + type->full_name());
