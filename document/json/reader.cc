@@ -111,6 +111,15 @@ bool Packable(ValueKind kind) {
   return kind != ValueKind::kString && kind != ValueKind::kBytes && kind != ValueKind::kRecord;
 }
 
+// Merges the encoding the reader made into `record`. It nests as deep as
+// the JSON did, which may be deeper than the runtime's default allows.
+bool MergeEncoding(std::string_view bytes, pb::Message* record) {
+  if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return false;
+  pb::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(bytes.data()), static_cast<int>(bytes.size()));
+  input.SetRecursionLimit(kMaxJsonDepth);
+  return record->MergePartialFromCodedStream(&input) && input.ConsumedEntireMessage();
+}
+
 // An entry's type code before anything is read into it: its field's default.
 int DefaultTypeCode(const FieldDescriptor* field) {
   if (field == nullptr) return 0;
@@ -281,9 +290,10 @@ void Descent::Read(pb::Message* record) {
   // grows, so that the two never take memory at once.
   parser_ = sj::parser();
   padded_ = simdjson::padded_string();
-  const std::string& bytes = wire_.bytes();
-  pb::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(bytes.data()), static_cast<int>(bytes.size()));
-  if (!record->MergePartialFromCodedStream(&input) || !input.ConsumedEntireMessage()) {
+  if (wire_.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    throw Error("", "the " + name + " read from the JSON text encodes to more than 2 GiB, more than a record holds");
+  }
+  if (!MergeEncoding(wire_.bytes(), record)) {
     throw Error("", "the " + name + " read from the JSON text does not encode; the reader is at fault");
   }
 }
@@ -591,8 +601,8 @@ void Descent::Settings(sj::value& value, const FieldPlan& field, Place& holder) 
 // order, each once, defaults left out, whatever order the text gave.
 void Descent::EndSettings(const pb::Descriptor* type, std::size_t start) {
   pb::Message* settings = Spare(type, &settings_);
-  const std::string& bytes = wire_.bytes();
-  if (!settings->ParsePartialFromArray(bytes.data() + start, static_cast<int>(bytes.size() - start))) {
+  settings->Clear();
+  if (!MergeEncoding(std::string_view(wire_.bytes()).substr(start), settings)) {
     throw Error(Path(), "the " + type->full_name() + " read from the JSON text does not encode; the reader is at fault");
   }
   wire_.Truncate(start);
@@ -960,10 +970,7 @@ pb::Message* Descent::Spare(const pb::Descriptor* type,
 std::unique_ptr<pb::Message> Descent::StateOf(const Place& place) {
   std::unique_ptr<pb::Message> state(Spare(place.plan->type, &checks_)->New());
   if (place.prior != nullptr) state->CopyFrom(*place.prior);
-  const std::string& bytes = wire_.bytes();
-  pb::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(bytes.data() + place.start),
-                                 static_cast<int>(bytes.size() - place.start));
-  state->MergePartialFromCodedStream(&input);
+  MergeEncoding(std::string_view(wire_.bytes()).substr(place.start), state.get());
   return state;
 }
 
