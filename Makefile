@@ -112,8 +112,8 @@ fuzz-seeds: $(FUZZ_DIR)/build.ninja
 
 # Windows: gcuschema.dll, gcuschema_document.dll, their import libraries,
 # gcuschema.exe and the tests, cross-built with MinGW-w64 into build-windows/
-# against a protobuf runtime, {fmt} and GoogleTest cross-built from Debian's
-# sources (cached in build-windows/_deps), and run under Wine; the tool's
+# against a protobuf runtime, simdjson, {fmt} and GoogleTest cross-built from
+# Debian's sources (cached in build-windows/_deps), and run under Wine; the tool's
 # output there is compared with the Linux tool's.
 WINDOWS_DIR ?= build-windows
 WINDOWS_DEPS = $(WINDOWS_DIR)/_deps

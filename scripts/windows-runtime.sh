@@ -2,10 +2,9 @@
 # Cross-builds what the Windows build links against and Debian ships only as
 # source: the protobuf runtime (libprotobuf.dll, from the Debian source of the
 # installed protobuf, so headers, runtime and the host's protoc are one
-# version; no protoc, no zlib), {fmt} for the tool and simdjson for the
-# companion library (static, from the Debian sources of the installed
-# libfmt-dev and libsimdjson-dev) and GoogleTest (static, from
-# /usr/src/googletest).
+# version; no protoc, no zlib), simdjson for the JSON reader and {fmt} for
+# the tool (static, from the Debian sources of the installed libsimdjson-dev
+# and libfmt-dev) and GoogleTest (static, from /usr/src/googletest).
 # Both are installed into DIR/windows, once: a second run costs nothing. The
 # headers and CMake package files of header-only libraries are copied there
 # too, so that the cross build finds them without searching the host's /usr.
@@ -59,11 +58,13 @@ protobuf=$("$root/scripts/protobuf-source.sh" "$dir")
 cross_build protobuf "$(dpkg-query -W -f='${Version}' libprotobuf-dev)" "$protobuf" \
   -Dprotobuf_BUILD_SHARED_LIBS=ON -Dprotobuf_BUILD_TESTS=OFF \
   -Dprotobuf_BUILD_PROTOC_BINARIES=OFF -Dprotobuf_WITH_ZLIB=OFF
-fmt=$("$root/scripts/debian-source.sh" "$dir" libfmt-dev)
-cross_build fmt "$(dpkg-query -W -f='${Version}' libfmt-dev)" "$fmt" -DFMT_DOC=OFF -DFMT_TEST=OFF
+# Without threads: the reader parses one document at a time, and the static
+# library then needs nothing more from the toolchain.
 simdjson=$("$root/scripts/debian-source.sh" "$dir" libsimdjson-dev)
 cross_build simdjson "$(dpkg-query -W -f='${Version}' libsimdjson-dev)" "$simdjson" \
-  -DBUILD_SHARED_LIBS=OFF -DSIMDJSON_DEVELOPER_MODE=OFF
+  -DBUILD_SHARED_LIBS=OFF -DSIMDJSON_DEVELOPER_MODE=OFF -DSIMDJSON_ENABLE_THREADS=OFF
+fmt=$("$root/scripts/debian-source.sh" "$dir" libfmt-dev)
+cross_build fmt "$(dpkg-query -W -f='${Version}' libfmt-dev)" "$fmt" -DFMT_DOC=OFF -DFMT_TEST=OFF
 cross_build googletest "$(dpkg-query -W -f='${Version}' googletest)" /usr/src/googletest -DBUILD_GMOCK=OFF
 stage_header_only nlohmann-json3-dev
 stage_header_only libcli11-dev

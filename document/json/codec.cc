@@ -1,62 +1,58 @@
 #include "json/codec.h"
 
-#include <nlohmann/json.hpp>
+#include <string>
+
+#include <simdjson.h>
 
 #include "json/keys.h"
 
 namespace gcuschema::document {
+
 namespace {
 
-// Stops at the first member of the top-level object that settles the
-// question: "@type" with a string, or the end of the object.
-class DocumentTypeProbe : public nlohmann::json_sax<nlohmann::json> {
- public:
-  std::string type;
+enum class Probe { kFound, kNone, kCut };
 
-  bool null() override { return Value(); }
-  bool boolean(bool) override { return Value(); }
-  bool number_integer(number_integer_t) override { return Value(); }
-  bool number_unsigned(number_unsigned_t) override { return Value(); }
-  bool number_float(number_float_t, const string_t&) override { return Value(); }
-  bool string(string_t& value) override {
-    if (depth_ == 1 && type_next_) {
-      type = value;
-      return false;
+// Looks through the members of the top-level object of `text` for "@type",
+// reading none of their values: kCut when the text ends before the object
+// does (or is not JSON), kNone when it is no object or names nothing.
+Probe FindDocumentType(std::string_view text, std::string* type) {
+  namespace sj = simdjson::ondemand;
+  const simdjson::padded_string padded(text);
+  if (padded.size() != text.size()) return Probe::kCut;
+  sj::parser parser;
+  sj::document document;
+  if (parser.iterate(padded).get(document)) return Probe::kCut;
+  sj::value root;
+  sj::object members;
+  if (document.get_value().get(root) || root.get_object().get(members)) return Probe::kNone;
+  for (auto result : members) {
+    sj::field member;
+    std::string_view key;
+    if (std::move(result).get(member) || member.unescaped_key().get(key)) return Probe::kCut;
+    std::string_view name;
+    if (key == internal::kTypeKey && !member.value().get_string().get(name)) {
+      *type = name;
+      return Probe::kFound;
     }
-    return Value();
   }
-  bool binary(binary_t&) override { return false; }
-  bool start_object(std::size_t) override {
-    type_next_ = false;
-    return ++depth_ > 0;
-  }
-  bool key(string_t& value) override {
-    type_next_ = depth_ == 1 && value == internal::kTypeKey;
-    return true;
-  }
-  bool end_object() override { return --depth_ > 0; }
-  bool start_array(std::size_t) override {
-    type_next_ = false;
-    return depth_++ > 0;
-  }
-  bool end_array() override { return --depth_ > 0; }
-  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
-
- private:
-  bool Value() {
-    type_next_ = false;
-    return depth_ > 0;
-  }
-  int depth_ = 0;
-  bool type_next_ = false;
-};
+  return Probe::kNone;
+}
 
 }  // namespace
 
 std::string JsonDocumentType(std::string_view text) {
-  DocumentTypeProbe probe;
-  nlohmann::json::sax_parse(text.begin(), text.end(), &probe);
-  return probe.type;
+  // Documents name their record first: the start of the text, cut at a line
+  // break (where no string of JSON can be open), mostly settles it without
+  // indexing the rest.
+  constexpr std::size_t kStart = 64 * 1024;
+  std::string type;
+  const std::size_t cut = text.size() > kStart ? text.rfind('\n', kStart) : std::string_view::npos;
+  if (cut != std::string_view::npos && cut > 0) {
+    const Probe probe = FindDocumentType(text.substr(0, cut), &type);
+    if (probe != Probe::kCut) return type;
+  }
+  FindDocumentType(text, &type);
+  return type;
 }
 
 }  // namespace gcuschema::document

@@ -84,6 +84,8 @@ const RecordPlan& RecordPlans::Get(const pb::Descriptor* type) {
     f.config = field == config;
     f.json_key = QuotedJson(field->json_name());
     f.original_key = QuotedJson(field->name());
+    f.number = field->number();
+    f.type = field->type();
     if (f.config) plan.config = i;
     if (f.kind == ValueKind::kFloat || f.kind == ValueKind::kDouble) plan.has_floats = true;
     plan.fields.push_back(std::move(f));

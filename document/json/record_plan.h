@@ -44,6 +44,9 @@ struct FieldPlan {
   std::string json_key;      // "\"inMinValue\"": the JSON name, quoted and escaped
   std::string original_key;  // the schema's name, quoted and escaped
   std::string unsupported;   // what the codec does not implement, for kUnsupported
+  // How the reader encodes a value of the field.
+  int number = 0;
+  google::protobuf::FieldDescriptor::Type type = google::protobuf::FieldDescriptor::TYPE_INT32;
 };
 
 struct RecordPlan {

@@ -149,5 +149,61 @@ TEST(JsonDifferentialTest, SampleDocuments) {
   }
 }
 
+// Where the mapping leaves room, the codec decides as the runtime does:
+// the bytes each makes of `text` read as a `T`, or "refused".
+template <typename T>
+std::string RuntimeReads(const std::string& text) {
+  T record;
+  if (!pb::util::JsonStringToMessage(text, &record).ok()) return "refused";
+  return test::Hex(test::Encode(record));
+}
+
+template <typename T>
+std::string CodecReads(const std::string& text) {
+  T record;
+  try {
+    Read(text, &record, ReadOptions{Format::kJson});
+  } catch (const Error&) {
+    return "refused";
+  }
+  return test::Hex(test::Encode(record));
+}
+
+TEST(JsonDifferentialTest, AQuotedIntegerWithAPlusSignIsReadLikeTheRuntime) {
+  // Input.id is field 1, an int32.
+  const std::string text = R"({"id": "+5"})";
+  EXPECT_EQ(RuntimeReads<Input>(text), test::Hex(test::Bytes({0x08, 0x05})));
+  EXPECT_EQ(CodecReads<Input>(text), test::Hex(test::Bytes({0x08, 0x05})));
+  // A sign alone or two signs are no number to either.
+  for (const char* wrong : {R"({"id": "+"})", R"({"id": "+-5"})", R"({"id": "++5"})"}) {
+    EXPECT_EQ(RuntimeReads<Input>(wrong), "refused") << wrong;
+    EXPECT_EQ(CodecReads<Input>(wrong), "refused") << wrong;
+  }
+}
+
+TEST(JsonDifferentialTest, AnEnumerationGivenAsAnIntegralFloatIsReadLikeTheRuntime) {
+  // Units.pressureUnit is field 1; 1 is Bar.
+  const std::string text = R"({"pressureUnit": 1.0})";
+  EXPECT_EQ(RuntimeReads<Units>(text), test::Hex(test::Bytes({0x08, 0x01})));
+  EXPECT_EQ(CodecReads<Units>(text), test::Hex(test::Bytes({0x08, 0x01})));
+  const std::string fraction = R"({"pressureUnit": 1.5})";
+  EXPECT_EQ(RuntimeReads<Units>(fraction), "refused");
+  EXPECT_EQ(CodecReads<Units>(fraction), "refused");
+}
+
+TEST(JsonDifferentialTest, EmptyTextIsRefusedLikeTheRuntimeRefusesIt) {
+  for (const char* text : {"", " \n\t"}) {
+    EXPECT_EQ(RuntimeReads<ConfigData>(text), "refused");
+    ConfigData record;
+    try {
+      Read(text, &record, ReadOptions{Format::kJson});
+      ADD_FAILURE() << "empty text accepted";
+    } catch (const Error& e) {
+      EXPECT_EQ(e.message(), "the text holds no JSON value; expected an object holding a ConfigData");
+      EXPECT_EQ(e.where().rfind("line ", 0), 0u) << e.where();
+    }
+  }
+}
+
 }  // namespace
 }  // namespace gcuschema::document

@@ -249,6 +249,51 @@ TEST(JsonReaderTest, MissingTypeNamesTheRecordTheCodeHolds) {
             "error at line 1, column 22 (config.@type): a DeviceData's config holds a ConfigData, not a Input");
 }
 
+TEST(JsonReaderTest, TextThatIsNotJsonIsRefusedWhereItBreaksTheGrammar) {
+  EXPECT_EQ(ReadOutcome("{\"version\": 1,}"),
+            "error at line 1, column 15: expected a member name in double quotes, found '}'; fix the JSON text there");
+  EXPECT_EQ(ReadOutcome("{\"version\": 1 \"gcuNo\": \"x\"}"),
+            "error at line 1, column 15: expected ',' or '}' after a member, found '\"'; fix the JSON text there");
+  EXPECT_EQ(ReadOutcome("{\"inputs\": [{}, {},]}"),
+            "error at line 1, column 20: expected a value (an object, a list, a string, a number, true, false or "
+            "null), found ']'; fix the JSON text there");
+  EXPECT_EQ(ReadOutcome("{\"version\": 01}"), "error at line 1, column 14: a number cannot have leading zeros; fix the JSON text there");
+  EXPECT_EQ(ReadOutcome("{\"version\": 1}\n}"),
+            "error at line 2, column 1: text after the end of the document ('}'); only whitespace may follow it; fix "
+            "the JSON text there");
+  // What the fast parser finds before reading a value is placed as
+  // precisely: a string never closed, a control character, bytes that are
+  // not UTF-8, wherever in the text they stand.
+  EXPECT_EQ(ReadOutcome("{\"version\": 1,\n \"gcuNo\": \"x}"),
+            "error at line 2, column 11: a string starts here and is never closed; fix the JSON text there");
+  EXPECT_EQ(ReadOutcome("{\"gcuNo\": \"a\tb\"}"),
+            "error at line 1, column 13: a control character (a tab) inside a string; write it escaped (\\n, \\t, "
+            "\\u0009); fix the JSON text there");
+  EXPECT_EQ(ReadOutcome("{\"version\": 1,\n\n  \"gcuNo\": \"ab\xFF\"}").rfind("error at line 3, column 15: the text is not UTF-8 here", 0),
+            0u);
+  EXPECT_EQ(ReadOutcome(""), "error at line 1, column 1: the text holds no JSON value; expected an object holding a ConfigData");
+}
+
+TEST(JsonReaderTest, ALateTypeNamingAnotherRecordIsTheErrorReported) {
+  // Read as a ConfigData, a DeviceData's fields are unknown; its "@type"
+  // at the end says why.
+  EXPECT_EQ(ReadOutcome(R"({"gcuSerialNo": "A1", "@type": "DeviceData"})").rfind(
+                "error at line 1, column 32 (@type): the document names itself a DeviceData, but is read as a "
+                "ConfigData",
+                0),
+            0u);
+}
+
+TEST(JsonReaderTest, TheTypeCodeChecksSeeWhatUnknownFieldsSet) {
+  // "GAI=" encodes field 3 (the type) = 2, DigitalInput, which holds
+  // DigitalInConfiguration.
+  EXPECT_EQ(ReadOutcome(R"({"inputs": [{"@unknown": "GAI=", "config": {"@type": "AdcConfiguration"}}]})").rfind(
+                "error at line 1, column 54 (inputs[0].config): \"@type\" AdcConfiguration, but type 2 (DigitalInput) "
+                "holds DigitalInConfiguration",
+                0),
+            0u);
+}
+
 TEST(JsonReaderTest, ReadReplacesWhatTheRecordHeld) {
   ConfigData doc;
   doc.add_inputs()->set_id(1);
