@@ -72,9 +72,10 @@ void Walk::Truncate(std::size_t size) {
   while (steps_.size() > size) Pop();
 }
 
-std::string Walk::Path() const {
+std::string Walk::Path(std::size_t steps) const {
   std::string path;
-  for (const StepData& step : steps_) {
+  for (std::size_t i = 0; i < steps && i < steps_.size(); ++i) {
+    const StepData& step = steps_[i];
     if (!step.name.empty()) {
       path = JoinPath(path, step.name);
       if (name_settings_ && step.settings != nullptr) path += "<" + step.settings->full_name() + ">";

@@ -126,11 +126,15 @@ class Walk {
 
   // Where the walk stands ("inputs[3].config.range"); empty at the record
   // it started from.
-  std::string Path() const;
+  std::string Path() const { return Path(steps_.size()); }
+  // The path of the first `steps` steps.
+  std::string Path(std::size_t steps) const;
   // The path to `member` of the record where the walk stands, or to
   // element `index` of the list where it stands.
   std::string PathTo(std::string_view member) const;
   std::string PathToElement(int index) const;
+  // Whether the last step taken is into a list element.
+  bool at_element() const { return !steps_.empty() && steps_.back().index >= 0; }
   // Levels of `config` above the record where the walk stands.
   int config_depth() const { return config_depth_; }
   // Steps taken; with Truncate, for callers that rebuild a path from

@@ -156,7 +156,7 @@ struct Place {
 class Descent {
  public:
   Descent(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options)
-      : text_(text), pairing_(pairing), options_(options) {}
+      : text_(text), pairing_(pairing), options_(options), walk_(pairing) {}
 
   void Read(pb::Message* record);
 
@@ -234,8 +234,8 @@ class Descent {
   Wire wire_;
   std::vector<char> seen_;   // per record read, a flag per field of its plan
   std::vector<int> oneofs_;  // per record read, per oneof: the member given, or -1
-  // The member names and list indices down to the value read, for errors.
-  std::vector<std::pair<std::string_view, int>> path_;
+  // Where the reader stands, for messages.
+  Walk walk_;
   std::string unescaped_;
   std::string bytes_;
   // The records settings name, by name, as found so far.
@@ -339,9 +339,8 @@ void Descent::Record(sj::object& object, Place& place) {
     }
     seen_[seen + index] = 1;
     next = index + 1;
-    path_.emplace_back(field->field->name(), -1);
+    const Walk::Step step = walk_.Member(field->field->name());
     Member(value, *field, place, oneofs);
-    path_.pop_back();
   }
   seen_.resize(seen);
   oneofs_.resize(oneofs);
@@ -426,9 +425,8 @@ void Descent::UnknownMember(sj::value& value, std::string_view name, std::size_t
   }
   if (options_.ignore_unknown_fields) {
     const std::string owned(name);  // the name may be unescaped where the skip unescapes too
-    path_.emplace_back(owned, -1);
+    const Walk::Step step = walk_.Member(owned);
     Skip(value, place.depth + 1);
-    path_.pop_back();
     return;
   }
   std::vector<std::string> names;
@@ -521,7 +519,7 @@ void Descent::List(sj::value& value, const FieldPlan& field, const Place& place)
     sj::value element;
     if (std::move(result).get(element)) SyntaxFailure(nullptr);
     const char* element_at = Start(element);
-    path_.emplace_back(std::string_view(), index++);
+    const Walk::Step step = walk_.Element(index++);
     if (*element_at == 'n') {
       Null(element, element_at);
       Fail(element_at, Path(), "a list cannot hold null; remove it or give a value");
@@ -533,7 +531,6 @@ void Descent::List(sj::value& value, const FieldPlan& field, const Place& place)
       std::int64_t unused;
       Scalar(element, field, element_at, packed, &unused);
     }
-    path_.pop_back();
   }
   if (packed) {
     if (wire_.size() == start) {
@@ -1019,14 +1016,7 @@ std::unique_ptr<pb::Message> Descent::StateOf(const Place& place) {
   Fail(at, "", "expected a JSON object holding a " + root_->GetDescriptor()->full_name() + ", found " + DescribeToken(at));
 }
 
-std::string Descent::Path() const {
-  std::string path;
-  for (const auto& [name, index] : path_) {
-    if (!name.empty()) path = JoinPath(path, name);
-    if (index >= 0) path = IndexPath(path, index);
-  }
-  return path;
-}
+std::string Descent::Path() const { return walk_.Path(); }
 
 std::string Descent::Position(std::size_t offset) const {
   offset = std::min(offset, text_.size());
@@ -1059,8 +1049,7 @@ void Descent::SyntaxFailure(const char* near) {
 // A number beyond every floating-point type: reported at its field (in a
 // list, the list's).
 void Descent::TooLarge(const char* at) {
-  if (!path_.empty() && path_.back().second >= 0) path_.pop_back();
-  Fail(at, Path(),
+  Fail(at, walk_.at_element() ? walk_.Path(walk_.size() - 1) : Path(),
        "the number " + std::string(NumberText(at)) +
            " is beyond the range of every number type; no field can hold a number that large");
 }
