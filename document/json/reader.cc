@@ -568,13 +568,16 @@ void Descent::Settings(sj::value& value, const FieldPlan& field, Place& holder) 
     break;
   }
   if (type_at == nullptr) MissingType(holder);
-  const pb::Descriptor*& type = record_types_[type_name];
-  if (type == nullptr) {
+  const pb::Descriptor* type = nullptr;
+  if (const auto known = record_types_.find(type_name); known != record_types_.end()) {
+    type = known->second;
+  } else {
     try {
       type = RequireRecord(type_name);
     } catch (const Error& e) {
       Fail(type_at, PathTo(kTypeKey), e.message());
     }
+    record_types_.emplace(type_name, type);
   }
   if (holder.plan->type == ::DeviceData::descriptor() && type != ::ConfigData::descriptor()) {
     Fail(type_at, PathTo(kTypeKey), "a DeviceData's config holds a ConfigData, not a " + type->full_name());
