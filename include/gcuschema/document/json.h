@@ -72,8 +72,10 @@ class GCUSCHEMA_DOCUMENT_API JsonCodec {
   // first for a fresh read), expanded or not: each "@type" object is
   // encoded into its entry's `config`, each "@unknown" restored. An "@type"
   // other than the record the entry's type code is paired with is an
-  // error. A leading "@type" of the document must name `record`'s type.
-  // Throws Error (UnsupportedError for what the codec does not implement).
+  // error. An "@type" of the document must name `record`'s type. A
+  // `config` object may name its record anywhere among its members.
+  // Throws Error (UnsupportedError for what the codec does not implement),
+  // leaving `record` as it was.
   void FromJson(std::string_view text, google::protobuf::Message* record,
                 const JsonReadOptions& options = {}) const;
 
