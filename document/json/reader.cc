@@ -1,21 +1,12 @@
 #include "json/reader.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
 #include <string>
-#include <unordered_map>
-#include <utility>
-#include <vector>
 
 #include <google/protobuf/descriptor.h>
-#include <google/protobuf/dynamic_message.h>
 #include <google/protobuf/io/coded_stream.h>
-#include <simdjson.h>
 
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
@@ -26,90 +17,14 @@
 #include "field_path.h"
 #include "json/base64.h"
 #include "json/keys.h"
-#include "json/number_text.h"
-#include "json/record_plan.h"
+#include "json/reader_descent.h"
 #include "json/syntax.h"
-#include "json/wire.h"
 #include "suggest.h"
 
 namespace gcuschema::document::internal {
 namespace {
 
-namespace pb = google::protobuf;
-namespace sj = simdjson::ondemand;
 using pb::FieldDescriptor;
-
-// Far deeper than any record of the library nests, settings within
-// settings included; anything deeper is refused before it is held.
-constexpr int kMaxJsonDepth = 200;
-constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
-
-bool IsSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
-bool IsNumberStart(char c) { return c == '-' || (c >= '0' && c <= '9'); }
-bool IsNumberCharacter(char c) {
-  return (c >= '0' && c <= '9') || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E';
-}
-
-std::string Shortened(std::string_view text) {
-  constexpr std::size_t kShown = 40;
-  return text.size() <= kShown ? std::string(text) : std::string(text.substr(0, kShown)) + "...";
-}
-
-const char* KindName(ValueKind kind) {
-  switch (kind) {
-    case ValueKind::kInt32: return "an int32";
-    case ValueKind::kInt64: return "an int64";
-    case ValueKind::kUInt32: return "a uint32";
-    case ValueKind::kUInt64: return "a uint64";
-    case ValueKind::kFloat: return "a float";
-    case ValueKind::kDouble: return "a double";
-    case ValueKind::kBool: return "a bool";
-    case ValueKind::kEnum: return "an enumeration";
-    case ValueKind::kString: return "a string";
-    case ValueKind::kBytes: return "a bytes";
-    case ValueKind::kRecord: return "a record";
-    default: return "an unsupported";
-  }
-}
-
-// What a value of the field is written as.
-std::string Expected(const FieldPlan& field) {
-  switch (field.kind) {
-    case ValueKind::kInt32:
-    case ValueKind::kInt64:
-    case ValueKind::kUInt32:
-    case ValueKind::kUInt64: return "an integer (a number, or a string holding one)";
-    case ValueKind::kFloat:
-    case ValueKind::kDouble: return "a number (or \"NaN\", \"Infinity\", \"-Infinity\")";
-    case ValueKind::kBool: return "true or false";
-    case ValueKind::kEnum: return "a name of " + field.field->enum_type()->full_name() + " or its number";
-    case ValueKind::kString: return "a string";
-    case ValueKind::kBytes:
-      return field.config ? "base64 text or an object naming its record with \"@type\"" : "base64 text";
-    case ValueKind::kRecord: return "an object";
-    default: return "a value";
-  }
-}
-
-WireType WireTypeOf(FieldDescriptor::Type type) {
-  switch (type) {
-    case FieldDescriptor::TYPE_FIXED32:
-    case FieldDescriptor::TYPE_SFIXED32:
-    case FieldDescriptor::TYPE_FLOAT: return WireType::kFixed32;
-    case FieldDescriptor::TYPE_FIXED64:
-    case FieldDescriptor::TYPE_SFIXED64:
-    case FieldDescriptor::TYPE_DOUBLE: return WireType::kFixed64;
-    case FieldDescriptor::TYPE_STRING:
-    case FieldDescriptor::TYPE_BYTES:
-    case FieldDescriptor::TYPE_MESSAGE: return WireType::kLength;
-    default: return WireType::kVarint;
-  }
-}
-
-// Lists of numbers, bools and enumerations are encoded packed.
-bool Packable(ValueKind kind) {
-  return kind != ValueKind::kString && kind != ValueKind::kBytes && kind != ValueKind::kRecord;
-}
 
 // Merges the encoding the reader made into `record`. It nests as deep as
 // the JSON did, which may be deeper than the runtime's default allows.
@@ -131,121 +46,9 @@ int DefaultTypeCode(const FieldDescriptor* field) {
   }
 }
 
-// A record being read: its object's place in the text and in the encoding,
-// and what the checks at its end need.
-struct Place {
-  const RecordPlan* plan = nullptr;
-  // What the record held before the read (the document and its
-  // sub-records are read into what they hold), or null.
-  const pb::Message* prior = nullptr;
-  std::size_t start = 0;  // where its fields' encoding starts
-  int depth = 0;          // objects and lists around its object
-  int config_depth = 0;   // levels of `config` above it
-  // Settings: where their "@type" member stands, read before the rest.
-  std::size_t type_key_at = kNowhere;
-  bool type_seen = false;
-  bool unknown_seen = false;
-  // An entry: its type code as read so far, unsure once "@unknown" may
-  // have set it; the record its `config` object named, and where.
-  int type_code = 0;
-  bool type_code_unsure = false;
-  const pb::Descriptor* held = nullptr;
-  std::size_t held_at = 0;
-};
+}  // namespace
 
-class Descent {
- public:
-  Descent(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options)
-      : text_(text), pairing_(pairing), options_(options), walk_(pairing) {}
-
-  void Read(pb::Message* record);
-
- private:
-  // The descent.
-  void Record(sj::object& object, Place& place);
-  bool Annotation(sj::value& value, std::string_view name, std::size_t key_at, Place& place);
-  void DocumentType(sj::value& value);
-  void UnknownFields(sj::value& value, Place& place);
-  void UnknownMember(sj::value& value, std::string_view name, std::size_t key_at, const Place& place);
-  void Member(sj::value& value, const FieldPlan& field, Place& place, std::size_t oneofs);
-  void SubRecord(sj::value& value, const FieldPlan& field, const RecordPlan& plan, const pb::Message* prior,
-                 int depth, int config_depth);
-  void List(sj::value& value, const FieldPlan& field, const Place& place);
-  void Settings(sj::value& value, const FieldPlan& field, Place& holder);
-  // A value of a scalar field, encoded (its tag too unless `packed`); false
-  // when it sets nothing. `*integer` gets integers and enumeration numbers.
-  bool Scalar(sj::value& value, const FieldPlan& field, const char* at, bool packed, std::int64_t* integer);
-  template <typename T>
-  NumberProblem Integer(sj::value& value, const char* at, T* out);
-  void PutInteger(const FieldPlan& field, bool packed, std::uint64_t bits);
-  void Null(sj::value& value, const char* at);
-  void Skip(sj::value& value, int depth);
-  void EndSettings(const pb::Descriptor* type, std::size_t start);
-  void CheckHeldType(const Place& holder);
-  [[noreturn]] void MissingType(const Place& holder);
-  void LateDocumentType();
-  [[noreturn]] void RootIsNoObject(const char* at);
-
-  // The text.
-  const char* Start(sj::value& value) { return value.raw_json_token().data(); }
-  std::size_t Offset(const char* at) const { return static_cast<std::size_t>(at - base_); }
-  bool KeyIs(const char* key, std::string_view quoted) const;
-  std::string_view KeyText(const char* key, const char* value_at);
-  std::string_view StringAt(const char* at, std::size_t bound);
-  std::string_view NumberText(const char* at) const;
-  std::string_view CheckedNumber(const char* at);
-  std::string Describe(const char* at);
-  std::string DescribeToken(const char* at);
-  bool Wellformed(const char* at) const;
-
-  // The records.
-  pb::Message* Spare(const pb::Descriptor* type,
-                     std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>>* spares);
-  std::unique_ptr<pb::Message> StateOf(const Place& place);
-
-  // Errors.
-  std::string Path() const;
-  std::string PathTo(std::string_view member) const { return JoinPath(Path(), member); }
-  std::string Position(std::size_t offset) const;
-  [[noreturn]] void Fail(std::size_t offset, const std::string& path, const std::string& message,
-                         const Remedy& remedy = {}) const;
-  [[noreturn]] void Fail(const char* at, const std::string& path, const std::string& message,
-                         const Remedy& remedy = {}) const {
-    Fail(Offset(at), path, message, remedy);
-  }
-  [[noreturn]] void SyntaxFailure(const char* near);
-  [[noreturn]] void TooLarge(const char* at);
-
-  std::string_view text_;
-  const PairingCatalogue& pairing_;
-  const ReadOptions& options_;
-  pb::Message* root_ = nullptr;
-  RecordPlans plans_;
-
-  simdjson::padded_string padded_;
-  const char* base_ = nullptr;  // the padded copy of the text
-  const char* end_ = nullptr;
-  sj::parser parser_;
-  sj::document document_;
-  sj::object root_object_;
-  bool root_type_seen_ = false;
-  bool syntax_failed_ = false;
-
-  Wire wire_;
-  std::vector<char> seen_;   // per record read, a flag per field of its plan
-  std::vector<int> oneofs_;  // per record read, per oneof: the member given, or -1
-  // Where the reader stands, for messages.
-  Walk walk_;
-  std::string unescaped_;
-  std::string bytes_;
-  // The records settings name, by name, as found so far.
-  std::unordered_map<std::string, const pb::Descriptor*> record_types_;
-  std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>> settings_;
-  std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>> checks_;
-  std::unique_ptr<pb::DynamicMessageFactory> dynamic_;
-};
-
-void Descent::Read(pb::Message* record) {
+void JsonDescent::Read(pb::Message* record) {
   root_ = record;
   const std::string& name = record->GetDescriptor()->full_name();
   if (text_.substr(0, 3) == "\xEF\xBB\xBF") {
@@ -272,7 +75,7 @@ void Descent::Read(pb::Message* record) {
   sj::value root;
   if (document_.get_value().get(root) || root.get_object().get(root_object_)) SyntaxFailure(first);
 
-  Place place;
+  RecordBeingRead place;
   place.plan = &plans_.Get(record->GetDescriptor());
   place.prior = record;
   if (place.plan->entry) place.type_code = EntryTypeCode(*record);
@@ -302,7 +105,7 @@ void Descent::Read(pb::Message* record) {
 
 // ----------------------------------------------------------------- records
 
-void Descent::Record(sj::object& object, Place& place) {
+void JsonDescent::Record(sj::object& object, RecordBeingRead& place) {
   const RecordPlan& plan = *place.plan;
   const std::size_t seen = seen_.size();
   seen_.resize(seen + plan.fields.size(), 0);
@@ -348,7 +151,7 @@ void Descent::Record(sj::object& object, Place& place) {
 }
 
 // "@type" and "@unknown": true when `name` is one.
-bool Descent::Annotation(sj::value& value, std::string_view name, std::size_t key_at, Place& place) {
+bool JsonDescent::Annotation(sj::value& value, std::string_view name, std::size_t key_at, RecordBeingRead& place) {
   if (name == kTypeKey) {
     if (key_at == place.type_key_at) return true;  // the settings' own, read first
     if (place.type_seen) Fail(key_at, PathTo(name), "\"@type\" is given twice; remove one");
@@ -369,7 +172,7 @@ bool Descent::Annotation(sj::value& value, std::string_view name, std::size_t ke
   return false;
 }
 
-void Descent::DocumentType(sj::value& value) {
+void JsonDescent::DocumentType(sj::value& value) {
   root_type_seen_ = true;
   const char* at = Start(value);
   const std::string& name = root_->GetDescriptor()->full_name();
@@ -390,7 +193,7 @@ void Descent::DocumentType(sj::value& value) {
 
 // After an error in a document whose "@type" was not met yet: a later one
 // naming another record says better what is wrong.
-void Descent::LateDocumentType() {
+void JsonDescent::LateDocumentType() {
   if (root_object_.reset().error()) return;
   for (auto result : root_object_) {
     sj::field member;
@@ -403,7 +206,7 @@ void Descent::LateDocumentType() {
 }
 
 // "@unknown": the encoding of fields JSON does not show, kept as it is.
-void Descent::UnknownFields(sj::value& value, Place& place) {
+void JsonDescent::UnknownFields(sj::value& value, RecordBeingRead& place) {
   const char* at = Start(value);
   const std::string where = PathTo(kUnknownKey);
   if (*at != '"') Fail(at, where, "expected base64 text of encoded fields, found " + Describe(at));
@@ -418,7 +221,7 @@ void Descent::UnknownFields(sj::value& value, Place& place) {
   if (place.plan->entry) place.type_code_unsure = true;
 }
 
-void Descent::UnknownMember(sj::value& value, std::string_view name, std::size_t key_at, const Place& place) {
+void JsonDescent::UnknownMember(sj::value& value, std::string_view name, std::size_t key_at, const RecordBeingRead& place) {
   const RecordPlan& plan = *place.plan;
   if (!name.empty() && name[0] == '[' && plan.has_extensions) {
     throw UnsupportedError(Position(key_at) + " (" + PathTo(name) + ")", "extensions are not supported");
@@ -441,7 +244,7 @@ void Descent::UnknownMember(sj::value& value, std::string_view name, std::size_t
   Fail(key_at, PathTo(name), message, remedy);
 }
 
-void Descent::Member(sj::value& value, const FieldPlan& field, Place& place, std::size_t oneofs) {
+void JsonDescent::Member(sj::value& value, const FieldPlan& field, RecordBeingRead& place, std::size_t oneofs) {
   const char* at = Start(value);
   if (*at == 'n') {  // the field's default: not set
     Null(value, at);
@@ -479,14 +282,14 @@ void Descent::Member(sj::value& value, const FieldPlan& field, Place& place, std
   }
 }
 
-void Descent::SubRecord(sj::value& value, const FieldPlan& field, const RecordPlan& plan, const pb::Message* prior,
+void JsonDescent::SubRecord(sj::value& value, const FieldPlan& field, const RecordPlan& plan, const pb::Message* prior,
                         int depth, int config_depth) {
   const char* at = Start(value);
   if (depth >= kMaxJsonDepth) Fail(at, Path(), DepthMessage(kMaxJsonDepth));
   sj::object object;
   if (value.get_object().get(object)) SyntaxFailure(at);
   wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
-  Place place;
+  RecordBeingRead place;
   place.plan = &plan;
   place.prior = prior;
   place.start = wire_.Open();
@@ -500,7 +303,7 @@ void Descent::SubRecord(sj::value& value, const FieldPlan& field, const RecordPl
   wire_.Close(place.start);
 }
 
-void Descent::List(sj::value& value, const FieldPlan& field, const Place& place) {
+void JsonDescent::List(sj::value& value, const FieldPlan& field, const RecordBeingRead& place) {
   const char* at = Start(value);
   const int depth = place.depth + 1;
   if (depth >= kMaxJsonDepth) Fail(at, Path(), DepthMessage(kMaxJsonDepth));
@@ -546,7 +349,7 @@ void Descent::List(sj::value& value, const FieldPlan& field, const Place& place)
 // A `config` object: the record its "@type" names, wherever in the object
 // that stands. The object is looked through for it (values skipped, not
 // read) and then read from its start as that record.
-void Descent::Settings(sj::value& value, const FieldPlan& field, Place& holder) {
+void JsonDescent::Settings(sj::value& value, const FieldPlan& field, RecordBeingRead& holder) {
   const char* at = Start(value);
   const int config_depth = holder.config_depth + 1;
   if (config_depth > kMaxConfigDepth) {
@@ -577,13 +380,16 @@ void Descent::Settings(sj::value& value, const FieldPlan& field, Place& holder) 
     break;
   }
   if (type_at == nullptr) MissingType(holder);
-  const pb::Descriptor*& type = record_types_[type_name];
-  if (type == nullptr) {
+  const pb::Descriptor* type = nullptr;
+  if (const auto known = record_types_.find(type_name); known != record_types_.end()) {
+    type = known->second;
+  } else {
     try {
       type = RequireRecord(type_name);
     } catch (const Error& e) {
       Fail(type_at, PathTo(kTypeKey), e.message(), e.remedy());
     }
+    record_types_.emplace(type_name, type);
   }
   if (holder.plan->type == ::DeviceData::descriptor() && type != ::ConfigData::descriptor()) {
     Fail(type_at, PathTo(kTypeKey), "a DeviceData's config holds a ConfigData, not a " + type->full_name());
@@ -591,7 +397,7 @@ void Descent::Settings(sj::value& value, const FieldPlan& field, Place& holder) 
   if (object.reset().error()) SyntaxFailure(at);
 
   wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
-  Place settings;
+  RecordBeingRead settings;
   settings.plan = &plans_.Get(type);
   settings.start = wire_.Open();
   settings.depth = depth;
@@ -608,7 +414,7 @@ void Descent::Settings(sj::value& value, const FieldPlan& field, Place& holder) 
 
 // The settings' bytes are those their record encodes to: fields in number
 // order, each once, defaults left out, whatever order the text gave.
-void Descent::EndSettings(const pb::Descriptor* type, std::size_t start) {
+void JsonDescent::EndSettings(const pb::Descriptor* type, std::size_t start) {
   pb::Message* settings = Spare(type, &settings_);
   settings->Clear();
   if (!MergeEncoding(std::string_view(wire_.bytes()).substr(start), settings)) {
@@ -618,7 +424,7 @@ void Descent::EndSettings(const pb::Descriptor* type, std::size_t start) {
   settings->AppendPartialToString(wire_.mutable_bytes());
 }
 
-[[noreturn]] void Descent::MissingType(const Place& holder) {
+[[noreturn]] void JsonDescent::MissingType(const RecordBeingRead& holder) {
   // The object's closing brace, which the search has just passed.
   const simdjson::simdjson_result<const char*> next = document_.current_location();
   const char* brace = next.error() ? end_ : next.value_unsafe();
@@ -642,7 +448,7 @@ void Descent::EndSettings(const pb::Descriptor* type, std::size_t start) {
 
 // The record a `config` object named must be the one its entry's type code
 // is paired with, when the code is paired at all.
-void Descent::CheckHeldType(const Place& holder) {
+void JsonDescent::CheckHeldType(const RecordBeingRead& holder) {
   if (!holder.plan->entry) return;
   const EntryKind kind = holder.plan->kind;
   int code = holder.type_code;
@@ -663,307 +469,9 @@ void Descent::CheckHeldType(const Place& holder) {
        remedy);
 }
 
-// ------------------------------------------------------------------ values
-
-bool Descent::Scalar(sj::value& value, const FieldPlan& field, const char* at, bool packed, std::int64_t* integer) {
-  const char c = *at;
-  auto wrong_kind = [&] { Fail(at, Path(), "expected " + Expected(field) + ", found " + Describe(at)); };
-  auto check = [&](NumberProblem problem) {
-    if (problem == NumberProblem::kNone) return;
-    Fail(at, Path(),
-         Describe(at) + " " + NumberProblemText(problem) + " for " + KindName(field.kind) + " field");
-  };
-  const bool number_or_text = c == '"' || IsNumberStart(c);
-  switch (field.kind) {
-    case ValueKind::kInt32: {
-      std::int32_t number = 0;
-      if (!number_or_text) wrong_kind();
-      check(Integer(value, at, &number));
-      PutInteger(field, packed, static_cast<std::uint64_t>(static_cast<std::int64_t>(number)));
-      *integer = number;
-      return true;
-    }
-    case ValueKind::kInt64: {
-      std::int64_t number = 0;
-      if (!number_or_text) wrong_kind();
-      check(Integer(value, at, &number));
-      PutInteger(field, packed, static_cast<std::uint64_t>(number));
-      *integer = number;
-      return true;
-    }
-    case ValueKind::kUInt32: {
-      std::uint32_t number = 0;
-      if (!number_or_text) wrong_kind();
-      check(Integer(value, at, &number));
-      PutInteger(field, packed, number);
-      *integer = number;
-      return true;
-    }
-    case ValueKind::kUInt64: {
-      std::uint64_t number = 0;
-      if (!number_or_text) wrong_kind();
-      check(Integer(value, at, &number));
-      PutInteger(field, packed, number);
-      *integer = static_cast<std::int64_t>(number);
-      return true;
-    }
-    case ValueKind::kFloat:
-    case ValueKind::kDouble: {
-      double number = 0;
-      if (c == '"') {
-        check(DoubleOfText(StringAt(at, value.raw_json_token().size()), &number));
-      } else if (IsNumberStart(c)) {
-        if (value.get_double().get(number)) number = DoubleOfJsonNumber(CheckedNumber(at));
-      } else {
-        wrong_kind();
-      }
-      if (!packed) wire_.Tag(static_cast<std::uint32_t>(field.number), WireTypeOf(field.type));
-      if (field.kind == ValueKind::kDouble) {
-        std::uint64_t bits;
-        std::memcpy(&bits, &number, sizeof bits);
-        wire_.Fixed64(bits);
-        return true;
-      }
-      const float narrow = static_cast<float>(number);
-      if (std::isinf(narrow) && !std::isinf(number)) check(NumberProblem::kOutOfRange);
-      std::uint32_t bits;
-      std::memcpy(&bits, &narrow, sizeof bits);
-      wire_.Fixed32(bits);
-      return true;
-    }
-    case ValueKind::kBool: {
-      if (c != 't' && c != 'f') wrong_kind();
-      bool truth = false;
-      if (value.get_bool().get(truth)) SyntaxFailure(at);
-      PutInteger(field, packed, truth ? 1 : 0);
-      return true;
-    }
-    case ValueKind::kString: {
-      if (c != '"') wrong_kind();
-      const std::string_view text = StringAt(at, value.raw_json_token().size());
-      wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
-      wire_.Varint(text.size());
-      wire_.Append(text);
-      return true;
-    }
-    case ValueKind::kBytes: {
-      if (c != '"') wrong_kind();
-      if (!DecodeBase64(StringAt(at, value.raw_json_token().size()), &bytes_)) {
-        Fail(at, Path(), Describe(at) + " is not base64 text (" + Expected(field) + ")");
-      }
-      wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
-      wire_.Varint(bytes_.size());
-      wire_.Append(bytes_);
-      return true;
-    }
-    case ValueKind::kEnum: {
-      const pb::EnumDescriptor* type = field.field->enum_type();
-      std::int32_t number = 0;
-      if (c == '"') {
-        const std::string_view name = StringAt(at, value.raw_json_token().size());
-        const pb::EnumValueDescriptor* found = nullptr;
-        for (int i = 0; i < type->value_count() && found == nullptr; ++i) {
-          if (type->value(i)->name() == name) found = type->value(i);
-        }
-        if (found == nullptr) {
-          if (options_.ignore_unknown_fields) return false;
-          std::vector<std::string> names;
-          for (int i = 0; i < type->value_count(); ++i) names.push_back(type->value(i)->name());
-          Fail(at, Path(), UnknownValue(type->full_name(), Shortened(name), names));
-        }
-        number = found->number();
-      } else if (IsNumberStart(c)) {
-        check(Integer(value, at, &number));
-        // A closed enumeration (proto2) holds only its own values.
-        if (field.field->file()->syntax() == pb::FileDescriptor::SYNTAX_PROTO2 &&
-            type->FindValueByNumber(number) == nullptr) {
-          Fail(at, Path(), Describe(at) + " is not a value of " + type->full_name());
-        }
-      } else {
-        wrong_kind();
-      }
-      PutInteger(field, packed, static_cast<std::uint64_t>(static_cast<std::int64_t>(number)));
-      *integer = number;
-      return true;
-    }
-    default: wrong_kind();
-  }
-  return false;
-}
-
-// A number, or a string holding one, as an integer of type T.
-template <typename T>
-NumberProblem Descent::Integer(sj::value& value, const char* at, T* out) {
-  if (*at == '"') return IntegerOfText(StringAt(at, value.raw_json_token().size()), out);
-  std::int64_t number = 0;
-  if (!value.get_int64().get(number)) return IntegerFromInteger(number, out);
-  return IntegerOfJsonNumber(CheckedNumber(at), out);
-}
-
-void Descent::PutInteger(const FieldPlan& field, bool packed, std::uint64_t bits) {
-  if (!packed) wire_.Tag(static_cast<std::uint32_t>(field.number), WireTypeOf(field.type));
-  switch (field.type) {
-    case FieldDescriptor::TYPE_SINT32: {
-      const auto value = static_cast<std::int32_t>(bits);
-      wire_.Varint((static_cast<std::uint32_t>(value) << 1) ^ static_cast<std::uint32_t>(value >> 31));
-      return;
-    }
-    case FieldDescriptor::TYPE_SINT64: {
-      const auto value = static_cast<std::int64_t>(bits);
-      wire_.Varint((static_cast<std::uint64_t>(value) << 1) ^ static_cast<std::uint64_t>(value >> 63));
-      return;
-    }
-    case FieldDescriptor::TYPE_FIXED32:
-    case FieldDescriptor::TYPE_SFIXED32: wire_.Fixed32(static_cast<std::uint32_t>(bits)); return;
-    case FieldDescriptor::TYPE_FIXED64:
-    case FieldDescriptor::TYPE_SFIXED64: wire_.Fixed64(bits); return;
-    default: wire_.Varint(bits); return;
-  }
-}
-
-void Descent::Null(sj::value& value, const char* at) {
-  bool null = false;
-  if (value.is_null().get(null) || !null) SyntaxFailure(at);
-}
-
-// A member no field takes, skipped (ignore_unknown_fields) but still held
-// to JSON's grammar and to the nesting limit.
-void Descent::Skip(sj::value& value, int depth) {
-  const char* at = Start(value);
-  switch (*at) {
-    case '{': {
-      if (depth >= kMaxJsonDepth) Fail(at, Path(), DepthMessage(kMaxJsonDepth));
-      sj::object object;
-      if (value.get_object().get(object)) SyntaxFailure(at);
-      for (auto result : object) {
-        sj::field member;
-        if (std::move(result).get(member)) SyntaxFailure(nullptr);
-        sj::value member_value = member.value();
-        KeyText(member.key().raw(), Start(member_value));
-        Skip(member_value, depth + 1);
-      }
-      return;
-    }
-    case '[': {
-      if (depth >= kMaxJsonDepth) Fail(at, Path(), DepthMessage(kMaxJsonDepth));
-      sj::array array;
-      if (value.get_array().get(array)) SyntaxFailure(at);
-      for (auto result : array) {
-        sj::value element;
-        if (std::move(result).get(element)) SyntaxFailure(nullptr);
-        Skip(element, depth + 1);
-      }
-      return;
-    }
-    case '"': StringAt(at, value.raw_json_token().size()); return;
-    case 't':
-    case 'f': {
-      bool truth;
-      if (value.get_bool().get(truth)) SyntaxFailure(at);
-      return;
-    }
-    case 'n': Null(value, at); return;
-    default: {
-      if (!IsNumberStart(*at)) SyntaxFailure(at);
-      double number;
-      if (value.get_double().get(number)) CheckedNumber(at);
-    }
-  }
-}
-
-// -------------------------------------------------------------------- text
-
-bool Descent::KeyIs(const char* key, std::string_view quoted) const {
-  const char* start = key - 1;
-  return static_cast<std::size_t>(end_ - start) >= quoted.size() &&
-         std::memcmp(start, quoted.data(), quoted.size()) == 0;
-}
-
-// A member's name (`key` is just past its opening quote), unescaped.
-std::string_view Descent::KeyText(const char* key, const char* value_at) {
-  return StringAt(key - 1, static_cast<std::size_t>(value_at - (key - 1)));
-}
-
-// The contents of the string whose opening quote is at `at`, unescaped;
-// the string ends within `bound` bytes.
-std::string_view Descent::StringAt(const char* at, std::size_t bound) {
-  const char* contents = at + 1;
-  const std::size_t room = bound > 0 ? bound - 1 : 0;
-  if (const void* quote = std::memchr(contents, '"', room)) {
-    const auto length = static_cast<std::size_t>(static_cast<const char*>(quote) - contents);
-    if (std::memchr(contents, '\\', length) == nullptr) return {contents, length};
-  }
-  if (unescaped_.size() < bound + simdjson::SIMDJSON_PADDING) unescaped_.resize(bound + simdjson::SIMDJSON_PADDING);
-  std::uint8_t* out = reinterpret_cast<std::uint8_t*>(unescaped_.data());
-  std::string_view text;
-  if (parser_.unescape(sj::raw_json_string(reinterpret_cast<const std::uint8_t*>(contents)), out).get(text)) {
-    SyntaxFailure(at);
-  }
-  return text;
-}
-
-std::string_view Descent::NumberText(const char* at) const {
-  const char* end = at;
-  while (end < end_ && IsNumberCharacter(*end)) ++end;
-  return {at, static_cast<std::size_t>(end - at)};
-}
-
-// A number simdjson would not convert: either not JSON (then the text is
-// at fault) or too large for any number type.
-std::string_view Descent::CheckedNumber(const char* at) {
-  const std::string_view text = NumberText(at);
-  const char* after = at + text.size();
-  const bool delimited = after < end_ && (IsSpace(*after) || *after == ',' || *after == '}' || *after == ']');
-  if (!delimited || !IsJsonNumber(text)) SyntaxFailure(at);
-  if (std::isinf(DoubleOfJsonNumber(text))) TooLarge(at);
-  return text;
-}
-
-// What the value at `at` is, for messages; a value that is not JSON is
-// the error to report instead.
-std::string Descent::Describe(const char* at) {
-  if (!Wellformed(at)) SyntaxFailure(at);
-  return DescribeToken(at);
-}
-
-bool Descent::Wellformed(const char* at) const {
-  std::string_view token;
-  switch (*at) {
-    case '{':
-    case '[':
-    case '"': return true;
-    case 't': token = "true"; break;
-    case 'f': token = "false"; break;
-    case 'n': token = "null"; break;
-    default:
-      token = NumberText(at);
-      if (!IsJsonNumber(token)) return false;
-  }
-  const char* after = at + token.size();
-  return after < end_ && std::memcmp(at, token.data(), token.size()) == 0 &&
-         (IsSpace(*after) || *after == ',' || *after == '}' || *after == ']');
-}
-
-std::string Descent::DescribeToken(const char* at) {
-  switch (*at) {
-    case '{': return "an object";
-    case '[': return "a list";
-    case 't': return "true";
-    case 'f': return "false";
-    case 'n': return "null";
-    case '"': {
-      const char* end = at + 1;
-      while (end < end_ && *end != '"') end += *end == '\\' ? 2 : 1;
-      const std::size_t bound = static_cast<std::size_t>(std::min(end + 1, end_) - at);
-      return "the string \"" + Shortened(StringAt(at, bound)) + "\"";
-    }
-    default: return "the number " + std::string(NumberText(at));
-  }
-}
-
 // ----------------------------------------------------------------- records
 
-pb::Message* Descent::Spare(const pb::Descriptor* type,
+pb::Message* JsonDescent::Spare(const pb::Descriptor* type,
                             std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>>* spares) {
   std::unique_ptr<pb::Message>& spare = (*spares)[type];
   if (spare == nullptr) {
@@ -981,84 +489,16 @@ pb::Message* Descent::Spare(const pb::Descriptor* type,
 
 // What the record of `place` holds so far: what it held before, with what
 // has been read into it.
-std::unique_ptr<pb::Message> Descent::StateOf(const Place& place) {
+std::unique_ptr<pb::Message> JsonDescent::StateOf(const RecordBeingRead& place) {
   std::unique_ptr<pb::Message> state(Spare(place.plan->type, &checks_)->New());
   if (place.prior != nullptr) state->CopyFrom(*place.prior);
   MergeEncoding(std::string_view(wire_.bytes()).substr(place.start), state.get());
   return state;
 }
 
-// ------------------------------------------------------------------ errors
-
-[[noreturn]] void Descent::RootIsNoObject(const char* at) {
-  bool valid = false;
-  switch (*at) {
-    case '[': valid = true; break;
-    case '"': {
-      std::string_view text;
-      valid = !document_.get_string().get(text);
-      break;
-    }
-    case 't':
-    case 'f': {
-      bool truth;
-      valid = !document_.get_bool().get(truth);
-      break;
-    }
-    case 'n': {
-      bool null = false;
-      valid = !document_.is_null().get(null) && null;
-      break;
-    }
-    default: valid = IsNumberStart(*at) && IsJsonNumber(NumberText(at));
-  }
-  if (!valid) SyntaxFailure(at);
-  Fail(at, "", "expected a JSON object holding a " + root_->GetDescriptor()->full_name() + ", found " + DescribeToken(at));
-}
-
-std::string Descent::Path() const { return walk_.Path(); }
-
-std::string Descent::Position(std::size_t offset) const {
-  offset = std::min(offset, text_.size());
-  const std::size_t line = static_cast<std::size_t>(std::count(text_.begin(), text_.begin() + offset, '\n')) + 1;
-  const std::size_t line_start = text_.rfind('\n', offset == 0 ? 0 : offset - 1);
-  const std::size_t column =
-      line_start == std::string_view::npos || offset == 0 ? offset + 1 : offset - line_start;
-  return "line " + std::to_string(line) + ", column " + std::to_string(column);
-}
-
-void Descent::Fail(std::size_t offset, const std::string& path, const std::string& message,
-                   const Remedy& remedy) const {
-  std::string where = Position(offset);
-  if (!path.empty()) where += " (" + path + ")";
-  throw Error(where, message, remedy);
-}
-
-// simdjson found the text is not JSON: the scan that says where and how
-// runs only now.
-void Descent::SyntaxFailure(const char* near) {
-  syntax_failed_ = true;
-  if (const std::optional<SyntaxFault> fault = FindSyntaxFault(text_, kMaxJsonDepth)) {
-    Fail(fault->offset, "", fault->message);
-  }
-  const simdjson::simdjson_result<const char*> current = document_.current_location();
-  const char* at = near != nullptr ? near : current.error() ? end_ : current.value_unsafe();
-  Fail(std::min(at, end_), "", "the JSON reader cannot read the text here; fix the JSON text there");
-}
-
-// A number beyond every floating-point type: reported at its field (in a
-// list, the list's).
-void Descent::TooLarge(const char* at) {
-  Fail(at, walk_.at_element() ? walk_.Path(walk_.size() - 1) : Path(),
-       "the number " + std::string(NumberText(at)) +
-           " is beyond the range of every number type; no field can hold a number that large");
-}
-
-}  // namespace
-
 JsonReader::JsonReader(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options)
     : text_(text), pairing_(pairing), options_(options) {}
 
-void JsonReader::Read(pb::Message* record) { Descent(text_, pairing_, options_).Read(record); }
+void JsonReader::Read(pb::Message* record) { JsonDescent(text_, pairing_, options_).Read(record); }
 
 }  // namespace gcuschema::document::internal

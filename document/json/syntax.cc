@@ -12,6 +12,19 @@ bool IsSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsHex(char c) { return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
+// "the end of the text", "'x'", "a line break", "byte 0xC3": the character
+// at `offset`, for messages.
+std::string DescribeCharacter(std::string_view text, std::size_t offset) {
+  if (offset >= text.size()) return "the end of the text";
+  const auto c = static_cast<unsigned char>(text[offset]);
+  if (c == '\n' || c == '\r') return "a line break";
+  if (c == '\t') return "a tab";
+  if (c >= 0x20 && c < 0x7F) return "'" + std::string(1, static_cast<char>(c)) + "'";
+  char byte[16];
+  std::snprintf(byte, sizeof byte, "byte 0x%02X", c);
+  return byte;
+}
+
 // Length of the well-formed UTF-8 sequence at `at` (Unicode's table: no
 // overlong forms, no surrogates, nothing past U+10FFFF), or 0.
 std::size_t Utf8Length(std::string_view text, std::size_t at) {
@@ -301,17 +314,6 @@ bool IsJsonNumber(std::string_view text) {
     if (!digits()) return false;
   }
   return i == text.size();
-}
-
-std::string DescribeCharacter(std::string_view text, std::size_t offset) {
-  if (offset >= text.size()) return "the end of the text";
-  const auto c = static_cast<unsigned char>(text[offset]);
-  if (c == '\n' || c == '\r') return "a line break";
-  if (c == '\t') return "a tab";
-  if (c >= 0x20 && c < 0x7F) return "'" + std::string(1, static_cast<char>(c)) + "'";
-  char byte[16];
-  std::snprintf(byte, sizeof byte, "byte 0x%02X", c);
-  return byte;
 }
 
 std::string DepthMessage(int max_depth) {

@@ -25,10 +25,6 @@ std::optional<SyntaxFault> FindSyntaxFault(std::string_view text, int max_depth)
 // "1.", ".5").
 bool IsJsonNumber(std::string_view text);
 
-// "the end of the text", "'x'", "a line break", "byte 0xC3": the character
-// at `offset`, for messages.
-std::string DescribeCharacter(std::string_view text, std::size_t offset);
-
 // The message of a nesting deeper than `max_depth`.
 std::string DepthMessage(int max_depth);
 

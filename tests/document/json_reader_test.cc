@@ -258,6 +258,13 @@ TEST(JsonReaderTest, TextThatIsNotJsonIsRefusedWhereItBreaksTheGrammar) {
             "error at line 1, column 20: expected a value (an object, a list, a string, a number, true, false or "
             "null), found ']'; fix the JSON text there");
   EXPECT_EQ(ReadOutcome("{\"version\": 01}"), "error at line 1, column 14: a number cannot have leading zeros; fix the JSON text there");
+  EXPECT_EQ(ReadOutcome("{\"version\": tru}"),
+            "error at line 1, column 16: expected the literal true, found '}'; fix the JSON text there");
+  EXPECT_EQ(ReadOutcome("{\"gcuNo\": \"a\\qb\"}").rfind("error at line 1, column 13: \\q is no escape of JSON; its escapes are", 0),
+            0u);
+  EXPECT_EQ(ReadOutcome("{\"gcuNo\": \"\\uD83Dx\"}"),
+            "error at line 1, column 12: \\uD83D is the first half of a surrogate pair without the second (\\uDC00 "
+            "to \\uDFFF); fix the JSON text there");
   EXPECT_EQ(ReadOutcome("{\"version\": 1}\n}"),
             "error at line 2, column 1: text after the end of the document ('}'); only whitespace may follow it; fix "
             "the JSON text there");

@@ -1,0 +1,283 @@
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <google/protobuf/descriptor.h>
+
+#include <gcuschema/document/error.h>
+
+#include "json/base64.h"
+#include "json/number_text.h"
+#include "json/reader_descent.h"
+#include "json/syntax.h"
+#include "suggest.h"
+
+namespace gcuschema::document::internal {
+namespace {
+
+using pb::FieldDescriptor;
+
+const char* KindName(ValueKind kind) {
+  switch (kind) {
+    case ValueKind::kInt32: return "an int32";
+    case ValueKind::kInt64: return "an int64";
+    case ValueKind::kUInt32: return "a uint32";
+    case ValueKind::kUInt64: return "a uint64";
+    case ValueKind::kFloat: return "a float";
+    case ValueKind::kDouble: return "a double";
+    case ValueKind::kBool: return "a bool";
+    case ValueKind::kEnum: return "an enumeration";
+    case ValueKind::kString: return "a string";
+    case ValueKind::kBytes: return "a bytes";
+    case ValueKind::kRecord: return "a record";
+    default: return "an unsupported";
+  }
+}
+
+// What a value of the field is written as.
+std::string Expected(const FieldPlan& field) {
+  switch (field.kind) {
+    case ValueKind::kInt32:
+    case ValueKind::kInt64:
+    case ValueKind::kUInt32:
+    case ValueKind::kUInt64: return "an integer (a number, or a string holding one)";
+    case ValueKind::kFloat:
+    case ValueKind::kDouble: return "a number (or \"NaN\", \"Infinity\", \"-Infinity\")";
+    case ValueKind::kBool: return "true or false";
+    case ValueKind::kEnum: return "a name of " + field.field->enum_type()->full_name() + " or its number";
+    case ValueKind::kString: return "a string";
+    case ValueKind::kBytes:
+      return field.config ? "base64 text or an object naming its record with \"@type\"" : "base64 text";
+    case ValueKind::kRecord: return "an object";
+    default: return "a value";
+  }
+}
+
+WireType WireTypeOf(FieldDescriptor::Type type) {
+  switch (type) {
+    case FieldDescriptor::TYPE_FIXED32:
+    case FieldDescriptor::TYPE_SFIXED32:
+    case FieldDescriptor::TYPE_FLOAT: return WireType::kFixed32;
+    case FieldDescriptor::TYPE_FIXED64:
+    case FieldDescriptor::TYPE_SFIXED64:
+    case FieldDescriptor::TYPE_DOUBLE: return WireType::kFixed64;
+    case FieldDescriptor::TYPE_STRING:
+    case FieldDescriptor::TYPE_BYTES:
+    case FieldDescriptor::TYPE_MESSAGE: return WireType::kLength;
+    default: return WireType::kVarint;
+  }
+}
+
+}  // namespace
+
+// ------------------------------------------------------------------ values
+
+bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* at, bool packed, std::int64_t* integer) {
+  const char c = *at;
+  auto wrong_kind = [&] { Fail(at, Path(), "expected " + Expected(field) + ", found " + Describe(at)); };
+  auto check = [&](NumberProblem problem) {
+    if (problem == NumberProblem::kNone) return;
+    Fail(at, Path(),
+         Describe(at) + " " + NumberProblemText(problem) + " for " + KindName(field.kind) + " field");
+  };
+  const bool number_or_text = c == '"' || IsNumberStart(c);
+  switch (field.kind) {
+    case ValueKind::kInt32: {
+      std::int32_t number = 0;
+      if (!number_or_text) wrong_kind();
+      check(Integer(value, at, &number));
+      PutInteger(field, packed, static_cast<std::uint64_t>(static_cast<std::int64_t>(number)));
+      *integer = number;
+      return true;
+    }
+    case ValueKind::kInt64: {
+      std::int64_t number = 0;
+      if (!number_or_text) wrong_kind();
+      check(Integer(value, at, &number));
+      PutInteger(field, packed, static_cast<std::uint64_t>(number));
+      *integer = number;
+      return true;
+    }
+    case ValueKind::kUInt32: {
+      std::uint32_t number = 0;
+      if (!number_or_text) wrong_kind();
+      check(Integer(value, at, &number));
+      PutInteger(field, packed, number);
+      *integer = number;
+      return true;
+    }
+    case ValueKind::kUInt64: {
+      std::uint64_t number = 0;
+      if (!number_or_text) wrong_kind();
+      check(Integer(value, at, &number));
+      PutInteger(field, packed, number);
+      *integer = static_cast<std::int64_t>(number);
+      return true;
+    }
+    case ValueKind::kFloat:
+    case ValueKind::kDouble: {
+      double number = 0;
+      if (c == '"') {
+        check(DoubleOfText(StringAt(at, value.raw_json_token().size()), &number));
+      } else if (IsNumberStart(c)) {
+        if (value.get_double().get(number)) number = DoubleOfJsonNumber(CheckedNumber(at));
+      } else {
+        wrong_kind();
+      }
+      if (!packed) wire_.Tag(static_cast<std::uint32_t>(field.number), WireTypeOf(field.type));
+      if (field.kind == ValueKind::kDouble) {
+        std::uint64_t bits;
+        std::memcpy(&bits, &number, sizeof bits);
+        wire_.Fixed64(bits);
+        return true;
+      }
+      const float narrow = static_cast<float>(number);
+      if (std::isinf(narrow) && !std::isinf(number)) check(NumberProblem::kOutOfRange);
+      std::uint32_t bits;
+      std::memcpy(&bits, &narrow, sizeof bits);
+      wire_.Fixed32(bits);
+      return true;
+    }
+    case ValueKind::kBool: {
+      if (c != 't' && c != 'f') wrong_kind();
+      bool truth = false;
+      if (value.get_bool().get(truth)) SyntaxFailure(at);
+      PutInteger(field, packed, truth ? 1 : 0);
+      return true;
+    }
+    case ValueKind::kString: {
+      if (c != '"') wrong_kind();
+      const std::string_view text = StringAt(at, value.raw_json_token().size());
+      wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
+      wire_.Varint(text.size());
+      wire_.Append(text);
+      return true;
+    }
+    case ValueKind::kBytes: {
+      if (c != '"') wrong_kind();
+      if (!DecodeBase64(StringAt(at, value.raw_json_token().size()), &bytes_)) {
+        Fail(at, Path(), Describe(at) + " is not base64 text (" + Expected(field) + ")");
+      }
+      wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
+      wire_.Varint(bytes_.size());
+      wire_.Append(bytes_);
+      return true;
+    }
+    case ValueKind::kEnum: {
+      const pb::EnumDescriptor* type = field.field->enum_type();
+      std::int32_t number = 0;
+      if (c == '"') {
+        const std::string_view name = StringAt(at, value.raw_json_token().size());
+        const pb::EnumValueDescriptor* found = nullptr;
+        for (int i = 0; i < type->value_count() && found == nullptr; ++i) {
+          if (type->value(i)->name() == name) found = type->value(i);
+        }
+        if (found == nullptr) {
+          if (options_.ignore_unknown_fields) return false;
+          std::vector<std::string> names;
+          for (int i = 0; i < type->value_count(); ++i) names.push_back(type->value(i)->name());
+          Fail(at, Path(), UnknownValue(type->full_name(), Shortened(name), names));
+        }
+        number = found->number();
+      } else if (IsNumberStart(c)) {
+        check(Integer(value, at, &number));
+        // A closed enumeration (proto2) holds only its own values.
+        if (field.field->file()->syntax() == pb::FileDescriptor::SYNTAX_PROTO2 &&
+            type->FindValueByNumber(number) == nullptr) {
+          Fail(at, Path(), Describe(at) + " is not a value of " + type->full_name());
+        }
+      } else {
+        wrong_kind();
+      }
+      PutInteger(field, packed, static_cast<std::uint64_t>(static_cast<std::int64_t>(number)));
+      *integer = number;
+      return true;
+    }
+    default: wrong_kind();
+  }
+  return false;
+}
+
+// A number, or a string holding one, as an integer of type T.
+template <typename T>
+NumberProblem JsonDescent::Integer(sj::value& value, const char* at, T* out) {
+  if (*at == '"') return IntegerOfText(StringAt(at, value.raw_json_token().size()), out);
+  std::int64_t number = 0;
+  if (!value.get_int64().get(number)) return IntegerFromInteger(number, out);
+  return IntegerOfJsonNumber(CheckedNumber(at), out);
+}
+
+void JsonDescent::PutInteger(const FieldPlan& field, bool packed, std::uint64_t bits) {
+  if (!packed) wire_.Tag(static_cast<std::uint32_t>(field.number), WireTypeOf(field.type));
+  switch (field.type) {
+    case FieldDescriptor::TYPE_SINT32: {
+      const auto value = static_cast<std::int32_t>(bits);
+      wire_.Varint((static_cast<std::uint32_t>(value) << 1) ^ static_cast<std::uint32_t>(value >> 31));
+      return;
+    }
+    case FieldDescriptor::TYPE_SINT64: {
+      const auto value = static_cast<std::int64_t>(bits);
+      wire_.Varint((static_cast<std::uint64_t>(value) << 1) ^ static_cast<std::uint64_t>(value >> 63));
+      return;
+    }
+    case FieldDescriptor::TYPE_FIXED32:
+    case FieldDescriptor::TYPE_SFIXED32: wire_.Fixed32(static_cast<std::uint32_t>(bits)); return;
+    case FieldDescriptor::TYPE_FIXED64:
+    case FieldDescriptor::TYPE_SFIXED64: wire_.Fixed64(bits); return;
+    default: wire_.Varint(bits); return;
+  }
+}
+
+void JsonDescent::Null(sj::value& value, const char* at) {
+  bool null = false;
+  if (value.is_null().get(null) || !null) SyntaxFailure(at);
+}
+
+// A member no field takes, skipped (ignore_unknown_fields) but still held
+// to JSON's grammar and to the nesting limit.
+void JsonDescent::Skip(sj::value& value, int depth) {
+  const char* at = Start(value);
+  switch (*at) {
+    case '{': {
+      if (depth >= kMaxJsonDepth) Fail(at, Path(), DepthMessage(kMaxJsonDepth));
+      sj::object object;
+      if (value.get_object().get(object)) SyntaxFailure(at);
+      for (auto result : object) {
+        sj::field member;
+        if (std::move(result).get(member)) SyntaxFailure(nullptr);
+        sj::value member_value = member.value();
+        KeyText(member.key().raw(), Start(member_value));
+        Skip(member_value, depth + 1);
+      }
+      return;
+    }
+    case '[': {
+      if (depth >= kMaxJsonDepth) Fail(at, Path(), DepthMessage(kMaxJsonDepth));
+      sj::array array;
+      if (value.get_array().get(array)) SyntaxFailure(at);
+      for (auto result : array) {
+        sj::value element;
+        if (std::move(result).get(element)) SyntaxFailure(nullptr);
+        Skip(element, depth + 1);
+      }
+      return;
+    }
+    case '"': StringAt(at, value.raw_json_token().size()); return;
+    case 't':
+    case 'f': {
+      bool truth;
+      if (value.get_bool().get(truth)) SyntaxFailure(at);
+      return;
+    }
+    case 'n': Null(value, at); return;
+    default: {
+      if (!IsNumberStart(*at)) SyntaxFailure(at);
+      double number;
+      if (value.get_double().get(number)) CheckedNumber(at);
+    }
+  }
+}
+
+}  // namespace gcuschema::document::internal
