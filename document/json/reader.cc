@@ -183,6 +183,13 @@ void JsonDescent::DocumentType(sj::value& value) {
     if (FindRecord(given) != nullptr) {
       remedy.kind = Remedy::Kind::kNameRecord;
       remedy.record = std::string(given);
+    } else {
+      // No record of that name: say which were meant.
+      try {
+        RequireRecord(given);
+      } catch (const Error& e) {
+        Fail(at, kTypeKey, e.message(), e.remedy());
+      }
     }
     Fail(at, kTypeKey,
          "the document names itself a " + Shortened(given) + ", but is read as a " + name +

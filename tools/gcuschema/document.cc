@@ -21,10 +21,23 @@ google::protobuf::ArenaOptions DocumentArenaOptions() {
 }  // namespace
 
 LoadedRecord::LoadedRecord(const InputFile& input, const google::protobuf::Descriptor* type,
-                           const document::ReadOptions& options)
+                           const document::ReadOptions& options, bool follow_name)
     : arena_(std::make_unique<google::protobuf::Arena>(DocumentArenaOptions())),
-      record_(document::NewRecord(type, arena_.get())),
-      format_(AsFailure(input.name, [&] { return document::Read(input.bytes(), record_, options); })) {}
+      record_(document::NewRecord(type, arena_.get())) {
+  format_ = AsFailure(input.name, [&] {
+    try {
+      return document::Read(input.bytes(), record_, options);
+    } catch (const document::Error& e) {
+      // A JSON document that names another record ("@type", wherever it
+      // stands) says so in the error: read it as that one.
+      const bool named = follow_name && e.remedy().kind == document::Remedy::Kind::kNameRecord;
+      const google::protobuf::Descriptor* other = named ? document::FindRecord(e.remedy().record) : nullptr;
+      if (other == nullptr || other == type) throw;
+      record_ = document::NewRecord(other, arena_.get());
+      return document::Read(input.bytes(), record_, options);
+    }
+  });
+}
 
 LoadedRecord Load(const std::string& path, const google::protobuf::Descriptor* type,
                   const document::ReadOptions& options) {
@@ -32,15 +45,10 @@ LoadedRecord Load(const std::string& path, const google::protobuf::Descriptor* t
 }
 
 LoadedRecord Load(const std::string& path, const TypeOption& type, const document::ReadOptions& options) {
-  const google::protobuf::Descriptor* record = type.Resolve();
-  const InputFile input = ReadInput(path);
-  // Only JSON names its record.
-  if (!type.given() && (!options.format || *options.format == document::Format::kJson)) {
-    if (const auto* named = AsFailure(input.name, [&] { return document::DocumentType(input.bytes()); })) {
-      record = named;
-    }
-  }
-  return LoadedRecord(input, record, options);
+  // Read as --type (or its default) first: a document that names another
+  // record is read again as that one, so the common document is parsed
+  // once rather than searched end to end for an "@type" first.
+  return LoadedRecord(ReadInput(path), type.Resolve(), options, !type.given());
 }
 
 void WriteDocument(const std::string& path, const google::protobuf::Message& record, document::Format format,

@@ -23,7 +23,10 @@ namespace gcuschema::tool {
 // offset and field path or the line and column.
 class LoadedRecord {
  public:
-  LoadedRecord(const InputFile& input, const google::protobuf::Descriptor* type, const document::ReadOptions& options);
+  // With `follow_name`, a JSON document naming another record in its
+  // "@type" is read as that record.
+  LoadedRecord(const InputFile& input, const google::protobuf::Descriptor* type, const document::ReadOptions& options,
+               bool follow_name = false);
 
   google::protobuf::Message* get() const { return record_; }
   const google::protobuf::Message& operator*() const { return *record_; }
