@@ -22,6 +22,7 @@ schemas=$(realpath config/protobuf)
 data=$(realpath "$build/bench-data")
 peers=$(realpath -m "$build/bench-peers")
 runs=${TOOL_RUNS:-7}
+small_runs=${SMALL_RUNS:-$((runs * 5))}
 buf_version=${BUF_VERSION:-1.75.0}
 
 buf=$peers/node_modules/.bin/buf
@@ -47,9 +48,12 @@ for n in 100 100000; do
   cmp "$data/config_$n.bin" "$data/tool_from_buf_$n.bin"
 done
 
-commands=()
+# The small document's commands take a few milliseconds each and are run
+# more often: on a shared machine a few slow runs would otherwise move
+# their median.
+small=() large=()
 for n in 100 100000; do
-  commands+=(
+  batch=(
     -n "gcuschema decode --no-expand -j1 ($n inputs)"
     "$tool decode --no-expand -j 1 $data/config_$n.bin -o $data/out_$n.json"
     -n "buf convert binpb to json ($n inputs)"
@@ -59,8 +63,9 @@ for n in 100 100000; do
     -n "buf convert json to binpb ($n inputs)"
     "$buf convert $schemas --type ConfigData --from $data/config_$n.json#format=json --to $data/out_buf_$n.bin#format=binpb"
   )
+  if [ "$n" = 100 ]; then small+=("${batch[@]}"); else large+=("${batch[@]}"); fi
 done
-commands+=(
+large+=(
   -n "gcuschema encode (100000 inputs, expanded)"
   "$tool encode $data/config_100000_expanded.json -o $data/out_100000_x.bin"
   -n "gcuschema decode --no-expand -j2 (100000 inputs)"
@@ -72,22 +77,23 @@ commands+=(
 )
 # Started directly rather than through a shell: hyperfine's correction for
 # a shell's start is of the order of a small document's whole decode.
-hyperfine --style basic -N --warmup 1 --runs "$runs" --export-json "$out" "${commands[@]}"
+hyperfine --style basic -N --warmup 3 --runs "$small_runs" --export-json "$out.small" "${small[@]}"
+hyperfine --style basic -N --warmup 1 --runs "$runs" --export-json "$out.large" "${large[@]}"
 # What two cores give at best: two single-threaded decodes side by side
 # (through a shell, which runs them at once).
 hyperfine --style basic --warmup 1 --runs "$runs" --export-json "$out.together" \
   -n "two gcuschema decode -j1 at once (100000 inputs, expanded)" \
   "$tool decode -j 1 $data/config_100000.bin -o $data/out_100000_a.json & $tool decode -j 1 $data/config_100000.bin -o $data/out_100000_b.json & wait"
-python3 - "$out" "$out.together" <<'EOF'
+python3 - "$out" "$out.small" "$out.large" "$out.together" <<'EOF'
 import json, sys
-with open(sys.argv[1]) as f:
-    results = json.load(f)
-with open(sys.argv[2]) as f:
-    results["results"] += json.load(f)["results"]
+results = {"results": []}
+for name in sys.argv[2:]:
+    with open(name) as f:
+        results["results"] += json.load(f)["results"]
 with open(sys.argv[1], "w") as f:
     json.dump(results, f, indent=2)
 EOF
-rm "$out.together"
+rm "$out.small" "$out.large" "$out.together"
 cmp "$data/out_100000.json" "$data/out_100000_j2.json"
 cmp "$data/out_100000_x1.json" "$data/out_100000_x2.json"
 for n in 100 100000; do
