@@ -76,12 +76,15 @@ large+=(
   "$tool decode -j 2 $data/config_100000.bin -o $data/out_100000_x2.json"
 )
 # Started directly rather than through a shell: hyperfine's correction for
-# a shell's start is of the order of a small document's whole decode.
-hyperfine --style basic -N --warmup 3 --runs "$small_runs" --export-json "$out.small" "${small[@]}"
-hyperfine --style basic -N --warmup 1 --runs "$runs" --export-json "$out.large" "${large[@]}"
+# a shell's start is of the order of a small document's whole decode. Each
+# run starts with nothing waiting to be written to disk (sync, untimed): the
+# tool makes its output durable before it replaces the old one, and that
+# fsync waits behind whatever earlier runs (buf's among them) left unwritten.
+hyperfine --style basic -N --prepare sync --warmup 3 --runs "$small_runs" --export-json "$out.small" "${small[@]}"
+hyperfine --style basic -N --prepare sync --warmup 1 --runs "$runs" --export-json "$out.large" "${large[@]}"
 # What two cores give at best: two single-threaded decodes side by side
 # (through a shell, which runs them at once).
-hyperfine --style basic --warmup 1 --runs "$runs" --export-json "$out.together" \
+hyperfine --style basic --prepare sync --warmup 1 --runs "$runs" --export-json "$out.together" \
   -n "two gcuschema decode -j1 at once (100000 inputs, expanded)" \
   "$tool decode -j 1 $data/config_100000.bin -o $data/out_100000_a.json & $tool decode -j 1 $data/config_100000.bin -o $data/out_100000_b.json & wait"
 python3 - "$out" "$out.small" "$out.large" "$out.together" <<'EOF'
