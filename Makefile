@@ -49,7 +49,7 @@ conformance conformance-reference: configure
 
 # Benchmarks: results (JSON) and the summary table go to bench/results/.
 bench: configure
-	cmake --build $(BUILD_DIR) -j $(JOBS) --target gcuschema_bench gcuschema_load_probe gcuschema_tool
+	cmake --build $(BUILD_DIR) -j $(JOBS) --target gcuschema_bench gcuschema_load_probe gcuschema_json_floor gcuschema_tool
 	bench/run.sh $(BUILD_DIR)
 
 # The Debian package, in $(BUILD_DIR)/packages/.

@@ -26,7 +26,7 @@ echo "== tool against protoc" >&2
 bench/tool_vs_protoc.sh "$build" "$results/tool_vs_protoc.json" >&2
 
 echo "== tool against buf convert" >&2
-bench/tool_vs_buf.sh "$build" "$results/tool_vs_buf.json" "$results/decode_memory.json" >&2
+bench/tool_vs_buf.sh "$build" "$results/tool_vs_buf.json" "$results/tool_memory.json" "$results/json_floor.json" >&2
 
 python3 bench/summarize.py "$results" > "$results/summary.md"
 cat "$results/summary.md"

@@ -18,7 +18,9 @@ runs=${TOOL_RUNS:-7}
 protoc --decode=ConfigData -I "$schemas" "$schemas/Config.proto" < "$doc" > "$text"
 
 protoc_decode="protoc --decode=ConfigData -I $schemas $schemas/Config.proto < $doc > /dev/null"
-hyperfine --style basic --warmup 1 --runs "$runs" --export-json "$out" \
+# Each run starts with nothing waiting to be written to disk (the tool's
+# encode makes its output durable; protoc's shell redirection does not).
+hyperfine --style basic --prepare sync --warmup 1 --runs "$runs" --export-json "$out" \
   -n "gcuschema decode --format text" "$tool decode --format text $doc > /dev/null" \
   -n "protoc --decode" "$protoc_decode" \
   -n "gcuschema decode (expanded JSON)" "$tool decode $doc > /dev/null" \

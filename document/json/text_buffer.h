@@ -4,6 +4,7 @@
 #ifndef GCUSCHEMA_DOCUMENT_JSON_TEXT_BUFFER_H
 #define GCUSCHEMA_DOCUMENT_JSON_TEXT_BUFFER_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -47,13 +48,8 @@ class TextBuffer {
   void Settle() { storage_->resize(used_); }
 
  private:
-  void Grow(std::size_t n) {
-    std::size_t size = storage_->size() < kFirstRoom ? kFirstRoom : storage_->size();
-    while (size - used_ < n) size *= 2;
-    storage_->resize(size);
-  }
-
-  static constexpr std::size_t kFirstRoom = 4096;
+  // At least doubles the room, so that a long text is copied a few times only.
+  void Grow(std::size_t n) { storage_->resize(std::max(used_ + n, 2 * storage_->size())); }
 
   std::string* storage_;
   std::size_t used_;

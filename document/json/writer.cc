@@ -8,6 +8,7 @@
 #include <google/protobuf/stubs/logging.h>
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
+#include <google/protobuf/reflection.h>
 #include <google/protobuf/unknown_field_set.h>
 #include <google/protobuf/wire_format_lite.h>
 
@@ -28,6 +29,19 @@ using pb::FieldDescriptor;
 
 // Text is handed to the sink in stretches of about this size.
 constexpr std::size_t kFlushSize = 256 * 1024;
+
+// The values of a list of numbers, `comma` between them: the list is
+// looked up once for all of them, not once for each.
+template <typename T, typename Append>
+void AppendList(const pb::Message& record, const pb::Reflection* reflection, const FieldDescriptor* field,
+                std::string_view comma, TextBuffer* out, Append append) {
+  const pb::RepeatedFieldRef<T> values = reflection->GetRepeatedFieldRef<T>(record, field);
+  const int count = values.size();
+  for (int i = 0; i < count; ++i) {
+    if (i > 0) out->append(comma);
+    append(values.Get(i), out);
+  }
+}
 
 // Indentation is copied from here.
 constexpr char kSpaces[32] = {' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ',
@@ -323,15 +337,36 @@ void JsonWriter::SharedRecordElements(const pb::Message& record, const FieldPlan
 void JsonWriter::Scalars(const pb::Message& record, const pb::Reflection* reflection, const FieldPlan& field,
                          int count) {
   const FieldDescriptor* f = field.field;
+  switch (field.kind) {
+    case ValueKind::kInt32:
+      return AppendList<std::int32_t>(record, reflection, f, comma_, out_, [](std::int32_t v, TextBuffer* out) {
+        AppendInteger(v, out);
+      });
+    case ValueKind::kUInt32:
+      return AppendList<std::uint32_t>(record, reflection, f, comma_, out_, [](std::uint32_t v, TextBuffer* out) {
+        AppendUnsigned(v, out);
+      });
+    case ValueKind::kInt64:
+      return AppendList<std::int64_t>(record, reflection, f, comma_, out_, [](std::int64_t v, TextBuffer* out) {
+        AppendQuotedInteger(v, out);
+      });
+    case ValueKind::kUInt64:
+      return AppendList<std::uint64_t>(record, reflection, f, comma_, out_, [](std::uint64_t v, TextBuffer* out) {
+        AppendQuotedUnsigned(v, out);
+      });
+    case ValueKind::kFloat:
+      return AppendList<float>(record, reflection, f, comma_, out_, [](float v, TextBuffer* out) {
+        AppendFloat(v, out);
+      });
+    case ValueKind::kDouble:
+      return AppendList<double>(record, reflection, f, comma_, out_, [](double v, TextBuffer* out) {
+        AppendDouble(v, out);
+      });
+    default: break;
+  }
   for (int i = 0; i < count; ++i) {
     if (i > 0) out_->append(comma_);
     switch (field.kind) {
-      case ValueKind::kInt32: AppendInteger(reflection->GetRepeatedInt32(record, f, i), out_); break;
-      case ValueKind::kUInt32: AppendUnsigned(reflection->GetRepeatedUInt32(record, f, i), out_); break;
-      case ValueKind::kInt64: AppendQuotedInteger(reflection->GetRepeatedInt64(record, f, i), out_); break;
-      case ValueKind::kUInt64: AppendQuotedUnsigned(reflection->GetRepeatedUInt64(record, f, i), out_); break;
-      case ValueKind::kFloat: AppendFloat(reflection->GetRepeatedFloat(record, f, i), out_); break;
-      case ValueKind::kDouble: AppendDouble(reflection->GetRepeatedDouble(record, f, i), out_); break;
       case ValueKind::kBool: out_->append(reflection->GetRepeatedBool(record, f, i) ? "true" : "false"); break;
       case ValueKind::kEnum: AppendEnum(f, reflection->GetRepeatedEnumValue(record, f, i)); break;
       case ValueKind::kString:
