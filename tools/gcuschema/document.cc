@@ -8,6 +8,7 @@
 #include <gcuschema/document/text.h>
 
 #include "failure.h"
+#include "platform.h"
 
 namespace gcuschema::tool {
 
@@ -115,12 +116,14 @@ std::unique_ptr<google::protobuf::Message> LoadDocument(const std::string& path,
 
 namespace {
 
-// A large document's records in blocks growing to a megabyte rather than
-// the runtime's default of a few kilobytes.
+// A large document's records in blocks growing to 2 MiB rather than the
+// runtime's default of a few kilobytes, from the platform's block memory.
 google::protobuf::ArenaOptions DocumentArenaOptions() {
   google::protobuf::ArenaOptions options;
   options.start_block_size = 64 * 1024;
-  options.max_block_size = 1024 * 1024;
+  options.max_block_size = 2 * 1024 * 1024;
+  options.block_alloc = platform::AllocateBlock;
+  options.block_dealloc = platform::FreeBlock;
   return options;
 }
 
