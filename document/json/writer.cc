@@ -329,8 +329,17 @@ void JsonWriter::SharedRecordElements(const pb::Message& record, const FieldPlan
         writer.RecordElements(record, field, begin, end, level);
       },
       [&](const std::string& text) {
-        out_->append(text);
-        Flush();
+        if (sink_ == nullptr) {
+          out_->append(text);
+          return;
+        }
+        // A chunk goes to the sink as it is, after what came before it,
+        // rather than being copied once more.
+        if (!out_->empty()) {
+          (*sink_)(*out_);
+          out_->clear();
+        }
+        (*sink_)(text);
       });
 }
 

@@ -5,16 +5,19 @@
 #include <gcuschema/document/records.h>
 
 #include "failure.h"
+#include "platform.h"
 
 namespace gcuschema::tool {
 namespace {
 
-// A large document's records in blocks growing to a megabyte rather than
-// the runtime's default of a few kilobytes.
+// A large document's records in blocks growing to 2 MiB rather than the
+// runtime's default of a few kilobytes, from the platform's block memory.
 google::protobuf::ArenaOptions DocumentArenaOptions() {
   google::protobuf::ArenaOptions options;
   options.start_block_size = 64 * 1024;
-  options.max_block_size = 1024 * 1024;
+  options.max_block_size = 2 * 1024 * 1024;
+  options.block_alloc = platform::AllocateBlock;
+  options.block_dealloc = platform::FreeBlock;
   return options;
 }
 

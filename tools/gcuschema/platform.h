@@ -9,6 +9,7 @@
 #ifndef GCUSCHEMA_TOOL_PLATFORM_H
 #define GCUSCHEMA_TOOL_PLATFORM_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -20,8 +21,17 @@ namespace gcuschema::tool::platform {
 // name in the tool is.
 std::vector<std::string> CommandLine(int argc, char** argv);
 
-// The whole of a file, or of standard input when `path` is empty.
+// The whole of a file, or of standard input when `path` is empty. A large
+// one is read into huge pages where the system gives them on request.
 std::string ReadWhole(const std::string& path, const std::string& name);
+
+// Memory for the blocks a document's records are made in (an arena's).
+// Blocks of 2 MiB and more start on a 2 MiB boundary and, where the system
+// gives huge pages on request (Linux's transparent huge pages), are filled
+// with one page fault per 2 MiB rather than one per 4 KiB: a fifth of a
+// large decode's time went to those faults. Throws std::bad_alloc.
+void* AllocateBlock(std::size_t size);
+void FreeBlock(void* block, std::size_t size);
 
 // The command a user gives to make a read-only file writable, for messages.
 std::string MakeWritableCommand(const std::string& path);

@@ -6,6 +6,7 @@
 #include <limits.h>
 #include <pwd.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include <fmt/format.h>
 
@@ -23,6 +25,7 @@ namespace gcuschema::tool::platform {
 namespace {
 
 constexpr std::size_t kReadChunk = 64 * 1024;
+constexpr std::size_t kHugePage = 2 * 1024 * 1024;
 // How many symbolic links are followed before giving up, as the kernel does.
 constexpr int kMaxLinks = 40;
 
@@ -30,7 +33,26 @@ constexpr int kMaxLinks = 40;
   throw Failure(name, "", fmt::format("cannot {}: {}", what, std::strerror(error)));
 }
 
+std::size_t RoundUp(std::size_t size, std::size_t unit) { return (size + unit - 1) / unit * unit; }
+
+// Asks for huge pages over the whole pages of [start, start + size): a hint
+// the system may not take, which changes nothing else.
+void AdviseHugePages(void* start, std::size_t size) {
+#ifdef MADV_HUGEPAGE
+  const auto first = RoundUp(reinterpret_cast<std::uintptr_t>(start), 4096);
+  const auto end = (reinterpret_cast<std::uintptr_t>(start) + size) / 4096 * 4096;
+  if (end > first) ::madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+#else
+  (void)start;
+  (void)size;
+#endif
+}
+
 void ReadAll(int fd, std::size_t size_hint, const std::string& name, std::string* out) {
+  if (size_hint >= kHugePage) {
+    out->reserve(size_hint + 1);
+    AdviseHugePages(out->data(), size_hint + 1);
+  }
   // One byte beyond the expected size, so that the read which meets the end
   // of a regular file needs no reallocation.
   out->resize(size_hint + 1);
@@ -188,6 +210,28 @@ std::string ReadWhole(const std::string& path, const std::string& name) {
   }
   ::close(fd);
   return bytes;
+}
+
+void* AllocateBlock(std::size_t size) {
+  if (size < kHugePage) return ::operator new(size);
+  // Mapped with a huge page to spare, then trimmed to start on a boundary.
+  const std::size_t length = RoundUp(size, kHugePage);
+  void* mapped = ::mmap(nullptr, length + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (mapped == MAP_FAILED) throw std::bad_alloc();
+  const auto start = reinterpret_cast<std::uintptr_t>(mapped);
+  const std::uintptr_t block = RoundUp(start, kHugePage);
+  if (block > start) ::munmap(mapped, block - start);
+  ::munmap(reinterpret_cast<void*>(block + length), start + kHugePage - block);
+  AdviseHugePages(reinterpret_cast<void*>(block), length);
+  return reinterpret_cast<void*>(block);
+}
+
+void FreeBlock(void* block, std::size_t size) {
+  if (size < kHugePage) {
+    ::operator delete(block);
+    return;
+  }
+  ::munmap(block, RoundUp(size, kHugePage));
 }
 
 std::string MakeWritableCommand(const std::string& path) { return "chmod u+w " + path; }

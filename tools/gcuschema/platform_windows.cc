@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <random>
 
 #include <fmt/format.h>
@@ -478,6 +479,11 @@ std::string ReadWhole(const std::string& path, const std::string& name) {
   ReadAll(file.get(), SizeHint(file.get()), name, &bytes);
   return bytes;
 }
+
+// Large pages on Windows need a privilege users do not have: blocks come
+// from the heap.
+void* AllocateBlock(std::size_t size) { return ::operator new(size); }
+void FreeBlock(void* block, std::size_t) { ::operator delete(block); }
 
 std::string MakeWritableCommand(const std::string& path) { return "attrib -r " + path; }
 
