@@ -13,12 +13,6 @@
 namespace gcuschema::test {
 namespace {
 
-ProcessResult RunOk(const std::vector<std::string>& arguments, const std::string& input = "") {
-  ProcessResult result = RunTool(arguments, input);
-  EXPECT_EQ(result.exit_status, 0) << result.err;
-  return result;
-}
-
 // One document written four ways, in files named so that the name tells
 // nothing: only the content does.
 struct Written {
@@ -29,9 +23,9 @@ Written WriteEachWay(const ScratchDir& dir, const std::string& type) {
   const std::string bytes = SampleBytes(type);
   Written written;
   written.binary = dir.Put("a", bytes);
-  written.json = dir.Put("b", RunOk({"decode", "--type", type}, bytes).out);
-  written.plain_json = dir.Put("c", RunOk({"decode", "--type", type, "--no-expand"}, bytes).out);
-  written.text = dir.Put("d", RunOk({"decode", "--type", type, "--format", "text"}, bytes).out);
+  written.json = dir.Put("b", RunToolOk({"decode", "--type", type}, bytes).out);
+  written.plain_json = dir.Put("c", RunToolOk({"decode", "--type", type, "--no-expand"}, bytes).out);
+  written.text = dir.Put("d", RunToolOk({"decode", "--type", type, "--format", "text"}, bytes).out);
   return written;
 }
 
@@ -42,9 +36,9 @@ TEST(ToolFormatsTest, InspectAndLintReadEveryFormatAlike) {
     const Written w = WriteEachWay(dir, type);
     for (const char* command : {"inspect", "lint"}) {
       SCOPED_TRACE(command);
-      const std::string expected = RunOk({command, "--type", type, w.binary}).out;
+      const std::string expected = RunToolOk({command, "--type", type, w.binary}).out;
       for (const std::string& path : {w.json, w.plain_json, w.text}) {
-        EXPECT_EQ(RunOk({command, "--type", type, path}).out, expected) << path;
+        EXPECT_EQ(RunToolOk({command, "--type", type, path}).out, expected) << path;
       }
     }
   }
@@ -68,7 +62,7 @@ TEST(ToolFormatsTest, EditedJsonIsLintedAndComparedWithoutEncodingIt) {
   ASSERT_NE(json.find(before), std::string::npos);
   json.replace(json.find(before), before.size(), "\"alias\": \"Oil temperature\"");
   const std::string edited = dir.Put("edited.json", json);
-  RunOk({"lint", edited});
+  RunToolOk({"lint", edited});
   ProcessResult diff = RunTool({"diff", w.binary, edited});
   EXPECT_EQ(diff.exit_status, 1) << diff.err;
   EXPECT_EQ(diff.out, "~ inputs[0].alias: \"Analog_001\" -> \"Oil temperature\"\n");
@@ -81,10 +75,10 @@ TEST(ToolFormatsTest, EditedJsonIsLintedAndComparedWithoutEncodingIt) {
 TEST(ToolFormatsTest, FromNamesTheFormatInsteadOfTheContent) {
   ScratchDir dir;
   const Written w = WriteEachWay(dir, "ConfigData");
-  const std::string expected = RunOk({"inspect", w.binary}).out;
-  EXPECT_EQ(RunOk({"inspect", "--from", "text", w.text}).out, expected);
-  EXPECT_EQ(RunOk({"inspect", "--from", "json", w.json}).out, expected);
-  EXPECT_EQ(RunOk({"inspect", "--from", "binary", w.binary}).out, expected);
+  const std::string expected = RunToolOk({"inspect", w.binary}).out;
+  EXPECT_EQ(RunToolOk({"inspect", "--from", "text", w.text}).out, expected);
+  EXPECT_EQ(RunToolOk({"inspect", "--from", "json", w.json}).out, expected);
+  EXPECT_EQ(RunToolOk({"inspect", "--from", "binary", w.binary}).out, expected);
   // Read as told, the wrong format fails where that reader stops.
   ProcessResult as_json = RunTool({"lint", "--from", "json", w.text});
   EXPECT_EQ(as_json.exit_status, 2);
@@ -110,11 +104,11 @@ TEST(ToolFormatsTest, EncodeTellsTextFormatFromJson) {
   ScratchDir dir;
   const Written w = WriteEachWay(dir, "ConfigData");
   const std::string bytes = ReadFileBytes(w.binary);
-  EXPECT_TRUE(RunOk({"encode", w.text}).out == bytes);
-  EXPECT_TRUE(RunOk({"encode", w.json}).out == bytes);
-  EXPECT_TRUE(RunOk({"encode"}, ReadFileBytes(w.text)).out == bytes);
+  EXPECT_TRUE(RunToolOk({"encode", w.text}).out == bytes);
+  EXPECT_TRUE(RunToolOk({"encode", w.json}).out == bytes);
+  EXPECT_TRUE(RunToolOk({"encode"}, ReadFileBytes(w.text)).out == bytes);
   // A comment first is text format as well.
-  EXPECT_TRUE(RunOk({"encode"}, "# edited by hand\n" + ReadFileBytes(w.text)).out == bytes);
+  EXPECT_TRUE(RunToolOk({"encode"}, "# edited by hand\n" + ReadFileBytes(w.text)).out == bytes);
 }
 
 TEST(ToolFormatsTest, EncodeOfAnEncodedDocumentSaysWhatItReads) {

@@ -18,12 +18,6 @@
 namespace gcuschema::test {
 namespace {
 
-ProcessResult RunOk(const std::vector<std::string>& arguments, const std::string& input = "") {
-  ProcessResult result = RunTool(arguments, input);
-  EXPECT_EQ(result.exit_status, 0) << result.err;
-  return result;
-}
-
 std::size_t Count(const std::string& text, const std::string& part) {
   std::size_t n = 0;
   for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
@@ -34,27 +28,27 @@ TEST(ToolFromTest, EveryCommandThatReadsADocumentTakesFrom) {
   ScratchDir dir;
   const std::string bytes = SampleBytes("ConfigData");
   const std::string binary = dir.Put("a", bytes);
-  const std::string json_text = RunOk({"decode", binary}).out;
+  const std::string json_text = RunToolOk({"decode", binary}).out;
   const std::string json = dir.Put("b", json_text);
-  const std::string text = dir.Put("c", RunOk({"decode", "--format", "text", binary}).out);
-  const std::string summary = RunOk({"inspect", binary}).out;
+  const std::string text = dir.Put("c", RunToolOk({"decode", "--format", "text", binary}).out);
+  const std::string summary = RunToolOk({"inspect", binary}).out;
   for (const auto& [from, path] : std::vector<std::pair<std::string, std::string>>{
            {"binary", binary}, {"json", json}, {"text", text}}) {
     SCOPED_TRACE(from);
-    EXPECT_EQ(RunOk({"decode", "--from", from, path}).out, json_text);
-    EXPECT_TRUE(RunOk({"encode", "--from", from, path}).out == bytes);
-    EXPECT_EQ(RunOk({"lint", "--from", from, path}).out, "ok: 0 errors, 0 warnings\n");
-    EXPECT_EQ(RunOk({"inspect", "--from", from, path}).out, summary);
-    EXPECT_EQ(RunOk({"diff", "--from", from, path, path}).out, "");
+    EXPECT_EQ(RunToolOk({"decode", "--from", from, path}).out, json_text);
+    EXPECT_TRUE(RunToolOk({"encode", "--from", from, path}).out == bytes);
+    EXPECT_EQ(RunToolOk({"lint", "--from", from, path}).out, "ok: 0 errors, 0 warnings\n");
+    EXPECT_EQ(RunToolOk({"inspect", "--from", from, path}).out, summary);
+    EXPECT_EQ(RunToolOk({"diff", "--from", from, path, path}).out, "");
   }
   // The limits template is read as --from says too.
   const std::string calibration = dir.Put("d", SampleBytes("CalibrationData"));
   const std::string limits = dir.Put("e", SampleBytes("CalibrationTemplateData"));
   const ProcessResult checked = RunTool({"lint", "--template", limits, calibration});
   ASSERT_NE(checked.out, "");
-  const std::string calibration_json = dir.Put("f", RunOk({"decode", "--type", "CalibrationData", calibration}).out);
+  const std::string calibration_json = dir.Put("f", RunToolOk({"decode", "--type", "CalibrationData", calibration}).out);
   const std::string limits_json =
-      dir.Put("g", RunOk({"decode", "--type", "CalibrationTemplateData", limits}).out);
+      dir.Put("g", RunToolOk({"decode", "--type", "CalibrationTemplateData", limits}).out);
   const ProcessResult as_json = RunTool({"lint", "--from", "json", "--template", limits_json, calibration_json});
   EXPECT_EQ(as_json.exit_status, checked.exit_status) << as_json.err;
   EXPECT_EQ(as_json.out, checked.out);
@@ -68,16 +62,16 @@ TEST(ToolFromTest, EveryCommandThatReadsADocumentTakesFrom) {
 TEST(ToolFromTest, FormatIsTheOutputFormatOfDecode) {
   ScratchDir dir;
   const std::string bytes = SampleBytes("ConfigData");
-  const std::string text = RunOk({"decode", "-f", "text"}, bytes).out;
-  const std::string json = dir.Put("doc.json", RunOk({"decode"}, bytes).out);
-  EXPECT_EQ(RunOk({"decode", "--from", "json", "-f", "text", json}).out, text);
-  EXPECT_EQ(RunOk({"decode", "--format", "text", json}).out, text);
+  const std::string text = RunToolOk({"decode", "-f", "text"}, bytes).out;
+  const std::string json = dir.Put("doc.json", RunToolOk({"decode"}, bytes).out);
+  EXPECT_EQ(RunToolOk({"decode", "--from", "json", "-f", "text", json}).out, text);
+  EXPECT_EQ(RunToolOk({"decode", "--format", "text", json}).out, text);
 }
 
 TEST(ToolFromTest, EncodeTakesFormatForOneReleaseWithANote) {
   const std::string bytes = SampleBytes("ConfigData");
-  const std::string text = RunOk({"decode", "--format", "text"}, bytes).out;
-  const ProcessResult old = RunOk({"encode", "-f", "text"}, text);
+  const std::string text = RunToolOk({"decode", "--format", "text"}, bytes).out;
+  const ProcessResult old = RunToolOk({"encode", "-f", "text"}, text);
   EXPECT_TRUE(old.out == bytes);
   EXPECT_EQ(old.err, "gcuschema: encode: -f/--format is now --from (how the input is written); -f goes in the "
                      "next release\n");
@@ -85,7 +79,7 @@ TEST(ToolFromTest, EncodeTakesFormatForOneReleaseWithANote) {
   EXPECT_EQ(both.exit_status, 2);
   EXPECT_NE(both.err.find("give --from alone"), std::string::npos) << both.err;
   // The help shows --from only.
-  const std::string help = RunOk({"encode", "--help"}).out;
+  const std::string help = RunToolOk({"encode", "--help"}).out;
   EXPECT_NE(help.find("--from"), std::string::npos) << help;
   EXPECT_EQ(help.find("--format"), std::string::npos) << help;
 }
@@ -95,18 +89,18 @@ TEST(ToolFromTest, DecodePipedToEncodeGivesBackADocumentWithADelInAString) {
   doc.set_gcuno("G\x7F");
   doc.add_inputs()->set_alias("oil\x7Ftemp");
   const std::string bytes = Encode(doc);
-  const std::string json = RunOk({"decode"}, bytes).out;
+  const std::string json = RunToolOk({"decode"}, bytes).out;
   // JSON needs no escape for it: it stands as it is.
   EXPECT_EQ(Count(json, "\x7F"), 2u) << json;
-  EXPECT_TRUE(RunOk({"encode"}, json).out == bytes);
+  EXPECT_TRUE(RunToolOk({"encode"}, json).out == bytes);
 }
 
 TEST(ToolFromTest, AnEncodingStartingWithAnAtSignIsReadAsOne) {
   // canObjectCount (field 8, tag 0x40 '@') 3, gcuNo "G".
   const std::string bytes = Bytes({0x40, 0x03, 0x5A, 0x01, 0x47});
-  EXPECT_EQ(RunOk({"decode"}, bytes).out, "{\n  \"@type\": \"ConfigData\",\n  \"canObjectCount\": 3,\n  \"gcuNo\": \"G\"\n}\n");
-  EXPECT_EQ(RunOk({"lint", "-"}, bytes).out, "ok: 0 errors, 0 warnings\n");
-  EXPECT_TRUE(RunOk({"encode", "--from", "binary"}, bytes).out == bytes);
+  EXPECT_EQ(RunToolOk({"decode"}, bytes).out, "{\n  \"@type\": \"ConfigData\",\n  \"canObjectCount\": 3,\n  \"gcuNo\": \"G\"\n}\n");
+  EXPECT_EQ(RunToolOk({"lint", "-"}, bytes).out, "ok: 0 errors, 0 warnings\n");
+  EXPECT_TRUE(RunToolOk({"encode", "--from", "binary"}, bytes).out == bytes);
   const ProcessResult again = RunTool({"encode"}, bytes);
   EXPECT_EQ(again.exit_status, 2);
   EXPECT_EQ(again.err.rfind("gcuschema: <stdin>: is an encoded document already", 0), 0u) << again.err;
@@ -126,8 +120,8 @@ TEST(ToolFromTest, EmptyInputIsRefusedUnlessItsFormatIsNamed) {
   }
   EXPECT_EQ(dir.Entries(), std::vector<std::string>{});
   // Named, it is the empty document.
-  EXPECT_EQ(RunOk({"encode", "--from", "text"}, "").out, "");
-  EXPECT_EQ(RunOk({"decode", "--from", "binary"}, "").out, "{\n  \"@type\": \"ConfigData\"\n}\n");
+  EXPECT_EQ(RunToolOk({"encode", "--from", "text"}, "").out, "");
+  EXPECT_EQ(RunToolOk({"decode", "--from", "binary"}, "").out, "{\n  \"@type\": \"ConfigData\"\n}\n");
 }
 
 TEST(ToolFromTest, TheToolsHintFollowsTheLibrarysMessageOnce) {

@@ -167,6 +167,12 @@ ProcessResult RunTool(const std::vector<std::string>& arguments, const std::stri
   return RunProcess(ToolArgv(arguments), input);
 }
 
+ProcessResult RunToolOk(const std::vector<std::string>& arguments, const std::string& input) {
+  ProcessResult result = RunTool(arguments, input);
+  EXPECT_EQ(result.exit_status, 0) << result.err;
+  return result;
+}
+
 ProcessResult RunToolWritingTo(const std::string& stdout_path,
                                const std::vector<std::string>& arguments) {
   return RunProcessWith(ToolArgv(arguments), "", stdout_path);

@@ -30,6 +30,10 @@ ProcessResult RunOnTerminal(const std::vector<std::string>& argv);
 // The built command-line tool with these arguments.
 ProcessResult RunTool(const std::vector<std::string>& arguments, const std::string& input = "");
 
+// RunTool, the test failing (with the tool's standard error) unless it
+// exits 0.
+ProcessResult RunToolOk(const std::vector<std::string>& arguments, const std::string& input = "");
+
 // RunTool with its standard output sent to the file `stdout_path` (such as
 // /dev/full) instead of collected; standard input is empty.
 ProcessResult RunToolWritingTo(const std::string& stdout_path,
