@@ -57,8 +57,7 @@ void ReadAs(Format format, std::string_view bytes, pb::Message* record, const Re
       internal::ReadText(bytes, record);
       return;
     case Format::kJson:
-      record->Clear();  // the reader merges
-      internal::JsonReader(bytes, options.pairing, options).Read(record);
+      internal::ReadJson(bytes, record, options);
       return;
   }
 }
@@ -144,7 +143,7 @@ void Write(const pb::Message& record, Format format, const Sink& sink, const Wri
       return;
     case Format::kJson: {
       std::string out;
-      internal::JsonWriter(options.pairing, options, &out, &sink).Document(record);
+      internal::JsonWriter(options, &out, &sink).Document(record);
       return;
     }
   }
@@ -153,7 +152,7 @@ void Write(const pb::Message& record, Format format, const Sink& sink, const Wri
 std::string WriteString(const pb::Message& record, Format format, const WriteOptions& options) {
   std::string out;
   if (format == Format::kJson) {
-    internal::JsonWriter(options.pairing, options, &out).Document(record);
+    internal::JsonWriter(options, &out).Document(record);
   } else {
     Write(record, format, [&out](std::string_view part) { out.append(part); }, options);
   }

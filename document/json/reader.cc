@@ -77,8 +77,7 @@ void JsonDescent::Read(pb::Message* record) {
 
   RecordBeingRead place;
   place.plan = &plans_.Get(record->GetDescriptor());
-  place.prior = record;
-  if (place.plan->entry) place.type_code = EntryTypeCode(*record);
+  if (place.plan->entry) place.type_code = DefaultTypeCode(place.plan->type_code);
   // The encoding is a fraction of the text (a third at most, for plain
   // JSON): reserved at once, as address space that is used only as it fills.
   wire_.Reserve(text_.size() / 3);
@@ -98,6 +97,7 @@ void JsonDescent::Read(pb::Message* record) {
   if (wire_.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
     throw Error("", "the " + name + " read from the JSON text encodes to more than 2 GiB, more than a record holds");
   }
+  record->Clear();
   if (!MergeEncoding(wire_.bytes(), record)) {
     throw Error("", "the " + name + " read from the JSON text does not encode; the reader is at fault");
   }
@@ -274,9 +274,7 @@ void JsonDescent::Member(sj::value& value, const FieldPlan& field, RecordBeingRe
   }
   if (field.kind == ValueKind::kRecord) {
     if (*at != '{') Fail(at, Path(), "expected an object, found " + Describe(at));
-    const pb::Message* prior =
-        place.prior == nullptr ? nullptr : &place.prior->GetReflection()->GetMessage(*place.prior, field.field);
-    SubRecord(value, field, plans_.Get(field.field->message_type()), prior, place.depth + 1, place.config_depth);
+    SubRecord(value, field, plans_.Get(field.field->message_type()), place.depth + 1, place.config_depth);
     return;
   }
   if (field.config && *at == '{') {
@@ -289,8 +287,8 @@ void JsonDescent::Member(sj::value& value, const FieldPlan& field, RecordBeingRe
   }
 }
 
-void JsonDescent::SubRecord(sj::value& value, const FieldPlan& field, const RecordPlan& plan, const pb::Message* prior,
-                        int depth, int config_depth) {
+void JsonDescent::SubRecord(sj::value& value, const FieldPlan& field, const RecordPlan& plan, int depth,
+                            int config_depth) {
   const char* at = Start(value);
   if (depth >= kMaxJsonDepth) Fail(at, Path(), DepthMessage(kMaxJsonDepth));
   sj::object object;
@@ -298,14 +296,10 @@ void JsonDescent::SubRecord(sj::value& value, const FieldPlan& field, const Reco
   wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
   RecordBeingRead place;
   place.plan = &plan;
-  place.prior = prior;
   place.start = wire_.Open();
   place.depth = depth;
   place.config_depth = config_depth;
-  if (plan.entry) {
-    place.type_code = prior != nullptr ? TypeCodeIn(*prior, prior->GetReflection(), plan.type_code)
-                                       : DefaultTypeCode(plan.type_code);
-  }
+  if (plan.entry) place.type_code = DefaultTypeCode(plan.type_code);
   Record(object, place);
   wire_.Close(place.start);
 }
@@ -336,7 +330,7 @@ void JsonDescent::List(sj::value& value, const FieldPlan& field, const RecordBei
     }
     if (records != nullptr) {
       if (*element_at != '{') Fail(element_at, Path(), "expected an object, found " + Describe(element_at));
-      SubRecord(element, field, *records, nullptr, depth + 1, place.config_depth);
+      SubRecord(element, field, *records, depth + 1, place.config_depth);
     } else {
       std::int64_t unused;
       Scalar(element, field, element_at, packed, &unused);
@@ -494,18 +488,15 @@ pb::Message* JsonDescent::Spare(const pb::Descriptor* type,
   return spare.get();
 }
 
-// What the record of `place` holds so far: what it held before, with what
-// has been read into it.
+// What has been read into the record of `place` so far.
 std::unique_ptr<pb::Message> JsonDescent::StateOf(const RecordBeingRead& place) {
   std::unique_ptr<pb::Message> state(Spare(place.plan->type, &checks_)->New());
-  if (place.prior != nullptr) state->CopyFrom(*place.prior);
   MergeEncoding(std::string_view(wire_.bytes()).substr(place.start), state.get());
   return state;
 }
 
-JsonReader::JsonReader(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options)
-    : text_(text), pairing_(pairing), options_(options) {}
-
-void JsonReader::Read(pb::Message* record) { JsonDescent(text_, pairing_, options_).Read(record); }
+void ReadJson(std::string_view text, pb::Message* record, const ReadOptions& options) {
+  JsonDescent(text, options).Read(record);
+}
 
 }  // namespace gcuschema::document::internal

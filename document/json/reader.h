@@ -12,25 +12,13 @@
 #include <google/protobuf/message.h>
 
 #include <gcuschema/document/io.h>
-#include <gcuschema/document/pairing.h>
 
 namespace gcuschema::document::internal {
 
-class JsonReader {
- public:
-  JsonReader(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options);
-  JsonReader(const JsonReader&) = delete;
-  JsonReader& operator=(const JsonReader&) = delete;
-
-  // Reads the whole text into `record`, merged into what it holds; throws
-  // Error (UnsupportedError for what the codec does not map).
-  void Read(google::protobuf::Message* record);
-
- private:
-  std::string_view text_;
-  const PairingCatalogue& pairing_;
-  const ReadOptions& options_;
-};
+// Reads the whole text into `record`, replacing what it held; throws Error
+// (UnsupportedError for what the library does not map), the record then
+// left as it was.
+void ReadJson(std::string_view text, google::protobuf::Message* record, const ReadOptions& options);
 
 }  // namespace gcuschema::document::internal
 

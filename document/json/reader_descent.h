@@ -53,9 +53,6 @@ std::string Shortened(std::string_view text);
 // and what the checks at its end need.
 struct RecordBeingRead {
   const RecordPlan* plan = nullptr;
-  // What the record held before the read (the document and its
-  // sub-records are read into what they hold), or null.
-  const pb::Message* prior = nullptr;
   std::size_t start = 0;  // where its fields' encoding starts
   int depth = 0;          // objects and lists around its object
   int config_depth = 0;   // levels of `config` above it
@@ -73,8 +70,8 @@ struct RecordBeingRead {
 
 class JsonDescent {
  public:
-  JsonDescent(std::string_view text, const PairingCatalogue& pairing, const ReadOptions& options)
-      : text_(text), pairing_(pairing), options_(options), walk_(pairing) {}
+  JsonDescent(std::string_view text, const ReadOptions& options)
+      : text_(text), pairing_(options.pairing), options_(options), walk_(options.pairing) {}
 
   void Read(google::protobuf::Message* record);
 
@@ -86,8 +83,7 @@ class JsonDescent {
   void UnknownFields(sj::value& value, RecordBeingRead& place);
   void UnknownMember(sj::value& value, std::string_view name, std::size_t key_at, const RecordBeingRead& place);
   void Member(sj::value& value, const FieldPlan& field, RecordBeingRead& place, std::size_t oneofs);
-  void SubRecord(sj::value& value, const FieldPlan& field, const RecordPlan& plan, const pb::Message* prior,
-                 int depth, int config_depth);
+  void SubRecord(sj::value& value, const FieldPlan& field, const RecordPlan& plan, int depth, int config_depth);
   void List(sj::value& value, const FieldPlan& field, const RecordBeingRead& place);
   void Settings(sj::value& value, const FieldPlan& field, RecordBeingRead& holder);
   // A value of a scalar field, encoded (its tag too unless `packed`); false

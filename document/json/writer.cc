@@ -50,15 +50,14 @@ constexpr char kSpaces[32] = {' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', 
 
 }  // namespace
 
-JsonWriter::JsonWriter(const PairingCatalogue& pairing, const WriteOptions& options, std::string* out,
+JsonWriter::JsonWriter(const WriteOptions& options, std::string* out,
                        const Sink* sink)
-    : pairing_(pairing),
-      options_(options),
+    : options_(options),
       text_(out),
       out_(&text_),
       sink_(sink),
       comma_(options.indent > 0 ? ", " : ","),
-      walk_(pairing) {}
+      walk_(options.pairing) {}
 
 void JsonWriter::Document(const pb::Message& record) {
   const std::string name = record.GetDescriptor()->full_name();
@@ -317,7 +316,7 @@ void JsonWriter::SharedRecordElements(const pb::Message& record, const FieldPlan
   // Each helper thread a writer of its own (its plans, settings and
   // text), knowing the path so far for its messages.
   while (static_cast<int>(helpers_.size()) < threads) {
-    helpers_.push_back(std::make_unique<JsonWriter>(pairing_, options_, nullptr));
+    helpers_.push_back(std::make_unique<JsonWriter>(options_, nullptr));
   }
   for (auto& helper : helpers_) helper->walk_.StandAt(walk_);
   MakeInOrder(
@@ -431,8 +430,8 @@ bool JsonWriter::HideUnspellable(const pb::Message& record, const pb::Reflection
 
 Settings JsonWriter::DecideSettings(const pb::Message& holder, const pb::Reflection* reflection,
                                    const RecordPlan& plan, const FieldPlan& field) {
-  const pb::Descriptor* paired = plan.entry ? pairing_.Find(plan.kind, TypeCodeIn(holder, reflection, plan.type_code))
-                                            : PairedSettings(holder, pairing_);
+  const pb::Descriptor* paired = plan.entry ? walk_.pairing().Find(plan.kind, TypeCodeIn(holder, reflection, plan.type_code))
+                                            : PairedSettings(holder, walk_.pairing());
   return walk_.Decide(paired, reflection->GetStringReference(holder, field.field, &scratch_));
 }
 

@@ -28,8 +28,7 @@ class JsonWriter {
   // Text is appended to `out`; with a sink, `out` is handed to it (and
   // emptied) whenever it has grown large, and at the end. `out` holds room
   // beyond the text until the writer is gone.
-  JsonWriter(const PairingCatalogue& pairing, const WriteOptions& options, std::string* out,
-             const Sink* sink = nullptr);
+  JsonWriter(const WriteOptions& options, std::string* out, const Sink* sink = nullptr);
 
   // The whole record, as a document.
   void Document(const google::protobuf::Message& record);
@@ -70,7 +69,6 @@ class JsonWriter {
   void Flush();
   std::string Path(std::string_view member) const;
 
-  const PairingCatalogue& pairing_;
   const WriteOptions& options_;
   TextBuffer text_;  // over `out`
   TextBuffer* out_;  // where text goes: text_, or a chunk of a long list
