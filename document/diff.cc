@@ -303,7 +303,6 @@ class Collector : public MessageDifferencer::Reporter {
     const Settings settings_a = settings ? walk_.Decide(holder_a, bytes_a, 0) : Settings{};
     const Settings settings_b = settings ? walk_.Decide(holder_b, bytes_b, 1) : Settings{};
     if (settings_a.paired != nullptr && settings_a.paired == settings_b.paired) {
-      walk_.set_name_settings(true);
       const Walk::Step step = walk_.Into(settings_a, field->name());
       if (settings_a.read() && settings_b.read()) {
         const std::size_t before = out_->size();
@@ -541,6 +540,8 @@ std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const D
   }
   std::vector<Difference> differences;
   Walk walk(options.pairing);
+  // Paths inside settings name the record they were read as.
+  walk.set_name_settings(true);
   Compare(a, b, walk, &differences);
   return differences;
 }

@@ -83,39 +83,20 @@ bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* a
          Describe(at) + " " + NumberProblemText(problem) + " for " + KindName(field.kind) + " field");
   };
   const bool number_or_text = c == '"' || IsNumberStart(c);
+  // An integer of the field's type; signed ones sign-extended to 64 bits,
+  // as their varint holds them.
+  const auto read_integer = [&](auto number) {
+    if (!number_or_text) wrong_kind();
+    check(Integer(value, at, &number));
+    PutInteger(field, packed, static_cast<std::uint64_t>(static_cast<std::int64_t>(number)));
+    *integer = static_cast<std::int64_t>(number);
+    return true;
+  };
   switch (field.kind) {
-    case ValueKind::kInt32: {
-      std::int32_t number = 0;
-      if (!number_or_text) wrong_kind();
-      check(Integer(value, at, &number));
-      PutInteger(field, packed, static_cast<std::uint64_t>(static_cast<std::int64_t>(number)));
-      *integer = number;
-      return true;
-    }
-    case ValueKind::kInt64: {
-      std::int64_t number = 0;
-      if (!number_or_text) wrong_kind();
-      check(Integer(value, at, &number));
-      PutInteger(field, packed, static_cast<std::uint64_t>(number));
-      *integer = number;
-      return true;
-    }
-    case ValueKind::kUInt32: {
-      std::uint32_t number = 0;
-      if (!number_or_text) wrong_kind();
-      check(Integer(value, at, &number));
-      PutInteger(field, packed, number);
-      *integer = number;
-      return true;
-    }
-    case ValueKind::kUInt64: {
-      std::uint64_t number = 0;
-      if (!number_or_text) wrong_kind();
-      check(Integer(value, at, &number));
-      PutInteger(field, packed, number);
-      *integer = static_cast<std::int64_t>(number);
-      return true;
-    }
+    case ValueKind::kInt32: return read_integer(std::int32_t{0});
+    case ValueKind::kInt64: return read_integer(std::int64_t{0});
+    case ValueKind::kUInt32: return read_integer(std::uint32_t{0});
+    case ValueKind::kUInt64: return read_integer(std::uint64_t{0});
     case ValueKind::kFloat:
     case ValueKind::kDouble: {
       double number = 0;
