@@ -122,9 +122,20 @@ int ParseTypeCode(EntryKind kind, std::string_view text) {
   throw Error("", message, remedy);
 }
 
-PairingCatalogue PairingCatalogue::Standard() {
-  static const PairingCatalogue standard = [] {
-    PairingCatalogue catalogue;
+namespace {
+
+struct StandardTable {
+  std::map<std::pair<EntryKind, int>, const pb::Descriptor*> pairs;
+  std::map<std::pair<EntryKind, int>, PairingSource> sources;
+};
+
+const StandardTable& TheStandardTable() {
+  static const StandardTable table = [] {
+    StandardTable made;
+    auto put = [&made](EntryKind kind, int code, const pb::Descriptor* record, PairingSource source) {
+      made.pairs[{kind, code}] = record;
+      made.sources[{kind, code}] = source;
+    };
     for (const StandardPair& pair : kStandard) {
       const pb::EnumValueDescriptor* value = TypeCodeNames(pair.kind)->FindValueByName(pair.code);
       const pb::Descriptor* record = FindRecord(pair.record);
@@ -134,35 +145,64 @@ PairingCatalogue PairingCatalogue::Standard() {
         throw Error("", std::string("standard pairing ") + pair.code + " -> " + pair.record +
                             " does not match the schema library");
       }
-      catalogue.Put(pair.kind, value->number(), record, PairingSource::kSchema);
+      put(pair.kind, value->number(), record, PairingSource::kSchema);
     }
     const pb::EnumDescriptor* map_types = Map_MapType_descriptor();
     for (int i = 0; i < map_types->value_count(); ++i) {
       const pb::EnumValueDescriptor* value = map_types->value(i);
       if (const pb::Descriptor* table = TableOfMapType(value->name())) {
-        catalogue.Put(EntryKind::kMap, value->number(), table, PairingSource::kMapType);
+        put(EntryKind::kMap, value->number(), table, PairingSource::kMapType);
       }
     }
-    return catalogue;
+    return made;
   }();
-  return standard;
+  return table;
+}
+
+}  // namespace
+
+PairingCatalogue PairingCatalogue::Standard() {
+  PairingCatalogue catalogue;
+  catalogue.standard_ = true;
+  return catalogue;
 }
 
 const pb::Descriptor* PairingCatalogue::Find(EntryKind kind, int code) const {
-  auto found = pairs_.find({kind, code});
-  return found == pairs_.end() ? nullptr : found->second;
+  if (auto found = pairs_.find({kind, code}); found != pairs_.end()) return found->second;
+  if (!standard_) return nullptr;
+  const auto& standard = TheStandardTable().pairs;
+  auto found = standard.find({kind, code});
+  return found == standard.end() ? nullptr : found->second;
 }
 
 PairingSource PairingCatalogue::SourceOf(EntryKind kind, int code) const {
-  auto found = sources_.find({kind, code});
-  return found == sources_.end() ? PairingSource::kGiven : found->second;
+  if (auto found = sources_.find({kind, code}); found != sources_.end()) return found->second;
+  if (standard_) {
+    const auto& standard = TheStandardTable().sources;
+    if (auto found = standard.find({kind, code}); found != standard.end()) return found->second;
+  }
+  return PairingSource::kGiven;
+}
+
+std::map<std::pair<EntryKind, int>, const pb::Descriptor*> PairingCatalogue::entries() const {
+  std::map<std::pair<EntryKind, int>, const pb::Descriptor*> all;
+  if (standard_) all = TheStandardTable().pairs;
+  for (const auto& [key, record] : pairs_) {
+    if (record == nullptr) {
+      all.erase(key);
+    } else {
+      all[key] = record;
+    }
+  }
+  return all;
 }
 
 void PairingCatalogue::Put(EntryKind kind, int code, const pb::Descriptor* record, PairingSource source) {
-  if (record == nullptr) {
+  if (record == nullptr && !standard_) {
     pairs_.erase({kind, code});
     sources_.erase({kind, code});
   } else {
+    // Over the standard pairings a removal is kept, as a null record.
     pairs_[{kind, code}] = record;
     sources_[{kind, code}] = source;
   }

@@ -44,8 +44,6 @@ struct PairingOptions {
   std::string map_table;
 
   void AddTo(CLI::App* command);
-  // Whether either option was on the command line.
-  bool given() const { return !pairs.empty() || !map_table.empty(); }
   // The standard catalogue, with the map table and then each --pair
   // applied in order; Failure naming the option that is wrong.
   document::PairingCatalogue Resolve() const;

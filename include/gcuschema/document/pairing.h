@@ -68,13 +68,18 @@ class GCUSCHEMA_DOCUMENT_API PairingCatalogue {
   // Throws Error saying what is wrong with the text.
   void Apply(std::string_view text);
 
-  const std::map<std::pair<EntryKind, int>, const google::protobuf::Descriptor*>& entries() const {
-    return pairs_;
-  }
+  // Every pairing, by kind and code.
+  std::map<std::pair<EntryKind, int>, const google::protobuf::Descriptor*> entries() const;
 
  private:
   void Put(EntryKind kind, int code, const google::protobuf::Descriptor* record, PairingSource source);
 
+  // Standard(): the schema's pairings lie beneath those set here, looked up
+  // in a table made once per process when a pairing is first asked for
+  // (making it builds every settings record's descriptors, a good part of
+  // a short run that never asks).
+  bool standard_ = false;
+  // Set here; a null record removes a standard pairing.
   std::map<std::pair<EntryKind, int>, const google::protobuf::Descriptor*> pairs_;
   std::map<std::pair<EntryKind, int>, PairingSource> sources_;
 };
