@@ -1,10 +1,12 @@
 #include <gcuschema/document/io.h>
 
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include <google/protobuf/arena.h>
 #include <simdjson.h>
 
 #include <gcuschema/document/records.h>
@@ -48,6 +50,8 @@ bool IsValidJson(std::string_view bytes) {
   return parser.parse(bytes.data(), bytes.size()).error() == simdjson::SUCCESS;
 }
 
+using Reading = std::function<void(Format)>;
+
 void ReadAs(Format format, std::string_view bytes, pb::Message* record, const ReadOptions& options) {
   switch (format) {
     case Format::kBinary:
@@ -62,10 +66,11 @@ void ReadAs(Format format, std::string_view bytes, pb::Message* record, const Re
   }
 }
 
-// Reads `bytes` as the first format that parses, the one the first bytes
-// suggest first; when none does, throws the error of the format the bytes
-// most likely are in (JSON for valid JSON, else the suggested one).
-Format ReadDetected(std::string_view bytes, pb::Message* record, const ReadOptions& options) {
+// Reads `bytes` (by `read_as`) as the first format that parses, the one
+// the first bytes suggest first; when none does, throws the error of the
+// format the bytes most likely are in (JSON for valid JSON, else the
+// suggested one).
+Format ReadDetected(std::string_view bytes, const Reading& read_as) {
   if (bytes.empty()) {
     throw Error("", "the input is empty, so its format cannot be told from it; name the format to read it "
                     "as an empty document", Remedy{Remedy::Kind::kNameFormat});
@@ -73,7 +78,7 @@ Format ReadDetected(std::string_view bytes, pb::Message* record, const ReadOptio
   const Lead lead = LeadOf(bytes);
   std::exception_ptr lead_error;
   try {
-    ReadAs(lead.format, bytes, record, options);
+    read_as(lead.format);
     return lead.format;
   } catch (const Error&) {
     if (lead.certain) throw;
@@ -83,7 +88,7 @@ Format ReadDetected(std::string_view bytes, pb::Message* record, const ReadOptio
   std::exception_ptr json_error = lead.format == Format::kJson ? lead_error : nullptr;
   if (json_error == nullptr) {
     try {
-      ReadAs(Format::kJson, bytes, record, options);
+      read_as(Format::kJson);
       return Format::kJson;
     } catch (const Error&) {
       json_error = std::current_exception();
@@ -99,7 +104,7 @@ Format ReadDetected(std::string_view bytes, pb::Message* record, const ReadOptio
   for (const Format format : {Format::kText, Format::kBinary}) {
     if (format == lead.format) continue;
     try {
-      ReadAs(format, bytes, record, options);
+      read_as(format);
     } catch (const Error&) {
       continue;
     }
@@ -109,12 +114,16 @@ Format ReadDetected(std::string_view bytes, pb::Message* record, const ReadOptio
   std::rethrow_exception(lead.format == Format::kJson || valid_json() ? json_error : lead_error);
 }
 
+Format ReadRecord(std::string_view bytes, pb::Message* record, const ReadOptions& options) {
+  return ReadDetected(bytes, [&](Format format) { ReadAs(format, bytes, record, options); });
+}
+
 }  // namespace
 
 Format DetectFormat(std::string_view bytes, const pb::Descriptor* record) {
   const std::unique_ptr<pb::Message> scratch = NewRecord(record);
   try {
-    return ReadDetected(bytes, scratch.get(), ReadOptions{});
+    return ReadRecord(bytes, scratch.get(), ReadOptions{});
   } catch (const Error& e) {
     if (e.remedy().kind == Remedy::Kind::kNameFormat) throw;
   }
@@ -124,11 +133,33 @@ Format DetectFormat(std::string_view bytes, const pb::Descriptor* record) {
 
 Format Read(std::string_view bytes, pb::Message* record, const ReadOptions& options) {
   try {
-    if (!options.format) return ReadDetected(bytes, record, options);
+    if (!options.format) return ReadRecord(bytes, record, options);
     ReadAs(*options.format, bytes, record, options);
     return *options.format;
   } catch (const Error&) {
     record->Clear();  // nothing half read
+    throw;
+  }
+}
+
+Format Encode(std::string_view bytes, const pb::Descriptor* type, std::string* encoded, const ReadOptions& options) {
+  const auto encode_as = [&](Format format) {
+    encoded->clear();
+    if (format == Format::kJson) {
+      internal::EncodeJson(bytes, type, encoded, options);
+      return;
+    }
+    pb::Arena arena;
+    pb::Message* record = NewRecord(type, &arena);
+    ReadAs(format, bytes, record, options);
+    internal::WriteBinary(*record, [encoded](std::string_view part) { encoded->append(part); });
+  };
+  try {
+    if (!options.format) return ReadDetected(bytes, encode_as);
+    encode_as(*options.format);
+    return *options.format;
+  } catch (const Error&) {
+    encoded->clear();
     throw;
   }
 }

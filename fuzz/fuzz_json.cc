@@ -2,7 +2,8 @@
 // for the record the first byte chooses (order of AllRecords()). It never
 // crashes and reports every rejection as document::Error with a message; what it
 // accepts encodes, re-parses, and shows as JSON that collapses to the same
-// bytes.
+// bytes. Encode, which makes the encoding without a record where it can,
+// accepts what Read accepts and gives the bytes the record read encodes to.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -51,15 +52,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
 
   std::unique_ptr<Message> record = document::NewRecord(type);
+  std::string direct;
+  bool encoded_directly = true;
+  try {
+    document::Encode(text, type, &direct, kJson);
+  } catch (const document::Error&) {
+    encoded_directly = false;
+  }
   try {
     document::Read(text, record.get(), kJson);
   } catch (const document::Error& e) {
     if (e.message().empty()) Fail(type, "an error without a message");
+    if (encoded_directly) Fail(type, "Encode accepts what Read refuses");
     return 0;
   }
+  if (!encoded_directly) Fail(type, "Encode refuses what Read accepts");
 
   std::string encoded;
   if (!record->SerializeToString(&encoded)) Fail(type, "an accepted document does not encode");
+  if (direct != encoded) Fail(type, "Encode gives other bytes than the record read encodes to");
   std::unique_ptr<Message> reparsed = document::NewRecord(type);
   if (!reparsed->ParseFromString(encoded)) Fail(type, "an accepted document's encoding does not parse");
 
@@ -72,5 +83,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (again->SerializeAsString() != reparsed->SerializeAsString()) {
     Fail(type, "JSON round trip of an accepted document changes its encoding");
   }
+  std::string written_again;
+  document::Encode(document::WriteString(*reparsed, document::Format::kJson, kExpanded), type, &written_again, kJson);
+  if (written_again != encoded) Fail(type, "Encode of the JSON written gives other bytes than the record");
   return 0;
 }

@@ -1,37 +1,60 @@
 #include "json/base64.h"
 
-#include <google/protobuf/stubs/strutil.h>
+#include <array>
+#include <cstdint>
 
 namespace gcuschema::document::internal {
 namespace {
 
-bool IsStandard(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
+constexpr std::uint8_t kNoDigit = 0xFF;
+
+constexpr std::array<std::uint8_t, 256> DigitValues() {
+  std::array<std::uint8_t, 256> values{};
+  for (auto& value : values) value = kNoDigit;
+  const char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  for (std::uint8_t i = 0; i < 64; ++i) values[static_cast<unsigned char>(digits[i])] = i;
+  return values;
 }
 
-bool Unescape(std::string_view text, std::string* bytes) {
-  return google::protobuf::Base64Unescape(
-      google::protobuf::StringPiece(text.data(), static_cast<google::protobuf::StringPiece::size_type>(text.size())),
-      bytes);
-}
+constexpr std::array<std::uint8_t, 256> kDigitValues = DigitValues();
 
-// Already the one form the runtime's decoder takes strictly: the standard
-// alphabet, padded, without whitespace. What the writer writes, so the
-// common case, decoded without a copy.
-bool IsCanonical(std::string_view text) {
+std::uint32_t Digit(char c) { return kDigitValues[static_cast<unsigned char>(c)]; }
+
+// Decodes the one form the writer writes: the standard alphabet, padded,
+// without whitespace. False for anything else. Bits past the last byte are
+// ignored, as the runtime's decoder ignores them.
+bool DecodeStandard(std::string_view text, std::string* bytes) {
   if (text.size() % 4 != 0) return false;
-  std::size_t end = text.size();
-  for (int pad = 0; pad < 2 && end > 0 && text[end - 1] == '='; ++pad) --end;
-  for (std::size_t i = 0; i < end; ++i) {
-    if (!IsStandard(text[i])) return false;
+  std::size_t padding = 0;
+  if (!text.empty() && text.back() == '=') padding = text[text.size() - 2] == '=' ? 2 : 1;
+  const std::size_t whole = text.size() - (padding == 0 ? 0 : 4);  // digits in groups of four
+  bytes->resize(text.size() / 4 * 3 - padding);
+  char* out = bytes->data();
+  std::uint32_t seen = 0;  // every digit's value or'ed: kNoDigit's high bit marks a stranger
+  for (std::size_t i = 0; i < whole; i += 4) {
+    const std::uint32_t a = Digit(text[i]), b = Digit(text[i + 1]), c = Digit(text[i + 2]), d = Digit(text[i + 3]);
+    seen |= a | b | c | d;
+    const std::uint32_t group = a << 18 | b << 12 | c << 6 | d;
+    out[0] = static_cast<char>(group >> 16);
+    out[1] = static_cast<char>(group >> 8);
+    out[2] = static_cast<char>(group);
+    out += 3;
   }
-  return true;
+  if (padding != 0) {
+    const std::uint32_t a = Digit(text[whole]), b = Digit(text[whole + 1]);
+    const std::uint32_t c = padding == 1 ? Digit(text[whole + 2]) : 0;
+    seen |= a | b | c;
+    const std::uint32_t group = a << 18 | b << 12 | c << 6;
+    out[0] = static_cast<char>(group >> 16);
+    if (padding == 1) out[1] = static_cast<char>(group >> 8);
+  }
+  return (seen & 0x80) == 0;
 }
 
 }  // namespace
 
 bool DecodeBase64(std::string_view text, std::string* bytes) {
-  if (IsCanonical(text)) return Unescape(text, bytes);
+  if (DecodeStandard(text, bytes)) return true;
   // Brought to that form first.
   std::string normal;
   normal.reserve(text.size() + 2);
@@ -49,7 +72,7 @@ bool DecodeBase64(std::string_view text, std::string* bytes) {
   }
   if (normal.size() % 4 == 1 || padding > 2) return false;
   while (normal.size() % 4 != 0) normal.push_back('=');
-  return Unescape(normal, bytes);
+  return DecodeStandard(normal, bytes);
 }
 
 }  // namespace gcuschema::document::internal

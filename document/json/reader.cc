@@ -1,5 +1,6 @@
 #include "json/reader.h"
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 #include <new>
@@ -49,17 +50,49 @@ int DefaultTypeCode(const FieldDescriptor* field) {
 }  // namespace
 
 void JsonDescent::Read(pb::Message* record) {
-  root_ = record;
-  const std::string& name = record->GetDescriptor()->full_name();
+  Descend(record->GetDescriptor());
+  record->Clear();
+  if (!MergeEncoding(wire_.bytes(), record)) {
+    throw Error("", "the " + root_->full_name() + " read from the JSON text does not encode; the reader is at fault");
+  }
+}
+
+void JsonDescent::Encode(const pb::Descriptor* type, std::string* encoded) {
+  encoding_ = true;
+  Descend(type);
+  if (canonical_) {
+    encoded->swap(*wire_.mutable_bytes());
+    return;
+  }
+  // Put in order by the record itself.
+  pb::Arena arena;
+  pb::Message* record = Spare(type, &checks_)->New(&arena);
+  if (!MergeEncoding(wire_.bytes(), record)) {
+    throw Error("", "the " + type->full_name() + " read from the JSON text does not encode; the reader is at fault");
+  }
+  wire_ = Wire();
+  encoded->clear();
+  record->AppendPartialToString(encoded);
+}
+
+void JsonDescent::Descend(const pb::Descriptor* type) {
+  root_ = type;
+  const std::string& name = type->full_name();
   if (text_.substr(0, 3) == "\xEF\xBB\xBF") {
     Fail(std::size_t{0}, "",
          "the text starts with a byte-order mark, which JSON text must not have; save it as UTF-8 without one");
   }
-  padded_ = simdjson::padded_string(text_);
-  if (padded_.size() != text_.size()) throw std::bad_alloc();
-  base_ = padded_.data();
+  static_assert(kJsonReadAhead >= simdjson::SIMDJSON_PADDING);
+  if (options_.readable_after >= kJsonReadAhead) {
+    base_ = text_.data();
+  } else {
+    padded_ = simdjson::padded_string(text_);
+    if (padded_.size() != text_.size()) throw std::bad_alloc();
+    base_ = padded_.data();
+  }
   end_ = base_ + text_.size();
-  const simdjson::error_code error = parser_.iterate(padded_).get(document_);
+  const simdjson::error_code error =
+      parser_.iterate(base_, text_.size(), text_.size() + simdjson::SIMDJSON_PADDING).get(document_);
   if (error == simdjson::EMPTY) {
     Fail(text_.size(), "", "the text holds no JSON value; expected an object holding a " + name);
   }
@@ -76,7 +109,7 @@ void JsonDescent::Read(pb::Message* record) {
   if (document_.get_value().get(root) || root.get_object().get(root_object_)) SyntaxFailure(first);
 
   RecordBeingRead place;
-  place.plan = &plans_.Get(record->GetDescriptor());
+  place.plan = &plans_.Get(type);
   if (place.plan->entry) place.type_code = DefaultTypeCode(place.plan->type_code);
   // The encoding is a fraction of the text (a third at most, for plain
   // JSON): reserved at once, as address space that is used only as it fills.
@@ -97,10 +130,6 @@ void JsonDescent::Read(pb::Message* record) {
   if (wire_.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
     throw Error("", "the " + name + " read from the JSON text encodes to more than 2 GiB, more than a record holds");
   }
-  record->Clear();
-  if (!MergeEncoding(wire_.bytes(), record)) {
-    throw Error("", "the " + name + " read from the JSON text does not encode; the reader is at fault");
-  }
 }
 
 // ----------------------------------------------------------------- records
@@ -112,6 +141,8 @@ void JsonDescent::Record(sj::object& object, RecordBeingRead& place) {
   const std::size_t oneofs = oneofs_.size();
   oneofs_.resize(oneofs + static_cast<std::size_t>(plan.type->oneof_decl_count()), -1);
   std::size_t next = 0;  // the field the writer's order puts next
+  const std::size_t encoded = encoded_.size();
+  bool in_number_order = true;
   for (auto result : object) {
     sj::field member;
     if (std::move(result).get(member)) SyntaxFailure(nullptr);
@@ -143,8 +174,21 @@ void JsonDescent::Record(sj::object& object, RecordBeingRead& place) {
     seen_[seen + index] = 1;
     next = index + 1;
     const Walk::Step step = walk_.Member(field->field->name());
+    const std::size_t before = wire_.size();
     Member(value, *field, place, oneofs);
+    if (wire_.size() != before) {
+      if (encoded_.size() > encoded && field->number < encoded_.back().number) in_number_order = false;
+      encoded_.push_back({field->number, before});
+    }
   }
+  if (!in_number_order) {
+    if (encoding_ && canonical_) {
+      PutInNumberOrder(encoded);
+    } else {
+      canonical_ = false;
+    }
+  }
+  encoded_.resize(encoded);
   seen_.resize(seen);
   oneofs_.resize(oneofs);
   if (place.held != nullptr) CheckHeldType(place);
@@ -175,7 +219,7 @@ bool JsonDescent::Annotation(sj::value& value, std::string_view name, std::size_
 void JsonDescent::DocumentType(sj::value& value) {
   root_type_seen_ = true;
   const char* at = Start(value);
-  const std::string& name = root_->GetDescriptor()->full_name();
+  const std::string& name = root_->full_name();
   if (*at != '"') Fail(at, kTypeKey, "expected the name of the document's record, found " + Describe(at));
   const std::string_view given = StringAt(at, value.raw_json_token().size());
   if (given != name) {
@@ -225,6 +269,7 @@ void JsonDescent::UnknownFields(sj::value& value, RecordBeingRead& place) {
     Fail(at, where, "is not the encoding of fields of a " + place.plan->type->full_name());
   }
   wire_.Append(bytes_);
+  canonical_ = false;  // a record writes its unknown fields last
   if (place.plan->entry) place.type_code_unsure = true;
 }
 
@@ -312,6 +357,7 @@ void JsonDescent::List(sj::value& value, const FieldPlan& field, const RecordBei
   if (value.get_array().get(array)) SyntaxFailure(at);
   const RecordPlan* records = field.kind == ValueKind::kRecord ? &plans_.Get(field.field->message_type()) : nullptr;
   const bool packed = Packable(field.kind);
+  if (packed != field.field->is_packed()) canonical_ = false;
   const std::size_t before = wire_.size();
   std::size_t start = 0;
   if (packed) {
@@ -397,6 +443,7 @@ void JsonDescent::Settings(sj::value& value, const FieldPlan& field, RecordBeing
   }
   if (object.reset().error()) SyntaxFailure(at);
 
+  const std::size_t tag_at = wire_.size();
   wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
   RecordBeingRead settings;
   settings.plan = &plans_.Get(type);
@@ -406,9 +453,17 @@ void JsonDescent::Settings(sj::value& value, const FieldPlan& field, RecordBeing
   settings.type_key_at = Offset(type_key);
   settings.type_seen = true;
   if (settings.plan->entry) settings.type_code = DefaultTypeCode(settings.plan->type_code);
+  // The settings' bytes are made canonical here, whatever the text's order.
+  const bool canonical = canonical_;
+  canonical_ = true;
   Record(object, settings);
-  EndSettings(type, settings.start);
-  wire_.Close(settings.start);
+  if (!canonical_) EndSettings(type, settings.start);
+  canonical_ = canonical;
+  if (wire_.size() == settings.start && !field.repeated && !field.explicit_presence) {
+    wire_.Truncate(tag_at);  // empty bytes, which a record leaves out
+  } else {
+    wire_.Close(settings.start);
+  }
   holder.held = type;
   holder.held_at = Offset(type_at);
 }
@@ -423,6 +478,23 @@ void JsonDescent::EndSettings(const pb::Descriptor* type, std::size_t start) {
   }
   wire_.Truncate(start);
   settings->AppendPartialToString(wire_.mutable_bytes());
+}
+
+// The encodings of a record's fields (from `first` in encoded_, which
+// tile the record's bytes to the end of the encoding) in number order.
+void JsonDescent::PutInNumberOrder(std::size_t first) {
+  const auto begin = encoded_.begin() + static_cast<std::ptrdiff_t>(first);
+  const std::size_t start = begin->start;
+  const std::string_view bytes = std::string_view(wire_.bytes()).substr(start);
+  std::vector<std::pair<int, std::string_view>> fields;
+  for (auto field = begin; field != encoded_.end(); ++field) {
+    const std::size_t end = field + 1 == encoded_.end() ? wire_.size() : (field + 1)->start;
+    fields.emplace_back(field->number, bytes.substr(field->start - start, end - field->start));
+  }
+  std::sort(fields.begin(), fields.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  reordered_.clear();
+  for (const auto& field : fields) reordered_.append(field.second);
+  wire_.mutable_bytes()->replace(start, reordered_.size(), reordered_);
 }
 
 [[noreturn]] void JsonDescent::MissingType(const RecordBeingRead& holder) {
@@ -476,9 +548,7 @@ pb::Message* JsonDescent::Spare(const pb::Descriptor* type,
                             std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>>* spares) {
   std::unique_ptr<pb::Message>& spare = (*spares)[type];
   if (spare == nullptr) {
-    if (type == root_->GetDescriptor()) {
-      spare.reset(root_->New());
-    } else if (const pb::Message* prototype = pb::MessageFactory::generated_factory()->GetPrototype(type)) {
+    if (const pb::Message* prototype = pb::MessageFactory::generated_factory()->GetPrototype(type)) {
       spare.reset(prototype->New());
     } else {
       if (dynamic_ == nullptr) dynamic_ = std::make_unique<pb::DynamicMessageFactory>();
@@ -497,6 +567,10 @@ std::unique_ptr<pb::Message> JsonDescent::StateOf(const RecordBeingRead& place) 
 
 void ReadJson(std::string_view text, pb::Message* record, const ReadOptions& options) {
   JsonDescent(text, options).Read(record);
+}
+
+void EncodeJson(std::string_view text, const pb::Descriptor* type, std::string* encoded, const ReadOptions& options) {
+  JsonDescent(text, options).Encode(type, encoded);
 }
 
 }  // namespace gcuschema::document::internal

@@ -7,7 +7,10 @@
 #ifndef GCUSCHEMA_DOCUMENT_JSON_READER_H
 #define GCUSCHEMA_DOCUMENT_JSON_READER_H
 
+#include <string>
 #include <string_view>
+
+#include <google/protobuf/descriptor.h>
 
 #include <google/protobuf/message.h>
 
@@ -19,6 +22,12 @@ namespace gcuschema::document::internal {
 // (UnsupportedError for what the library does not map), the record then
 // left as it was.
 void ReadJson(std::string_view text, google::protobuf::Message* record, const ReadOptions& options);
+
+// The encoding of the `type` the text holds, into `encoded`: what ReadJson
+// and then the record's serialization give, made without a record when
+// the text gives fields in number order (as the writer writes them).
+void EncodeJson(std::string_view text, const google::protobuf::Descriptor* type, std::string* encoded,
+                const ReadOptions& options);
 
 }  // namespace gcuschema::document::internal
 

@@ -74,9 +74,12 @@ class JsonDescent {
       : text_(text), pairing_(options.pairing), options_(options), walk_(options.pairing) {}
 
   void Read(google::protobuf::Message* record);
+  // The encoding of the `type` the text holds, as the record would write it.
+  void Encode(const google::protobuf::Descriptor* type, std::string* encoded);
 
  private:
-  // The descent.
+  // The descent: the whole text into wire_, the text then let go.
+  void Descend(const pb::Descriptor* type);
   void Record(sj::object& object, RecordBeingRead& place);
   bool Annotation(sj::value& value, std::string_view name, std::size_t key_at, RecordBeingRead& place);
   void DocumentType(sj::value& value);
@@ -95,6 +98,7 @@ class JsonDescent {
   void Null(sj::value& value, const char* at);
   void Skip(sj::value& value, int depth);
   void EndSettings(const pb::Descriptor* type, std::size_t start);
+  void PutInNumberOrder(std::size_t first);
   void CheckHeldType(const RecordBeingRead& holder);
   [[noreturn]] void MissingType(const RecordBeingRead& holder);
   void LateDocumentType();
@@ -133,7 +137,7 @@ class JsonDescent {
   std::string_view text_;
   const PairingCatalogue& pairing_;
   const ReadOptions& options_;
-  pb::Message* root_ = nullptr;
+  const pb::Descriptor* root_ = nullptr;
   RecordPlans plans_;
 
   simdjson::padded_string padded_;
@@ -146,6 +150,20 @@ class JsonDescent {
   bool syntax_failed_ = false;
 
   Wire wire_;
+  // Whether wire_ is what the record it holds encodes to: fields in number
+  // order and no value a record leaves out (a proto3 zero, "@unknown").
+  // When it is, an encode needs no record.
+  bool canonical_ = true;
+  // Encoding without a record: a record's fields put in number order where
+  // the text gave them in another (as the writer does where declaration
+  // and number orders differ).
+  bool encoding_ = false;
+  struct Encoded {
+    int number;
+    std::size_t start;
+  };
+  std::vector<Encoded> encoded_;  // per record read, its fields' encodings
+  std::string reordered_;
   std::vector<char> seen_;   // per record read, a flag per field of its plan
   std::vector<int> oneofs_;  // per record read, per oneof: the member given, or -1
   // Where the reader stands, for messages.

@@ -139,7 +139,7 @@ std::string JsonDescent::DescribeToken(const char* at) {
     default: valid = IsNumberStart(*at) && IsJsonNumber(NumberText(at));
   }
   if (!valid) SyntaxFailure(at);
-  Fail(at, "", "expected a JSON object holding a " + root_->GetDescriptor()->full_name() + ", found " + DescribeToken(at));
+  Fail(at, "", "expected a JSON object holding a " + root_->full_name() + ", found " + DescribeToken(at));
 }
 
 std::string JsonDescent::Path() const { return walk_.Path(); }

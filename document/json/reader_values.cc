@@ -82,6 +82,11 @@ bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* a
     Fail(at, Path(),
          Describe(at) + " " + NumberProblemText(problem) + " for " + KindName(field.kind) + " field");
   };
+  // A zero of a field without presence is left out by the record: the
+  // encoding then is not the record's.
+  const auto note_zero = [&](bool zero) {
+    if (zero && !field.repeated && !field.explicit_presence) canonical_ = false;
+  };
   const bool number_or_text = c == '"' || IsNumberStart(c);
   // An integer of the field's type; signed ones sign-extended to 64 bits,
   // as their varint holds them.
@@ -90,6 +95,7 @@ bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* a
     check(Integer(value, at, &number));
     PutInteger(field, packed, static_cast<std::uint64_t>(static_cast<std::int64_t>(number)));
     *integer = static_cast<std::int64_t>(number);
+    note_zero(number == 0);
     return true;
   };
   switch (field.kind) {
@@ -107,6 +113,7 @@ bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* a
       } else {
         wrong_kind();
       }
+      note_zero(number == 0);
       if (!packed) wire_.Tag(static_cast<std::uint32_t>(field.number), WireTypeOf(field.type));
       if (field.kind == ValueKind::kDouble) {
         std::uint64_t bits;
@@ -125,12 +132,14 @@ bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* a
       if (c != 't' && c != 'f') wrong_kind();
       bool truth = false;
       if (value.get_bool().get(truth)) SyntaxFailure(at);
+      note_zero(!truth);
       PutInteger(field, packed, truth ? 1 : 0);
       return true;
     }
     case ValueKind::kString: {
       if (c != '"') wrong_kind();
       const std::string_view text = StringAt(at, value.raw_json_token().size());
+      note_zero(text.empty());
       wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
       wire_.Varint(text.size());
       wire_.Append(text);
@@ -141,6 +150,7 @@ bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* a
       if (!DecodeBase64(StringAt(at, value.raw_json_token().size()), &bytes_)) {
         Fail(at, Path(), Describe(at) + " is not base64 text (" + Expected(field) + ")");
       }
+      note_zero(bytes_.empty());
       wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
       wire_.Varint(bytes_.size());
       wire_.Append(bytes_);
@@ -172,6 +182,7 @@ bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* a
       } else {
         wrong_kind();
       }
+      note_zero(number == 0);
       PutInteger(field, packed, static_cast<std::uint64_t>(static_cast<std::int64_t>(number)));
       *integer = number;
       return true;

@@ -28,7 +28,7 @@ struct DecodeArguments {
 
 int RunDecode(const DecodeArguments& args) {
   args.type.Resolve();  // a wrong --type is reported before any input is read
-  const document::ReadOptions reading{args.from.Resolve(), args.pairing.Resolve()};
+  const document::ReadOptions reading = InputReading(args.from.Resolve(), args.pairing.Resolve());
   RefuseOverwritingInputs(args.output, {args.input});
 
   const LoadedRecord record = Load(args.input, args.type, reading);

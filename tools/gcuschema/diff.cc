@@ -26,7 +26,7 @@ struct DiffArguments {
 
 int RunDiff(const DiffArguments& args) {
   args.type.Resolve();  // a wrong --type is reported before any input is read
-  const document::ReadOptions reading{args.from.Resolve(), args.pairing.Resolve()};
+  const document::ReadOptions reading = InputReading(args.from.Resolve(), args.pairing.Resolve());
   if (IsStandardStream(args.old_input) && IsStandardStream(args.new_input)) {
     throw Failure("<stdin>", "", "only one of the two documents can come from standard input");
   }

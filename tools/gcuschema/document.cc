@@ -28,18 +28,25 @@ LoadedRecord::LoadedRecord(const InputFile& input, const google::protobuf::Descr
     : arena_(std::make_unique<google::protobuf::Arena>(DocumentArenaOptions())),
       record_(document::NewRecord(type, arena_.get())) {
   format_ = AsFailure(input.name, [&] {
-    try {
+    return ReadFollowingName(type, follow_name, [&](const google::protobuf::Descriptor* as) {
+      if (as != record_->GetDescriptor()) record_ = document::NewRecord(as, arena_.get());
       return document::Read(input.bytes(), record_, options);
-    } catch (const document::Error& e) {
-      // A JSON document that names another record ("@type", wherever it
-      // stands) says so in the error: read it as that one.
-      const bool named = follow_name && e.remedy().kind == document::Remedy::Kind::kNameRecord;
-      const google::protobuf::Descriptor* other = named ? document::FindRecord(e.remedy().record) : nullptr;
-      if (other == nullptr || other == type) throw;
-      record_ = document::NewRecord(other, arena_.get());
-      return document::Read(input.bytes(), record_, options);
-    }
+    });
   });
+}
+
+document::Format ReadFollowingName(const google::protobuf::Descriptor* type, bool follow_name,
+                                   const std::function<document::Format(const google::protobuf::Descriptor*)>& read) {
+  try {
+    return read(type);
+  } catch (const document::Error& e) {
+    // A JSON document that names another record ("@type", wherever it
+    // stands) says so in the error: read it as that one.
+    const bool named = follow_name && e.remedy().kind == document::Remedy::Kind::kNameRecord;
+    const google::protobuf::Descriptor* other = named ? document::FindRecord(e.remedy().record) : nullptr;
+    if (other == nullptr || other == type) throw;
+    return read(other);
+  }
 }
 
 LoadedRecord Load(const std::string& path, const google::protobuf::Descriptor* type,

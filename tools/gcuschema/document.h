@@ -3,6 +3,7 @@
 #ifndef GCUSCHEMA_TOOL_DOCUMENT_H
 #define GCUSCHEMA_TOOL_DOCUMENT_H
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -38,6 +39,11 @@ class LoadedRecord {
   google::protobuf::Message* record_;
   document::Format format_;
 };
+
+// `read` as `type`; with `follow_name`, a JSON document naming another
+// record in its "@type" is read again as that record.
+document::Format ReadFollowingName(const google::protobuf::Descriptor* type, bool follow_name,
+                                   const std::function<document::Format(const google::protobuf::Descriptor*)>& read);
 
 // Reads the file at `path` (standard input for "" or "-") as a `type`.
 LoadedRecord Load(const std::string& path, const google::protobuf::Descriptor* type,

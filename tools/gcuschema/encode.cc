@@ -38,18 +38,25 @@ int RunEncode(EncodeArguments args) {
   }
   RefuseBinaryToTerminal(args.output);
   args.type.Resolve();  // a wrong --type is reported before any input is read
-  const document::ReadOptions reading{args.from.Resolve(), args.pairing.Resolve()};
+  const document::ReadOptions reading = InputReading(args.from.Resolve(), args.pairing.Resolve());
   RefuseOverwritingInputs(args.output, {args.input});
 
-  const LoadedRecord record = Load(args.input, args.type, reading);
+  // Read as --type (or its default) first, as Load does.
+  const InputFile input = ReadInput(args.input);
+  std::string encoded;
+  const document::Format format = AsFailure(input.name, [&] {
+    return ReadFollowingName(args.type.Resolve(), !args.type.given(), [&](const google::protobuf::Descriptor* type) {
+      return document::Encode(input.bytes(), type, &encoded, reading);
+    });
+  });
   // Encoding an encoded document again is asked for by name only.
-  if (!args.from.given() && record.format() == document::Format::kBinary) {
+  if (!args.from.given() && format == document::Format::kBinary) {
     throw Failure(InputName(args.input), "",
                   "is an encoded document already (it reads as one, and as neither JSON nor text "
                   "format); encode reads JSON or text format: give --from json or --from text if it is "
                   "one, or --from binary to encode it again");
   }
-  WriteDocument(args.output, *record, document::Format::kBinary, {}, InputName(args.input));
+  WriteOutput(args.output, encoded);
   return kExitOk;
 }
 

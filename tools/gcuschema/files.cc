@@ -1,5 +1,7 @@
 #include "files.h"
 
+#include <utility>
+
 #include <fmt/format.h>
 
 #include "failure.h"
@@ -25,6 +27,14 @@ std::string WhyNotReplace(const std::string& path, const PathFacts& facts) {
 }
 
 }  // namespace
+
+document::ReadOptions InputReading(std::optional<document::Format> format, document::PairingCatalogue pairing) {
+  document::ReadOptions reading;
+  reading.format = format;
+  reading.pairing = std::move(pairing);
+  reading.readable_after = ReadBuffer::kReadableAfter;
+  return reading;
+}
 
 bool IsStandardStream(const std::string& path) { return path.empty() || path == "-"; }
 

@@ -2,23 +2,33 @@
 #define GCUSCHEMA_TOOL_FILES_H
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <gcuschema/document/io.h>
+
+#include "read_buffer.h"
 
 namespace gcuschema::tool {
 namespace platform {
 class OutputFile;
 }
 
-// A whole input in memory, with the name errors give it.
+// A whole input in memory, with the name errors give it; bytes() may be
+// read ReadBuffer::kReadableAfter bytes past their end.
 struct InputFile {
   std::string path;  // as given; empty for standard input
   std::string name;  // the path, or "<stdin>"
-  std::string data;
+  ReadBuffer data;
 
-  std::string_view bytes() const { return data; }
+  std::string_view bytes() const { return data.bytes(); }
 };
+
+// How inputs are read: in `format` (told from the bytes when not given),
+// with `pairing`, JSON read where it stands in its InputFile.
+document::ReadOptions InputReading(std::optional<document::Format> format, document::PairingCatalogue pairing);
 
 // True when `path` means standard input or standard output ("" or "-").
 bool IsStandardStream(const std::string& path);

@@ -23,7 +23,7 @@ struct InspectArguments {
 
 int RunInspect(const InspectArguments& args) {
   args.type.Resolve();  // a wrong --type is reported before any input is read
-  const document::ReadOptions reading{args.from.Resolve(), args.pairing.Resolve()};
+  const document::ReadOptions reading = InputReading(args.from.Resolve(), args.pairing.Resolve());
   const LoadedRecord record = Load(args.input, args.type, reading);
   std::string summary =
       AsFailure(InputName(args.input), [&] { return document::Inspect(*record, {reading.pairing}); });

@@ -50,7 +50,7 @@ int RunLint(const LintArguments& args) {
   const google::protobuf::Descriptor* type = args.type.Resolve();
   document::LintOptions options;
   options.pairing = args.pairing.Resolve();
-  const document::ReadOptions reading{args.from.Resolve(), options.pairing};
+  const document::ReadOptions reading = InputReading(args.from.Resolve(), options.pairing);
   std::optional<LoadedRecord> limits;
   if (!args.limits.empty()) {
     // A template checks a calibration: that is what the document is.

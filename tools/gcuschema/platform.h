@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "read_buffer.h"
+
 namespace gcuschema::tool::platform {
 
 // The command line, the program's name first, in UTF-8 as every path and
@@ -23,7 +25,7 @@ std::vector<std::string> CommandLine(int argc, char** argv);
 
 // The whole of a file, or of standard input when `path` is empty. A large
 // one is read into huge pages where the system gives them on request.
-std::string ReadWhole(const std::string& path, const std::string& name);
+ReadBuffer ReadWhole(const std::string& path, const std::string& name);
 
 // Memory for the blocks a document's records are made in (an arena's).
 // Blocks of 2 MiB and more start on a 2 MiB boundary and, where the system

@@ -48,18 +48,15 @@ void AdviseHugePages(void* start, std::size_t size) {
 #endif
 }
 
-void ReadAll(int fd, std::size_t size_hint, const std::string& name, std::string* out) {
-  if (size_hint >= kHugePage) {
-    out->reserve(size_hint + 1);
-    AdviseHugePages(out->data(), size_hint + 1);
-  }
+void ReadAll(int fd, std::size_t size_hint, const std::string& name, ReadBuffer* out) {
   // One byte beyond the expected size, so that the read which meets the end
   // of a regular file needs no reallocation.
-  out->resize(size_hint + 1);
+  out->Reserve(size_hint + 1);
+  if (size_hint >= kHugePage) AdviseHugePages(out->data(), size_hint + 1);
   std::size_t used = 0;
   for (;;) {
-    if (used == out->size()) out->resize(out->size() + kReadChunk);
-    const ssize_t n = ::read(fd, out->data() + used, out->size() - used);
+    if (used == out->capacity()) out->Reserve(out->capacity() + std::max(kReadChunk, out->capacity() / 2));
+    const ssize_t n = ::read(fd, out->data() + used, out->capacity() - used);
     if (n < 0) {
       if (errno == EINTR) continue;
       Fail(name, "read", errno);
@@ -67,7 +64,7 @@ void ReadAll(int fd, std::size_t size_hint, const std::string& name, std::string
     if (n == 0) break;
     used += static_cast<std::size_t>(n);
   }
-  out->resize(used);
+  out->Resize(used);
 }
 
 // Directory part of a path, with its slash ("" for none), and the rest.
@@ -186,8 +183,8 @@ std::string UserName(uid_t uid) {
 // Arguments are bytes, given as they are; the tool treats them as UTF-8.
 std::vector<std::string> CommandLine(int argc, char** argv) { return {argv, argv + argc}; }
 
-std::string ReadWhole(const std::string& path, const std::string& name) {
-  std::string bytes;
+ReadBuffer ReadWhole(const std::string& path, const std::string& name) {
+  ReadBuffer bytes;
   if (path.empty()) {
     struct stat st {};
     const bool regular = ::fstat(STDIN_FILENO, &st) == 0 && S_ISREG(st.st_mode);

@@ -115,14 +115,14 @@ bool IsLink(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-void ReadAll(HANDLE handle, std::size_t size_hint, const std::string& name, std::string* out) {
+void ReadAll(HANDLE handle, std::size_t size_hint, const std::string& name, ReadBuffer* out) {
   // One byte beyond the expected size, so that the read which meets the end
   // of a regular file needs no reallocation.
-  out->resize(size_hint + 1);
+  out->Reserve(size_hint + 1);
   std::size_t used = 0;
   for (;;) {
-    if (used == out->size()) out->resize(out->size() + kReadChunk);
-    const auto want = static_cast<DWORD>(std::min(out->size() - used, kMaxTransfer));
+    if (used == out->capacity()) out->Reserve(out->capacity() + std::max(kReadChunk, out->capacity() / 2));
+    const auto want = static_cast<DWORD>(std::min(out->capacity() - used, kMaxTransfer));
     DWORD got = 0;
     if (!::ReadFile(handle, out->data() + used, want, &got, nullptr)) {
       const DWORD error = ::GetLastError();
@@ -133,7 +133,7 @@ void ReadAll(HANDLE handle, std::size_t size_hint, const std::string& name, std:
     if (got == 0) break;
     used += got;
   }
-  out->resize(used);
+  out->Resize(used);
 }
 
 std::size_t SizeHint(HANDLE handle) {
@@ -460,8 +460,8 @@ std::vector<std::string> CommandLine(int argc, char** argv) {
   return arguments;
 }
 
-std::string ReadWhole(const std::string& path, const std::string& name) {
-  std::string bytes;
+ReadBuffer ReadWhole(const std::string& path, const std::string& name) {
+  ReadBuffer bytes;
   if (path.empty()) {
     const HANDLE input = ::GetStdHandle(STD_INPUT_HANDLE);
     ReadAll(input, SizeHint(input), name, &bytes);

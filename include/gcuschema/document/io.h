@@ -1,6 +1,7 @@
 #ifndef GCUSCHEMA_DOCUMENT_IO_H
 #define GCUSCHEMA_DOCUMENT_IO_H
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +27,10 @@ namespace gcuschema::document {
 //   default each `config` expanded as the record it holds (WriteOptions).
 enum class Format { kBinary, kText, kJson };
 
+// Bytes past the end of a document that the JSON reader reads (never
+// writes) when the options say it may (ReadOptions::readable_after).
+inline constexpr std::size_t kJsonReadAhead = 64;
+
 struct ReadOptions {
   // The format of the bytes; told from them when not given (DetectFormat).
   std::optional<Format> format;
@@ -36,6 +41,10 @@ struct ReadOptions {
   // JSON: members that name no field of their record are skipped, as are
   // enumeration names the enumeration lacks, instead of being errors.
   bool ignore_unknown_fields = false;
+  // How many bytes after the document's end may be read (never written),
+  // as in a buffer larger than the document. With kJsonReadAhead or more,
+  // JSON is read where it stands; otherwise it is copied first.
+  std::size_t readable_after = 0;
 };
 
 struct WriteOptions {
@@ -93,6 +102,14 @@ GCUSCHEMA_DOCUMENT_API Format DetectFormat(std::string_view bytes, const google:
 // what the library does not map (maps, well-known types, extensions).
 GCUSCHEMA_DOCUMENT_API Format Read(std::string_view bytes, google::protobuf::Message* record,
                                    const ReadOptions& options = {});
+
+// The encoding of the document `bytes` hold, as a `type`, into `encoded`
+// (replacing what it held): what Read and then Write in binary give, read
+// as Read reads and throwing what it throws. JSON whose members come in
+// field-number order, as Write writes them, is encoded as it is read,
+// without a record in between. Returns the format read.
+GCUSCHEMA_DOCUMENT_API Format Encode(std::string_view bytes, const google::protobuf::Descriptor* type,
+                                     std::string* encoded, const ReadOptions& options = {});
 
 // Writes `record` in `format`, handed to `sink` in stretches as it is made,
 // never held whole (JSON without a line break at its end).
