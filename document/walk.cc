@@ -58,16 +58,6 @@ Walk::Step Walk::Into(const Settings& decided, std::string_view member) {
   return Step(this);
 }
 
-void Walk::Push(std::string_view name, int index, const pb::Descriptor* settings) {
-  steps_.push_back(StepData{name, index, settings});
-  if (settings != nullptr) ++config_depth_;
-}
-
-void Walk::Pop() {
-  if (steps_.back().settings != nullptr) --config_depth_;
-  steps_.pop_back();
-}
-
 void Walk::Truncate(std::size_t size) {
   while (steps_.size() > size) Pop();
 }

@@ -141,8 +141,15 @@ class Walk {
   // another description of it (the differencer's).
   std::size_t size() const { return steps_.size(); }
   void Truncate(std::size_t size);
-  void Push(std::string_view name, int index, const google::protobuf::Descriptor* settings = nullptr);
-  void Pop();
+  // Taken for every member and element a reader or writer passes: inline.
+  void Push(std::string_view name, int index, const google::protobuf::Descriptor* settings = nullptr) {
+    steps_.push_back(StepData{name, index, settings});
+    if (settings != nullptr) ++config_depth_;
+  }
+  void Pop() {
+    if (steps_.back().settings != nullptr) --config_depth_;
+    steps_.pop_back();
+  }
   // Takes the place where `other` stands (for a walk that carries on part
   // of another's work on another thread).
   void StandAt(const Walk& other) {

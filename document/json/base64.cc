@@ -21,15 +21,17 @@ constexpr std::array<std::uint8_t, 256> kDigitValues = DigitValues();
 std::uint32_t Digit(char c) { return kDigitValues[static_cast<unsigned char>(c)]; }
 
 // Decodes the one form the writer writes: the standard alphabet, padded,
-// without whitespace. False for anything else. Bits past the last byte are
-// ignored, as the runtime's decoder ignores them.
+// without whitespace, appended to `bytes`. False for anything else, with
+// `bytes` as it was. Bits past the last byte are ignored, as the runtime's
+// decoder ignores them.
 bool DecodeStandard(std::string_view text, std::string* bytes) {
   if (text.size() % 4 != 0) return false;
   std::size_t padding = 0;
   if (!text.empty() && text.back() == '=') padding = text[text.size() - 2] == '=' ? 2 : 1;
   const std::size_t whole = text.size() - (padding == 0 ? 0 : 4);  // digits in groups of four
-  bytes->resize(text.size() / 4 * 3 - padding);
-  char* out = bytes->data();
+  const std::size_t before = bytes->size();
+  bytes->resize(before + text.size() / 4 * 3 - padding);
+  char* out = bytes->data() + before;
   std::uint32_t seen = 0;  // every digit's value or'ed: kNoDigit's high bit marks a stranger
   for (std::size_t i = 0; i < whole; i += 4) {
     const std::uint32_t a = Digit(text[i]), b = Digit(text[i + 1]), c = Digit(text[i + 2]), d = Digit(text[i + 3]);
@@ -48,7 +50,9 @@ bool DecodeStandard(std::string_view text, std::string* bytes) {
     out[0] = static_cast<char>(group >> 16);
     if (padding == 1) out[1] = static_cast<char>(group >> 8);
   }
-  return (seen & 0x80) == 0;
+  if ((seen & 0x80) == 0) return true;
+  bytes->resize(before);
+  return false;
 }
 
 }  // namespace

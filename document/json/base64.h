@@ -8,7 +8,8 @@
 namespace gcuschema::document::internal {
 
 // Decodes base64 of the standard or the URL-safe alphabet (or a mix), with
-// or without padding, whitespace ignored. False when `text` is not base64.
+// or without padding, whitespace ignored, appending the bytes to `bytes`.
+// False when `text` is not base64, `bytes` then as it was.
 bool DecodeBase64(std::string_view text, std::string* bytes);
 
 }  // namespace gcuschema::document::internal

@@ -261,6 +261,7 @@ void JsonDescent::UnknownFields(sj::value& value, RecordBeingRead& place) {
   const char* at = Start(value);
   const std::string where = PathTo(kUnknownKey);
   if (*at != '"') Fail(at, where, "expected base64 text of encoded fields, found " + Describe(at));
+  bytes_.clear();
   if (!DecodeBase64(StringAt(at, value.raw_json_token().size()), &bytes_)) Fail(at, where, "is not base64 text");
   pb::Message* check = Spare(place.plan->type, &checks_);
   check->Clear();
@@ -482,18 +483,22 @@ void JsonDescent::EndSettings(const pb::Descriptor* type, std::size_t start) {
 
 // The encodings of a record's fields (from `first` in encoded_, which
 // tile the record's bytes to the end of the encoding) in number order.
+// Those already in place stay where they are: a document's fields are out
+// of order only after the first field declared before a lower number.
 void JsonDescent::PutInNumberOrder(std::size_t first) {
-  const auto begin = encoded_.begin() + static_cast<std::ptrdiff_t>(first);
-  const std::size_t start = begin->start;
-  const std::string_view bytes = std::string_view(wire_.bytes()).substr(start);
+  const std::string_view bytes = wire_.bytes();
   std::vector<std::pair<int, std::string_view>> fields;
-  for (auto field = begin; field != encoded_.end(); ++field) {
+  for (auto field = encoded_.begin() + static_cast<std::ptrdiff_t>(first); field != encoded_.end(); ++field) {
     const std::size_t end = field + 1 == encoded_.end() ? wire_.size() : (field + 1)->start;
-    fields.emplace_back(field->number, bytes.substr(field->start - start, end - field->start));
+    fields.emplace_back(field->number, bytes.substr(field->start, end - field->start));
   }
-  std::sort(fields.begin(), fields.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<std::pair<int, std::string_view>> sorted = fields;
+  std::sort(sorted.begin(), sorted.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::size_t moved = 0;
+  while (sorted[moved].first == fields[moved].first) ++moved;
   reordered_.clear();
-  for (const auto& field : fields) reordered_.append(field.second);
+  for (std::size_t i = moved; i < sorted.size(); ++i) reordered_.append(sorted[i].second);
+  const std::size_t start = static_cast<std::size_t>(fields[moved].second.data() - bytes.data());
   wire_.mutable_bytes()->replace(start, reordered_.size(), reordered_);
 }
 

@@ -147,13 +147,14 @@ bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* a
     }
     case ValueKind::kBytes: {
       if (c != '"') wrong_kind();
-      if (!DecodeBase64(StringAt(at, value.raw_json_token().size()), &bytes_)) {
+      // Decoded where it goes, its length put before it after.
+      wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
+      const std::size_t start = wire_.Open();
+      if (!DecodeBase64(StringAt(at, value.raw_json_token().size()), wire_.mutable_bytes())) {
         Fail(at, Path(), Describe(at) + " is not base64 text (" + Expected(field) + ")");
       }
-      note_zero(bytes_.empty());
-      wire_.Tag(static_cast<std::uint32_t>(field.number), WireType::kLength);
-      wire_.Varint(bytes_.size());
-      wire_.Append(bytes_);
+      note_zero(wire_.size() == start);
+      wire_.Close(start);
       return true;
     }
     case ValueKind::kEnum: {
