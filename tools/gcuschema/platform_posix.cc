@@ -332,3 +332,38 @@ void OutputFile::Commit() {
 }
 
 }  // namespace gcuschema::tool::platform
+
+// Every large allocation in huge pages, where the system gives them on
+// request: the JSON reader's index of the text (a few bytes per token) and
+// the encoding it writes are allocated by libraries that take no
+// allocator, and filling them 4 KiB page by page took a fifth of a large
+// encode. The operators replace the C++ library's for the whole program.
+namespace {
+
+constexpr std::size_t kLargeAllocation = 4 * 1024 * 1024;
+
+void* Allocate(std::size_t size) {
+  void* block = std::malloc(size == 0 ? 1 : size);
+  if (block == nullptr) throw std::bad_alloc();
+  if (size >= kLargeAllocation) gcuschema::tool::platform::AdviseHugePages(block, size);
+  return block;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return Allocate(size); }
+void* operator new[](std::size_t size) { return Allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  try {
+    return Allocate(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
