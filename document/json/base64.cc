@@ -7,12 +7,12 @@ namespace gcuschema::document::internal {
 namespace {
 
 constexpr std::uint8_t kNoDigit = 0xFF;
+constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 constexpr std::array<std::uint8_t, 256> DigitValues() {
   std::array<std::uint8_t, 256> values{};
   for (auto& value : values) value = kNoDigit;
-  const char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  for (std::uint8_t i = 0; i < 64; ++i) values[static_cast<unsigned char>(digits[i])] = i;
+  for (std::uint8_t i = 0; i < 64; ++i) values[static_cast<unsigned char>(kDigits[i])] = i;
   return values;
 }
 
@@ -77,6 +77,28 @@ bool DecodeBase64(std::string_view text, std::string* bytes) {
   if (normal.size() % 4 == 1 || padding > 2) return false;
   while (normal.size() % 4 != 0) normal.push_back('=');
   return DecodeStandard(normal, bytes);
+}
+
+std::size_t EncodedBase64Size(std::size_t size) { return (size + 2) / 3 * 4; }
+
+char* EncodeBase64(std::string_view bytes, char* out) {
+  const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
+  std::size_t left = bytes.size();
+  for (; left >= 3; left -= 3, in += 3) {
+    const std::uint32_t group = std::uint32_t{in[0]} << 16 | std::uint32_t{in[1]} << 8 | in[2];
+    *out++ = kDigits[group >> 18];
+    *out++ = kDigits[(group >> 12) & 63];
+    *out++ = kDigits[(group >> 6) & 63];
+    *out++ = kDigits[group & 63];
+  }
+  if (left > 0) {
+    const std::uint32_t group = std::uint32_t{in[0]} << 16 | (left == 2 ? std::uint32_t{in[1]} << 8 : 0);
+    *out++ = kDigits[group >> 18];
+    *out++ = kDigits[(group >> 12) & 63];
+    *out++ = left == 2 ? kDigits[(group >> 6) & 63] : '=';
+    *out++ = '=';
+  }
+  return out;
 }
 
 }  // namespace gcuschema::document::internal

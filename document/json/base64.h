@@ -2,6 +2,7 @@
 #ifndef GCUSCHEMA_DOCUMENT_JSON_BASE64_H
 #define GCUSCHEMA_DOCUMENT_JSON_BASE64_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,11 @@ namespace gcuschema::document::internal {
 // or without padding, whitespace ignored, appending the bytes to `bytes`.
 // False when `text` is not base64, `bytes` then as it was.
 bool DecodeBase64(std::string_view text, std::string* bytes);
+
+// Base64 of `bytes` in the standard alphabet, padded: EncodedBase64Size
+// characters written at `out`; returns their end.
+std::size_t EncodedBase64Size(std::size_t size);
+char* EncodeBase64(std::string_view bytes, char* out);
 
 }  // namespace gcuschema::document::internal
 

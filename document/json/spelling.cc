@@ -10,6 +10,8 @@
 #include <google/protobuf/stubs/common.h>
 #include <google/protobuf/stubs/strutil.h>
 
+#include "json/base64.h"
+
 namespace gcuschema::document::internal {
 namespace {
 
@@ -154,11 +156,9 @@ void AppendDouble(double value, std::string* out) { AppendNumber(value, SpellFlo
 void AppendDouble(double value, TextBuffer* out) { AppendNumber(value, SpellFloating<double>, out); }
 
 void AppendBase64(std::string_view bytes, TextBuffer* out) {
-  const int length = google::protobuf::CalculateBase64EscapedLen(static_cast<int>(bytes.size()));
-  char* at = out->Room(static_cast<std::size_t>(length) + 2);
+  char* at = out->Room(EncodedBase64Size(bytes.size()) + 2);
   *at++ = '"';
-  at += google::protobuf::Base64Escape(reinterpret_cast<const unsigned char*>(bytes.data()),
-                                       static_cast<int>(bytes.size()), at, length);
+  at = EncodeBase64(bytes, at);
   *at++ = '"';
   out->Advance(at);
 }

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include <google/protobuf/stubs/strutil.h>
 #include <gtest/gtest.h>
 
 #include <gcuschema/Config.pb.h>
@@ -123,6 +124,25 @@ TEST(JsonSpellingTest, TextThatIsNotUtf8AfterAsciiIsRefused) {
     FAIL() << "text that is not UTF-8 was written";
   } catch (const Error& e) {
     EXPECT_EQ(e.where(), "deviceDescription");
+  }
+}
+
+// Bytes are written as the runtime's own encoder writes them: the
+// standard alphabet, padded.
+TEST(JsonSpellingTest, BytesAreTheRuntimesBase64) {
+  std::mt19937 random(11);
+  WriteOptions plain;
+  plain.expand = false;
+  plain.indent = 0;
+  for (int round = 0; round < 2000; ++round) {
+    std::string bytes(static_cast<std::size_t>(std::uniform_int_distribution<int>(0, 40)(random)), '\0');
+    for (char& c : bytes) c = static_cast<char>(std::uniform_int_distribution<int>(0, 255)(random));
+    ConfigData doc;
+    doc.add_inputs()->set_config(bytes);
+    std::string expected;
+    google::protobuf::Base64Escape(bytes, &expected);
+    EXPECT_EQ(WriteString(doc, Format::kJson, plain),
+              bytes.empty() ? R"({"inputs":[{}]})" : R"({"inputs":[{"config":")" + expected + R"("}]})");
   }
 }
 

@@ -94,6 +94,10 @@ class OutputFile {
   std::string temporary_;
   std::intptr_t handle_ = -1;
   bool owned_ = false;
+  // A temporary's bytes written so far, and how many of them are on their
+  // way to the disk already.
+  std::uint64_t written_ = 0;
+  std::uint64_t flushing_ = 0;
 };
 
 }  // namespace gcuschema::tool::platform
