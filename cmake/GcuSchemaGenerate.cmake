@@ -36,3 +36,31 @@ function(gcuschema_generate_cpp out_sources out_headers)
   set(${out_sources} "${sources}" PARENT_SCOPE)
   set(${out_headers} "${headers}" PARENT_SCOPE)
 endfunction()
+
+# gcuschema_generate_all_records_header(<out-header-var> PROTOS <file>...)
+#
+# Writes ${GCUSCHEMA_GEN_DIR}/gcuschema/all_records.h, which includes the
+# header of every schema file given: a host gets every record without knowing
+# which file holds it (file and record names differ, e.g.
+# DigitalInputConfiguration.pb.h holds DigitalInConfiguration). Made from the
+# same list the units are generated from, and rewritten only when that list
+# changes, so it cannot fall behind the schema files.
+function(gcuschema_generate_all_records_header out_header)
+  cmake_parse_arguments(ARG "" "" "PROTOS" ${ARGN})
+  set(includes "")
+  foreach(proto IN LISTS ARG_PROTOS)
+    get_filename_component(name "${proto}" NAME_WE)
+    string(APPEND includes "#include <gcuschema/${name}.pb.h>\n")
+  endforeach()
+  set(header "${GCUSCHEMA_GEN_DIR}/gcuschema/all_records.h")
+  file(CONFIGURE OUTPUT "${header}" CONTENT
+"// Made by the build from the schema files in config/protobuf/: includes the
+// header of every record of libgcuschema. Not to be edited.
+#ifndef GCUSCHEMA_ALL_RECORDS_H
+#define GCUSCHEMA_ALL_RECORDS_H
+
+${includes}
+#endif
+")
+  set(${out_header} "${header}" PARENT_SCOPE)
+endfunction()
