@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <charconv>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -242,7 +243,8 @@ void PairingCatalogue::Apply(std::string_view text) {
 namespace internal {
 
 std::string DescribeTypeCode(EntryKind kind, int code) {
-  std::string out = std::to_string(code);
+  // Driver codes are uint32 fields, held here as the same 32 bits.
+  std::string out = kind == EntryKind::kDriver ? std::to_string(static_cast<std::uint32_t>(code)) : std::to_string(code);
   const pb::EnumDescriptor* type_enum = TypeCodeNames(kind);
   if (const pb::EnumValueDescriptor* value = type_enum ? type_enum->FindValueByNumber(code) : nullptr) {
     out += " (" + value->name() + ")";
