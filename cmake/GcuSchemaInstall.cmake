@@ -53,6 +53,13 @@ install(FILES "${CMAKE_CURRENT_BINARY_DIR}/GcuSchemaConfig.cmake"
 # relocated install works without editing it.
 file(RELATIVE_PATH GCUSCHEMA_PC_PREFIX_FROM_PCDIR
      "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+# A program linked with these flags finds the libraries where they lie when
+# it runs: the dynamic loader looks in the system's directories only.
+# Debian's linker writes it as a RUNPATH, which LD_LIBRARY_PATH overrides.
+set(GCUSCHEMA_PC_RPATH "")
+if(UNIX AND NOT APPLE)
+  set(GCUSCHEMA_PC_RPATH " -Wl,-rpath,\${libdir}")
+endif()
 foreach(pc IN ITEMS gcuschema gcuschema-document)
   configure_file(cmake/${pc}.pc.in "${CMAKE_CURRENT_BINARY_DIR}/${pc}.pc" @ONLY)
   install(FILES "${CMAKE_CURRENT_BINARY_DIR}/${pc}.pc"

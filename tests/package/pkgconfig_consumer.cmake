@@ -1,8 +1,9 @@
 # cmake -DSTAGE=... -DCXX=... -DSOURCE=... -DOUT=... [-DPACKAGE=...] [-DEXPECT=...]
 #       -P pkgconfig_consumer.cmake
 # Builds SOURCE with nothing but the flags pkg-config gives for PACKAGE
-# (gcuschema by default) from the staged install, runs it, and expects
-# EXPECT in what it prints.
+# (gcuschema by default) from the staged install, runs it with nothing set
+# (no LD_LIBRARY_PATH: the flags' run path finds the staged libraries), and
+# expects EXPECT in what it prints.
 if(NOT PACKAGE)
   set(PACKAGE gcuschema)
 endif()
@@ -32,15 +33,31 @@ endforeach()
 if(NOT include_ok OR NOT flags MATCHES "-lgcuschema")
   message(FATAL_ERROR "unexpected flags from the staged ${PACKAGE}.pc: ${flags}")
 endif()
+# The run path is the staged library directory, however the path is spelled.
+set(rpath_ok FALSE)
+foreach(flag IN LISTS flag_list)
+  if(flag MATCHES "^-Wl,-rpath,(.*)")
+    file(REAL_PATH "${CMAKE_MATCH_1}" dir)
+    file(REAL_PATH "${STAGE}/lib" staged)
+    if(dir STREQUAL staged)
+      set(rpath_ok TRUE)
+    endif()
+  endif()
+endforeach()
+if(NOT rpath_ok)
+  message(FATAL_ERROR "the staged ${PACKAGE}.pc gives no run path to ${STAGE}/lib: ${flags}")
+endif()
+get_filename_component(out_dir "${OUT}" DIRECTORY)
+file(MAKE_DIRECTORY "${out_dir}")
 execute_process(COMMAND ${CXX} -std=c++17 "${SOURCE}" -o "${OUT}" ${flag_list}
-                        "-Wl,-rpath,${STAGE}/lib"
                 RESULT_VARIABLE rc ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "building with '${flags}' failed:\n${err}")
 endif()
-execute_process(COMMAND "${OUT}" RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+execute_process(COMMAND ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH "${OUT}"
+                RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
 string(FIND "${out}" "${EXPECT}" found)
 if(NOT rc EQUAL 0 OR found EQUAL -1)
-  message(FATAL_ERROR "the pkg-config host failed (${rc}): ${out}")
+  message(FATAL_ERROR "the program built with '${flags}' failed (${rc}) when run with nothing set: ${out}${err}")
 endif()
 message(STATUS "pkg-config flags: ${flags}")

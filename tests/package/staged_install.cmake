@@ -6,7 +6,8 @@ if(NOT rc EQUAL 0)
   message(FATAL_ERROR "install into ${STAGE} failed:\n${err}")
 endif()
 foreach(f lib/libgcuschema.so lib/libgcuschema_document.so include/gcuschema/Config.pb.h
-          include/gcuschema/export.h include/gcuschema/document/io.h
+          include/gcuschema/export.h include/gcuschema/all_records.h include/gcuschema/document/io.h
+          include/gcuschema/document/settings.h lib/pkgconfig/gcuschema-document.pc
           share/gcuschema/proto/Config.proto share/gcuschema/proto/SplitterOutputConfig.proto
           bin/gcuschema lib/cmake/GcuSchema/GcuSchemaConfig.cmake
           lib/cmake/GcuSchema/GcuSchemaConfigVersion.cmake lib/cmake/GcuSchema/GcuSchemaTargets.cmake
