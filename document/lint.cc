@@ -15,6 +15,8 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/unknown_field_set.h>
 
+#include <gcuschema/CalibrationData.pb.h>
+#include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/Config.pb.h>
 
 #include "calibration_limits.h"
@@ -335,11 +337,14 @@ class Linter {
   }
 
   // Elements of a list of records; the identifiers of inputs, outputs,
-  // maps and buses are unique within their list.
+  // maps and buses are unique within their list, and so are the logicalIds
+  // of each kind of calibration entry (the limits template finds its entry
+  // for a channel by them).
   void Elements(const pb::Message& record, const pb::FieldDescriptor* field, int size) {
     const pb::Reflection* reflection = record.GetReflection();
     const pb::FieldDescriptor* key = nullptr;
-    if (record.GetDescriptor() == ConfigData::descriptor()) {
+    const pb::Descriptor* type = record.GetDescriptor();
+    if (type == ConfigData::descriptor()) {
       const int number = field->number();
       if (number == ConfigData::kInputsFieldNumber || number == ConfigData::kOutputsFieldNumber ||
           number == ConfigData::kMapsFieldNumber) {
@@ -347,10 +352,13 @@ class Linter {
       } else if (number == ConfigData::kCanbusFieldNumber) {
         key = field->message_type()->FindFieldByName("canbusId");
       }
+    } else if (type == CalibrationData::descriptor() || type == CalibrationTemplateData::descriptor()) {
+      key = field->message_type()->FindFieldByName("logicalId");
     }
     const bool limited = limits_ != nullptr && &record == root_;
     std::unordered_map<std::int64_t, int> first;
     const internal::Walk::Step list = walk_.Member(field->name());
+    if (limited) limits_->CheckTemplate(field, walk_.Path(), [this](const Finding& finding) { Emit(finding); });
     for (int i = 0; i < size; ++i) {
       const pb::Message& element = reflection->GetRepeatedMessage(record, field, i);
       if (key != nullptr) {
