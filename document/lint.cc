@@ -6,7 +6,6 @@
 #include <memory>
 #include <mutex>
 #include <set>
-#include <sstream>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -21,6 +20,7 @@
 
 #include "calibration_limits.h"
 #include "field_values.h"
+#include "json/spelling.h"
 #include "ranges.h"
 #include "walk.h"
 
@@ -185,12 +185,20 @@ double NumberAt(const pb::Message& record, const pb::FieldDescriptor* field) {
   }
 }
 
-// "500", "2.5": a value as a finding quotes it.
+// "500", "2.5", "1.0000001": a value as a finding quotes it, exactly, in
+// the JSON writer's spelling (the shortest text that reads back as it, a
+// float as a float), so that two values that differ never read alike.
 std::string NumberText(const pb::Message& record, const pb::FieldDescriptor* field) {
   if (internal::IsInteger(field)) return std::to_string(IntegerAt(record, field, 0));
-  std::ostringstream out;
-  out << NumberAt(record, field);
-  return out.str();
+  std::string out;
+  if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_FLOAT) {
+    internal::AppendFloat(record.GetReflection()->GetFloat(record, field), &out);
+  } else {
+    internal::AppendDouble(record.GetReflection()->GetDouble(record, field), &out);
+  }
+  // JSON quotes the infinities, being no numbers of its own: a finding need not.
+  if (out.size() > 1 && out.front() == '"') out = out.substr(1, out.size() - 2);
+  return out;
 }
 
 class Linter {

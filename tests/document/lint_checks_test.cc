@@ -16,6 +16,7 @@
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/Config.pb.h>
+#include <gcuschema/CurrentConfiguration.pb.h>
 #include <gcuschema/MapOutputConfigData.pb.h>
 #include <gcuschema/PowerOutputConfigData.pb.h>
 #include <gcuschema/SplitterOutputConfig.pb.h>
@@ -246,6 +247,43 @@ TEST(LintChecksTest, EveryRangeOfTheSchemaIsCheckedTheRightWayUp) {
     }
   }
   EXPECT_EQ(found, expected);
+}
+
+// The message of the one inverted-range finding on `record`.
+std::string InvertedRangeMessage(const pb::Message& record) {
+  std::vector<std::string> messages;
+  for (const Finding& finding : Lint(record)) {
+    if (finding.rule == "inverted-range") messages.push_back(finding.message.substr(0, finding.message.find(';')));
+  }
+  EXPECT_EQ(messages.size(), 1u);
+  return messages.empty() ? std::string() : messages[0];
+}
+
+TEST(LintChecksTest, FindingsQuoteNumbersExactlyAsTheJsonWriterSpellsThem) {
+  // Ends one step apart: rounded to six digits they read alike.
+  Input input;
+  input.set_minvalue(std::nextafter(1.0f, 2.0f));
+  input.set_maxvalue(1.0f);
+  EXPECT_EQ(InvertedRangeMessage(input), "minValue 1.0000001 is above maxValue 1");
+  Estimations estimator;
+  estimator.set_yminsaturation(std::nextafter(1234567.0, 2e6));
+  estimator.set_ymaxsaturation(1234567.0);
+  EXPECT_EQ(InvertedRangeMessage(estimator), "yMinSaturation 1234567.0000000002 is above yMaxSaturation 1234567");
+  CurrentConfiguration current;
+  current.set_resistancemin(0.1 + 0.2);
+  current.set_resistancemax(0.3);
+  EXPECT_EQ(InvertedRangeMessage(current), "resistanceMin 0.30000000000000004 is above resistanceMax 0.3");
+  // A float is spelt as the float it is, not as the double it widens to.
+  input.set_minvalue(0.3f);
+  input.set_maxvalue(0.2f);
+  EXPECT_EQ(InvertedRangeMessage(input), "minValue 0.3 is above maxValue 0.2");
+  input.set_minvalue(1e20f);
+  input.set_maxvalue(-1.5e-7f);
+  EXPECT_EQ(InvertedRangeMessage(input), "minValue 1e+20 is above maxValue -1.5e-07");
+  // The infinities as JSON names them, unquoted.
+  input.set_minvalue(INFINITY);
+  input.set_maxvalue(-INFINITY);
+  EXPECT_EQ(InvertedRangeMessage(input), "minValue Infinity is above maxValue -Infinity");
 }
 
 TEST(LintChecksTest, RangesInPlace) {

@@ -1,5 +1,6 @@
 // lint: one finding per line; exit 0 when clean or only warnings, 1 with
 // an error, 2 when the document cannot be read.
+#include <cmath>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -144,6 +145,26 @@ TEST(ToolLintTest, TemplateNamesEveryValueOutsideItsLimits) {
   EXPECT_EQ(result.exit_status, 2);
   EXPECT_EQ(result.err.rfind("gcuschema: --template: a limits template checks a CalibrationData", 0), 0u)
       << result.err;
+}
+
+TEST(ToolLintTest, FindingsQuoteNumbersExactly) {
+  ConfigData config;
+  Input* input = config.add_inputs();
+  input->set_id(1);
+  input->set_type(Input::TestInput);
+  input->set_minvalue(std::nextafter(1.0f, 2.0f));
+  input->set_maxvalue(1.0f);
+  Estimations* estimator = config.add_estimationdata();
+  estimator->set_yminsaturation(0.1 + 0.2);
+  estimator->set_ymaxsaturation(0.3);
+  ScratchDir dir;
+  const ProcessResult result = RunTool({"lint", "-q", dir.Put("config.bin", EncodeRecord(config))});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out,
+            "inputs[0].minValue: error: minValue 1.0000001 is above maxValue 1; a range runs from its lower end up "
+            "to its upper one: swap the two [inverted-range]\n"
+            "estimationData[0].yMinSaturation: error: yMinSaturation 0.30000000000000004 is above yMaxSaturation "
+            "0.3; a range runs from its lower end up to its upper one: swap the two [inverted-range]\n");
 }
 
 // A template of ADC 1, 2, 3 (levelMax5v 1000, 2000, 3000) and a
