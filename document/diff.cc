@@ -140,12 +140,13 @@ std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* fi
   return std::string();
 }
 
-std::string FormatUnknown(const pb::UnknownField& field) {
+// An unknown field's value; bytes shown from `from` on, as FormatBytes does.
+std::string FormatUnknown(const pb::UnknownField& field, std::size_t from = 0) {
   switch (field.type()) {
     case pb::UnknownField::TYPE_VARINT: return std::to_string(field.varint());
     case pb::UnknownField::TYPE_FIXED32: return std::to_string(field.fixed32());
     case pb::UnknownField::TYPE_FIXED64: return std::to_string(field.fixed64());
-    case pb::UnknownField::TYPE_LENGTH_DELIMITED: return FormatBytes(field.length_delimited());
+    case pb::UnknownField::TYPE_LENGTH_DELIMITED: return FormatBytes(field.length_delimited(), from);
     case pb::UnknownField::TYPE_GROUP: return "{ group of " + std::to_string(field.group().field_count()) + " }";
   }
   return std::string();
@@ -248,14 +249,21 @@ class Collector : public MessageDifferencer::Reporter {
                   std::deque<std::string>* names) {
     const pb::FieldDescriptor* field = last.field;
     if (field == nullptr) {
-      std::string old_value;
-      std::string new_value;
-      if (last.unknown_field_set1 != nullptr && last.unknown_field_index1 >= 0) {
-        old_value = FormatUnknown(last.unknown_field_set1->field(last.unknown_field_index1));
+      const pb::UnknownField* old_field = last.unknown_field_set1 != nullptr && last.unknown_field_index1 >= 0
+                                              ? &last.unknown_field_set1->field(last.unknown_field_index1)
+                                              : nullptr;
+      const pb::UnknownField* new_field = last.unknown_field_set2 != nullptr && last.unknown_field_index2 >= 0
+                                              ? &last.unknown_field_set2->field(last.unknown_field_index2)
+                                              : nullptr;
+      // Long bytes on both sides are shown where they part, as known bytes are.
+      std::size_t from = 0;
+      if (old_field != nullptr && new_field != nullptr &&
+          old_field->type() == pb::UnknownField::TYPE_LENGTH_DELIMITED &&
+          new_field->type() == pb::UnknownField::TYPE_LENGTH_DELIMITED) {
+        from = FirstDifference(old_field->length_delimited(), new_field->length_delimited());
       }
-      if (last.unknown_field_set2 != nullptr && last.unknown_field_index2 >= 0) {
-        new_value = FormatUnknown(last.unknown_field_set2->field(last.unknown_field_index2));
-      }
+      std::string old_value = old_field != nullptr ? FormatUnknown(*old_field, from) : std::string();
+      std::string new_value = new_field != nullptr ? FormatUnknown(*new_field, from) : std::string();
       Take(last, -1, names);
       Add(kind, walk_.Path(), std::move(old_value), std::move(new_value));
       return;

@@ -243,6 +243,41 @@ TEST(DiffTest, UnknownFieldsAndListElements) {
   EXPECT_EQ(Lines(before, tagged), "+ canbus[0].#50: 1\n");
 }
 
+TEST(DiffTest, LongUnknownBytesAreShownWhereTheyPartAsBytesFieldsAre) {
+  // 120 bytes, 0 to 119, against the same with byte 90 changed: the window
+  // starts at 80 on both sides, as for a bytes field of the schema.
+  std::string bytes;
+  for (int i = 0; i < 120; ++i) bytes += static_cast<char>(i);
+  std::string changed = bytes;
+  changed[90] = '\xff';
+  ConfigData before;
+  ConfigData after;
+  before.GetReflection()->MutableUnknownFields(&before)->AddLengthDelimited(99, bytes);
+  after.GetReflection()->MutableUnknownFields(&after)->AddLengthDelimited(99, changed);
+  EXPECT_EQ(Lines(before, after),
+            "~ #99: <120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 5a 5b 5c 5d 5e 5f ...> -> "
+            "<120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 ff 5b 5c 5d 5e 5f ...>\n");
+  ConfigData known_before;
+  ConfigData known_after;
+  known_before.add_drivers()->set_config(bytes);
+  known_after.add_drivers()->set_config(changed);
+  EXPECT_EQ(Lines(known_before, known_after),
+            "~ drivers[0].config: <120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 5a 5b 5c 5d 5e 5f ...> -> "
+            "<120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 ff 5b 5c 5d 5e 5f ...>\n");
+  // Inside an entry, and where one side is shorter.
+  ConfigData entry_before;
+  entry_before.add_canbus()->set_canbusid(1);
+  ConfigData entry_after = entry_before;
+  auto* unknown_before = entry_before.mutable_canbus(0)->GetReflection()->MutableUnknownFields(
+      entry_before.mutable_canbus(0));
+  unknown_before->AddLengthDelimited(50, bytes);
+  entry_after.mutable_canbus(0)->GetReflection()->MutableUnknownFields(entry_after.mutable_canbus(0))
+      ->AddLengthDelimited(50, bytes.substr(0, 40));
+  EXPECT_EQ(Lines(entry_before, entry_after),
+            "~ canbus[0].#50: <120 bytes, at 32: 20 21 22 23 24 25 26 27 28 29 2a 2b 2c 2d 2e 2f ...> -> "
+            "<40 bytes, at 32: 20 21 22 23 24 25 26 27>\n");
+}
+
 ConfigData Parsed(const std::string& bytes) {
   ConfigData config;
   EXPECT_TRUE(test::Parse(&config, bytes));

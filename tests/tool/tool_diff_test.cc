@@ -42,6 +42,23 @@ TEST(ToolDiffTest, DocumentsThatDifferOnlyInNaNBitsDiffer) {
   EXPECT_EQ(result.out, "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0xffc00000\n");
 }
 
+TEST(ToolDiffTest, LongUnknownFieldsAreShownFromWhereTheyDiffer) {
+  // Field 99 of the document, 120 bytes 00 to 77, the second with byte 90
+  // set to ff: tag 9a 06, length 78.
+  std::string bytes;
+  for (int i = 0; i < 120; ++i) bytes += static_cast<char>(i);
+  std::string changed = bytes;
+  changed[90] = '\xff';
+  ScratchDir dir;
+  const std::string a = dir.Put("a.bin", "\x9a\x06\x78" + bytes);
+  const std::string b = dir.Put("b.bin", "\x9a\x06\x78" + changed);
+  ProcessResult result = RunTool({"diff", a, b});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out,
+            "~ #99: <120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 5a 5b 5c 5d 5e 5f ...> -> "
+            "<120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 ff 5b 5c 5d 5e 5f ...>\n");
+}
+
 TEST(ToolDiffTest, ChangedFieldIsShownWithOldAndNewValues) {
   ConfigData changed = SampleDocument();
   const std::string old_alias = changed.inputs(0).alias();

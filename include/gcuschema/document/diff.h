@@ -32,7 +32,8 @@ struct Difference {
 // itself ("inputs"). Indexes in paths are those of the second record, of the
 // first for what was removed; unknown fields are named by number ("#40").
 // Values read as the schema's text: enumerations by name, strings quoted,
-// bytes in hex ("<0a 01>", long ones by size and a window where they part),
+// bytes in hex ("<0a 01>", long ones by size and a window where they part,
+// unknown fields' as known ones'),
 // records on one line ("{ id: 3 alias: \"A\" }") with settings in `config`
 // shown as their record ("AdcConfiguration { range: range12V }").
 //
