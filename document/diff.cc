@@ -539,6 +539,59 @@ void Compare(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector
   Differ(walk, out).differencer().Compare(a, b);
 }
 
+// Whether records of `type` can hold settings, in a `config` of their own
+// or of a record they hold.
+bool HoldsSettings(const pb::Descriptor* type, std::unordered_map<const pb::Descriptor*, bool>* known) {
+  auto [at, fresh] = known->emplace(type, false);  // false while being decided: a cycle adds nothing
+  if (!fresh) return at->second;
+  bool holds = internal::SettingsField(type) != nullptr;
+  for (int i = 0; i < type->field_count() && !holds; ++i) {
+    const pb::Descriptor* inner = type->field(i)->message_type();
+    holds = inner != nullptr && HoldsSettings(inner, known);
+  }
+  (*known)[type] = holds;
+  return holds;
+}
+
+// Refuses a document whose settings nest deeper than the walk goes, as
+// every other reader does: comparing alone would never look inside settings
+// whose bytes are equal on both sides. Only settings that can hold settings
+// again are read, so a plain document costs a look at each entry's code.
+void RequireDepth(const pb::Message& record, Walk& walk, int side,
+                  std::unordered_map<const pb::Descriptor*, bool>* known) {
+  const pb::Reflection* r = record.GetReflection();
+  // Empty settings too: paired settings are a level of `config` whatever they hold.
+  const pb::FieldDescriptor* config = internal::SettingsField(record.GetDescriptor());
+  const pb::Descriptor* paired = config != nullptr ? internal::PairedSettings(record, walk.pairing()) : nullptr;
+  if (paired != nullptr && !HoldsSettings(paired, known)) {
+    if (walk.config_depth() + 1 > internal::kMaxConfigDepth) throw Walk::TooDeep(walk.PathTo(config->name()));
+  } else if (paired != nullptr) {
+    std::string scratch;
+    const Settings settings = walk.Decide(paired, r->GetStringReference(record, config, &scratch), side);
+    if (settings.state != Settings::State::kUnreadable) {
+      const Walk::Step step = walk.Into(settings, config->name());
+      RequireDepth(*settings.record, walk, side, known);
+    }
+  }
+  std::vector<const pb::FieldDescriptor*> fields;
+  r->ListFields(record, &fields);
+  for (const pb::FieldDescriptor* field : fields) {
+    if (field->cpp_type() != pb::FieldDescriptor::CPPTYPE_MESSAGE || !HoldsSettings(field->message_type(), known)) {
+      continue;
+    }
+    const Walk::Step member = walk.Member(field->name());
+    if (!field->is_repeated()) {
+      RequireDepth(r->GetMessage(record, field), walk, side, known);
+      continue;
+    }
+    const int size = r->FieldSize(record, field);
+    for (int i = 0; i < size; ++i) {
+      const Walk::Step element = walk.Element(i);
+      RequireDepth(r->GetRepeatedMessage(record, field, i), walk, side, known);
+    }
+  }
+}
+
 }  // namespace
 
 std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const DiffOptions& options) {
@@ -550,6 +603,9 @@ std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const D
   Walk walk(options.pairing);
   // Paths inside settings name the record they were read as.
   walk.set_name_settings(true);
+  std::unordered_map<const pb::Descriptor*, bool> holds_settings;
+  RequireDepth(a, walk, 0, &holds_settings);
+  RequireDepth(b, walk, 1, &holds_settings);
   Compare(a, b, walk, &differences);
   return differences;
 }

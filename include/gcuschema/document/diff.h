@@ -41,8 +41,9 @@ struct Difference {
 // them: NaNs that differ in sign or payload differ (shown with their bits,
 // "NaN 0x7fc00000"), and so do 0 and -0 in a list; a single field holding a
 // zero of either sign is not written and equals its absence. Throws Error
-// when settings nest deeper than any reader of the library goes (records
-// inside `config`, 16 levels).
+// when settings of either record nest deeper than any reader of the library
+// goes (records inside `config`, 16 levels), whether or not the two differ
+// there.
 struct DiffOptions {
   // Which record each entry's `config` holds.
   PairingCatalogue pairing = PairingCatalogue::Standard();
