@@ -178,18 +178,6 @@ std::string FormatMessage(const pb::Message& record, Walk& walk, int side) {
   return out + " }";
 }
 
-// A single float or double field holding zero of either sign: the record
-// does not write it, so the document does not hold it.
-bool IsUnwrittenZero(const pb::Message& record, const pb::FieldDescriptor* field) {
-  if (field->is_repeated() || field->has_presence()) return false;
-  const pb::Reflection* r = record.GetReflection();
-  switch (field->cpp_type()) {
-    case pb::FieldDescriptor::CPPTYPE_FLOAT: return r->GetFloat(record, field) == 0;
-    case pb::FieldDescriptor::CPPTYPE_DOUBLE: return r->GetDouble(record, field) == 0;
-    default: return false;
-  }
-}
-
 void Compare(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector<Difference>* out);
 
 // Turns the differencer's reports into differences with readable paths,
@@ -283,10 +271,9 @@ class Collector : public MessageDifferencer::Reporter {
     }
 
     // A field without presence holds its default when it is not written:
-    // its appearing or vanishing is a change of value, unless it is a zero
-    // the record would not write either (-0.0, seen as set by reflection).
+    // its appearing or vanishing is a change of value (-0.0 against an
+    // absent float too: the two differ in their bits).
     if (!field->has_presence()) kind = Difference::Kind::kModified;
-    if (IsUnwrittenZero(a, field) && IsUnwrittenZero(b, field)) return;
 
     if (field->type() == pb::FieldDescriptor::TYPE_BYTES) {
       BytesChange(kind, a, b, field);
@@ -342,12 +329,11 @@ class Collector : public MessageDifferencer::Reporter {
 // to a collector.
 // Floats and doubles compare by their bits, as the encoding holds them: a
 // NaN's sign and payload are part of a document, and so is the sign of a
-// zero in a list. A single field holding either zero is not written at all.
+// zero, in a list or in a single field.
 class BitwiseFloats : public pb::util::SimpleFieldComparator {
  public:
   ComparisonResult Compare(const pb::Message& a, const pb::Message& b, const pb::FieldDescriptor* field, int index_a,
                            int index_b, const pb::util::FieldContext* context) override {
-    if (IsUnwrittenZero(a, field) && IsUnwrittenZero(b, field)) return SAME;
     switch (field->cpp_type()) {
       case pb::FieldDescriptor::CPPTYPE_FLOAT:
         return ResultFromBoolean(Bits<float, std::uint32_t>(a, field, index_a) ==
@@ -457,6 +443,54 @@ void OrderChange(const std::vector<std::int64_t>& keys_a, const std::vector<std:
   out->push_back(Difference{Difference::Kind::kModified, path, show(kept_a), show(kept_b)});
 }
 
+// Whether records of `type` can hold a single float or double field, in
+// themselves or in a record they hold.
+bool HasSingleFloats(const pb::Descriptor* type, std::unordered_map<const pb::Descriptor*, bool>* known) {
+  auto [at, fresh] = known->emplace(type, false);  // false while being decided: a cycle adds nothing
+  if (!fresh) return at->second;
+  bool has = false;
+  for (int i = 0; i < type->field_count() && !has; ++i) {
+    const pb::FieldDescriptor* field = type->field(i);
+    const auto kind = field->cpp_type();
+    has = (!field->is_repeated() && !field->has_presence() &&
+           (kind == pb::FieldDescriptor::CPPTYPE_FLOAT || kind == pb::FieldDescriptor::CPPTYPE_DOUBLE)) ||
+          (field->message_type() != nullptr && HasSingleFloats(field->message_type(), known));
+  }
+  (*known)[type] = has;
+  return has;
+}
+
+// Whether `record` holds -0.0 in a single field, which its encoding leaves
+// out as it leaves out 0: two records can then encode alike and differ.
+bool HoldsNegativeZero(const pb::Message& record, std::unordered_map<const pb::Descriptor*, bool>* known) {
+  if (!HasSingleFloats(record.GetDescriptor(), known)) return false;
+  const pb::Reflection* r = record.GetReflection();
+  std::vector<const pb::FieldDescriptor*> fields;
+  r->ListFields(record, &fields);
+  for (const pb::FieldDescriptor* field : fields) {
+    switch (field->cpp_type()) {
+      case pb::FieldDescriptor::CPPTYPE_FLOAT:
+        if (!field->is_repeated() && r->GetFloat(record, field) == 0) return true;  // listed, so its sign is set
+        break;
+      case pb::FieldDescriptor::CPPTYPE_DOUBLE:
+        if (!field->is_repeated() && r->GetDouble(record, field) == 0) return true;
+        break;
+      case pb::FieldDescriptor::CPPTYPE_MESSAGE:
+        if (!field->is_repeated()) {
+          if (HoldsNegativeZero(r->GetMessage(record, field), known)) return true;
+          break;
+        }
+        for (int i = 0; i < r->FieldSize(record, field); ++i) {
+          if (HoldsNegativeZero(r->GetRepeatedMessage(record, field, i), known)) return true;
+        }
+        break;
+      default:
+        break;
+    }
+  }
+  return false;
+}
+
 // A keyed list of two configurations: entries gone from the first, entries
 // changed (compared one by one, in the first document's order), entries new
 // in the second, then the order when it changed. Matching by a hash of the
@@ -469,6 +503,7 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
   const pb::Reflection* ra = a.GetReflection();
   const pb::Reflection* rb = b.GetReflection();
   Differ elements(walk, out);
+  std::unordered_map<const pb::Descriptor*, bool> single_floats;
   // A string that is not UTF-8 is a difference to show, not a log line.
   pb::LogSilencer quiet;
   for (std::size_t i = 0; i < keys_a.size(); ++i) {
@@ -481,8 +516,12 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
       continue;
     }
     const pb::Message& element_b = rb->GetRepeatedMessage(b, list, match->second);
-    // Most entries are unchanged: equal encodings are equal records.
-    if (element_a.SerializeAsString() == element_b.SerializeAsString()) continue;
+    // Most entries are unchanged: equal encodings are equal records, but
+    // for a -0.0 that the encoding leaves out.
+    if (element_a.SerializeAsString() == element_b.SerializeAsString() &&
+        !HoldsNegativeZero(element_a, &single_floats) && !HoldsNegativeZero(element_b, &single_floats)) {
+      continue;
+    }
     const Walk::Step element = walk.Element(match->second);
     elements.differencer().Compare(element_a, element_b);
   }
