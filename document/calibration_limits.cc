@@ -1,11 +1,15 @@
 #include "calibration_limits.h"
 
+#include <map>
 #include <string>
-#include <unordered_map>
+#include <vector>
+
+#include <google/protobuf/unknown_field_set.h>
 
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/document/error.h>
+#include <gcuschema/document/lint.h>
 
 #include "field_path.h"
 #include "field_values.h"
@@ -20,36 +24,6 @@ constexpr int kUpperOffset = 200;
 constexpr char kKey[] = "logicalId";
 
 bool Contains(const std::string& name, const char* part) { return name.find(part) != std::string::npos; }
-
-// Where each calibration entry's template entry stands: by logicalId when it
-// tells the entries apart on both sides, else by position; -1 for none.
-std::vector<int> Match(const pb::Message& calibration, const pb::FieldDescriptor* list, const pb::Message& limits,
-                       const pb::FieldDescriptor* limits_list) {
-  const pb::Reflection* cr = calibration.GetReflection();
-  const pb::Reflection* lr = limits.GetReflection();
-  const int count = cr->FieldSize(calibration, list);
-  const int limit_count = lr->FieldSize(limits, limits_list);
-  const pb::FieldDescriptor* key = list->message_type()->FindFieldByName(kKey);
-  const pb::FieldDescriptor* limit_key = limits_list->message_type()->FindFieldByName(kKey);
-  std::vector<int> matched(static_cast<std::size_t>(count), -1);
-  if (key != nullptr && limit_key != nullptr) {
-    std::unordered_map<std::int64_t, int> by_key;
-    bool unique = true;
-    for (int j = 0; j < limit_count && unique; ++j) {
-      unique = by_key.emplace(IntegerAt(lr->GetRepeatedMessage(limits, limits_list, j), limit_key, 0), j).second;
-    }
-    std::unordered_map<std::int64_t, int> seen;
-    for (int i = 0; i < count && unique; ++i) {
-      const std::int64_t id = IntegerAt(cr->GetRepeatedMessage(calibration, list, i), key, 0);
-      unique = seen.emplace(id, i).second;
-      auto found = by_key.find(id);
-      matched[static_cast<std::size_t>(i)] = found == by_key.end() ? -1 : found->second;
-    }
-    if (unique) return matched;
-  }
-  for (int i = 0; i < count; ++i) matched[static_cast<std::size_t>(i)] = i < limit_count ? i : -1;
-  return matched;
-}
 
 }  // namespace
 
@@ -67,11 +41,21 @@ CalibrationLimits::CalibrationLimits(const pb::Message& calibration, const pb::M
     if (limits_list == nullptr || limits_list->message_type() == nullptr) continue;
     // A template without entries of a kind sets no limits on them.
     if (limits.GetReflection()->FieldSize(limits, limits_list) == 0) continue;
-    List& entry = lists_[list];
-    entry.limits_list = limits_list;
-    entry.matched = Match(calibration, list, limits, limits_list);
     const pb::Descriptor* value_type = list->message_type();
     const pb::Descriptor* limit_type = limits_list->message_type();
+    const pb::FieldDescriptor* limit_key = limit_type->FindFieldByName(kKey);
+    if (value_type->FindFieldByName(kKey) == nullptr || limit_key == nullptr) continue;
+    List& entry = lists_[list];
+    entry.limits_list = limits_list;
+    const pb::Reflection* lr = limits.GetReflection();
+    const int limit_count = lr->FieldSize(limits, limits_list);
+    std::map<std::int64_t, int> first;
+    for (int j = 0; j < limit_count; ++j) {
+      const std::int64_t id = IntegerAt(lr->GetRepeatedMessage(limits, limits_list, j), limit_key, 0);
+      auto [at, fresh] = first.emplace(id, j);
+      if (!fresh) entry.repeated.emplace_back(at->second, j);
+      entry.by_id[id] = fresh ? j : -1;
+    }
     for (int f = 0; f < limit_type->field_count(); ++f) {
       const pb::FieldDescriptor* limit = limit_type->field(f);
       // Limits are the template's own integer fields; the rest it shares.
@@ -95,16 +79,18 @@ void CalibrationLimits::Check(const pb::FieldDescriptor* list, int index, const 
   const List& entry = found->second;
   const pb::Message& value_entry = calibration_.GetReflection()->GetRepeatedMessage(calibration_, list, index);
   const pb::FieldDescriptor* key = list->message_type()->FindFieldByName(kKey);
-  const std::string named = key != nullptr ? " (" + std::string(kKey) + " " +
-                                                 std::to_string(IntegerAt(value_entry, key, 0)) + ")"
-                                           : std::string();
-  const int matched = entry.matched[static_cast<std::size_t>(index)];
-  if (matched < 0) {
+  const std::int64_t id = IntegerAt(value_entry, key, 0);
+  const std::string named = " (" + std::string(kKey) + " " + std::to_string(id) + ")";
+  auto match = entry.by_id.find(id);
+  // Entries of an id the template repeats: CheckTemplate has said so.
+  if (match != entry.by_id.end() && match->second < 0) return;
+  if (match == entry.by_id.end()) {
     emit(Finding{path, Severity::kWarning, "no-limits",
                  "the template has no " + entry.limits_list->name() + " entry for this one" + named +
                      "; its values are not checked"});
     return;
   }
+  const int matched = match->second;
   const pb::Message& limit_entry = limits_.GetReflection()->GetRepeatedMessage(limits_, entry.limits_list, matched);
   const std::string source = "the template's " + IndexPath(entry.limits_list->name(), matched);
   for (const Bound& bound : entry.bounds) {
@@ -119,4 +105,75 @@ void CalibrationLimits::Check(const pb::FieldDescriptor* list, int index, const 
   }
 }
 
+void CalibrationLimits::CheckTemplate(const pb::FieldDescriptor* list, const std::string& path,
+                                      const std::function<void(Finding)>& emit) const {
+  auto found = lists_.find(list);
+  if (found == lists_.end()) return;
+  const List& entry = found->second;
+  const pb::FieldDescriptor* key = entry.limits_list->message_type()->FindFieldByName(kKey);
+  const pb::Reflection* lr = limits_.GetReflection();
+  for (const auto& [first, later] : entry.repeated) {
+    const std::int64_t id = IntegerAt(lr->GetRepeatedMessage(limits_, entry.limits_list, later), key, 0);
+    emit(Finding{path, Severity::kError, "duplicate-id",
+                 "the template's " + IndexPath(entry.limits_list->name(), later) + " has " + kKey + " " +
+                     std::to_string(id) + ", as its " + IndexPath(entry.limits_list->name(), first) +
+                     " does, so the calibration's entries of " + kKey + " " + std::to_string(id) +
+                     " are not checked; give each template entry its own " + kKey});
+  }
+}
+
 }  // namespace gcuschema::document::internal
+
+namespace gcuschema::document {
+
+namespace pb = google::protobuf;
+
+const pb::Descriptor* CalibrationRecordHeld(const pb::Message& record, std::string* evidence) {
+  if (evidence != nullptr) evidence->clear();
+  const pb::Descriptor* calibration = ::CalibrationData::descriptor();
+  const pb::Descriptor* limits = ::CalibrationTemplateData::descriptor();
+  const pb::Descriptor* type = record.GetDescriptor();
+  if (type != calibration && type != limits) return nullptr;
+  const pb::Reflection* r = record.GetReflection();
+  for (int i = 0; i < type->field_count(); ++i) {
+    const pb::FieldDescriptor* list = type->field(i);
+    if (!list->is_repeated() || list->message_type() == nullptr) continue;
+    const pb::FieldDescriptor* value_list = calibration->FindFieldByNumber(list->number());
+    const pb::FieldDescriptor* limits_list = limits->FindFieldByNumber(list->number());
+    if (value_list == nullptr || limits_list == nullptr || value_list->message_type() == nullptr ||
+        limits_list->message_type() == nullptr) {
+      continue;
+    }
+    // A field of the template's entry that the calibration's lacks.
+    const auto template_only = [&](int number) -> const pb::FieldDescriptor* {
+      if (value_list->message_type()->FindFieldByNumber(number) != nullptr) return nullptr;
+      return limits_list->message_type()->FindFieldByNumber(number);
+    };
+    const int size = r->FieldSize(record, list);
+    for (int j = 0; j < size; ++j) {
+      const pb::Message& entry = r->GetRepeatedMessage(record, list, j);
+      const pb::FieldDescriptor* told = nullptr;
+      if (type == limits) {
+        std::vector<const pb::FieldDescriptor*> set;
+        entry.GetReflection()->ListFields(entry, &set);
+        for (const pb::FieldDescriptor* field : set) {
+          if ((told = template_only(field->number())) != nullptr) break;
+        }
+      } else {
+        const pb::UnknownFieldSet& unknown = entry.GetReflection()->GetUnknownFields(entry);
+        for (int k = 0; k < unknown.field_count() && told == nullptr; ++k) {
+          if (unknown.field(k).type() == pb::UnknownField::TYPE_VARINT) told = template_only(unknown.field(k).number());
+        }
+      }
+      if (told == nullptr) continue;
+      if (evidence != nullptr) {
+        *evidence = internal::JoinPath(internal::IndexPath(list->name(), j), told->name()) + " (field " +
+                    std::to_string(told->number()) + ")";
+      }
+      return limits;
+    }
+  }
+  return calibration;
+}
+
+}  // namespace gcuschema::document

@@ -4,9 +4,11 @@
 // Private to the document library: a calibration checked against the limits
 // of its template, for lint.
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <google/protobuf/descriptor.h>
@@ -21,8 +23,9 @@ namespace gcuschema::document::internal {
 // numbered n + 100 (named with "Min") is the least value of field n, the one
 // numbered n + 200 (with "Max") the greatest, both inclusive; a limit of 0
 // is no limit, as the encoding cannot tell it from an absent one. Entries
-// are matched by logicalId where it is unique on both sides, else by
-// position.
+// are matched by logicalId: where it stands in the list says nothing, as
+// the two files are edited apart. A logicalId that repeats in the template
+// bounds no entry, since either of its entries could be meant.
 class CalibrationLimits {
  public:
   // Throws Error unless `calibration` is a CalibrationData and `limits` a
@@ -36,6 +39,12 @@ class CalibrationLimits {
   void Check(const google::protobuf::FieldDescriptor* list, int index, const std::string& path,
              const std::function<void(Finding)>& emit) const;
 
+  // The findings on the template's entries of the calibration's list
+  // `list`, whose path is `path`: each entry repeating the logicalId of an
+  // earlier one (duplicate-id, error), naming both.
+  void CheckTemplate(const google::protobuf::FieldDescriptor* list, const std::string& path,
+                     const std::function<void(Finding)>& emit) const;
+
  private:
   struct Bound {
     const google::protobuf::FieldDescriptor* value;  // in the calibration entry
@@ -44,7 +53,8 @@ class CalibrationLimits {
   };
   struct List {
     const google::protobuf::FieldDescriptor* limits_list = nullptr;
-    std::vector<int> matched;  // template index of each calibration entry, -1 for none
+    std::map<std::int64_t, int> by_id;  // template index of each logicalId, -1 where it repeats
+    std::vector<std::pair<int, int>> repeated;  // template entries repeating an earlier one's logicalId
     std::vector<Bound> bounds;
   };
 

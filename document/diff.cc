@@ -140,12 +140,13 @@ std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* fi
   return std::string();
 }
 
-std::string FormatUnknown(const pb::UnknownField& field) {
+// An unknown field's value; bytes shown from `from` on, as FormatBytes does.
+std::string FormatUnknown(const pb::UnknownField& field, std::size_t from = 0) {
   switch (field.type()) {
     case pb::UnknownField::TYPE_VARINT: return std::to_string(field.varint());
     case pb::UnknownField::TYPE_FIXED32: return std::to_string(field.fixed32());
     case pb::UnknownField::TYPE_FIXED64: return std::to_string(field.fixed64());
-    case pb::UnknownField::TYPE_LENGTH_DELIMITED: return FormatBytes(field.length_delimited());
+    case pb::UnknownField::TYPE_LENGTH_DELIMITED: return FormatBytes(field.length_delimited(), from);
     case pb::UnknownField::TYPE_GROUP: return "{ group of " + std::to_string(field.group().field_count()) + " }";
   }
   return std::string();
@@ -175,18 +176,6 @@ std::string FormatMessage(const pb::Message& record, Walk& walk, int side) {
     out += " #" + std::to_string(unknown.field(i).number()) + ": " + FormatUnknown(unknown.field(i));
   }
   return out + " }";
-}
-
-// A single float or double field holding zero of either sign: the record
-// does not write it, so the document does not hold it.
-bool IsUnwrittenZero(const pb::Message& record, const pb::FieldDescriptor* field) {
-  if (field->is_repeated() || field->has_presence()) return false;
-  const pb::Reflection* r = record.GetReflection();
-  switch (field->cpp_type()) {
-    case pb::FieldDescriptor::CPPTYPE_FLOAT: return r->GetFloat(record, field) == 0;
-    case pb::FieldDescriptor::CPPTYPE_DOUBLE: return r->GetDouble(record, field) == 0;
-    default: return false;
-  }
 }
 
 void Compare(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector<Difference>* out);
@@ -248,14 +237,21 @@ class Collector : public MessageDifferencer::Reporter {
                   std::deque<std::string>* names) {
     const pb::FieldDescriptor* field = last.field;
     if (field == nullptr) {
-      std::string old_value;
-      std::string new_value;
-      if (last.unknown_field_set1 != nullptr && last.unknown_field_index1 >= 0) {
-        old_value = FormatUnknown(last.unknown_field_set1->field(last.unknown_field_index1));
+      const pb::UnknownField* old_field = last.unknown_field_set1 != nullptr && last.unknown_field_index1 >= 0
+                                              ? &last.unknown_field_set1->field(last.unknown_field_index1)
+                                              : nullptr;
+      const pb::UnknownField* new_field = last.unknown_field_set2 != nullptr && last.unknown_field_index2 >= 0
+                                              ? &last.unknown_field_set2->field(last.unknown_field_index2)
+                                              : nullptr;
+      // Long bytes on both sides are shown where they part, as known bytes are.
+      std::size_t from = 0;
+      if (old_field != nullptr && new_field != nullptr &&
+          old_field->type() == pb::UnknownField::TYPE_LENGTH_DELIMITED &&
+          new_field->type() == pb::UnknownField::TYPE_LENGTH_DELIMITED) {
+        from = FirstDifference(old_field->length_delimited(), new_field->length_delimited());
       }
-      if (last.unknown_field_set2 != nullptr && last.unknown_field_index2 >= 0) {
-        new_value = FormatUnknown(last.unknown_field_set2->field(last.unknown_field_index2));
-      }
+      std::string old_value = old_field != nullptr ? FormatUnknown(*old_field, from) : std::string();
+      std::string new_value = new_field != nullptr ? FormatUnknown(*new_field, from) : std::string();
       Take(last, -1, names);
       Add(kind, walk_.Path(), std::move(old_value), std::move(new_value));
       return;
@@ -275,10 +271,9 @@ class Collector : public MessageDifferencer::Reporter {
     }
 
     // A field without presence holds its default when it is not written:
-    // its appearing or vanishing is a change of value, unless it is a zero
-    // the record would not write either (-0.0, seen as set by reflection).
+    // its appearing or vanishing is a change of value (-0.0 against an
+    // absent float too: the two differ in their bits).
     if (!field->has_presence()) kind = Difference::Kind::kModified;
-    if (IsUnwrittenZero(a, field) && IsUnwrittenZero(b, field)) return;
 
     if (field->type() == pb::FieldDescriptor::TYPE_BYTES) {
       BytesChange(kind, a, b, field);
@@ -334,12 +329,11 @@ class Collector : public MessageDifferencer::Reporter {
 // to a collector.
 // Floats and doubles compare by their bits, as the encoding holds them: a
 // NaN's sign and payload are part of a document, and so is the sign of a
-// zero in a list. A single field holding either zero is not written at all.
+// zero, in a list or in a single field.
 class BitwiseFloats : public pb::util::SimpleFieldComparator {
  public:
   ComparisonResult Compare(const pb::Message& a, const pb::Message& b, const pb::FieldDescriptor* field, int index_a,
                            int index_b, const pb::util::FieldContext* context) override {
-    if (IsUnwrittenZero(a, field) && IsUnwrittenZero(b, field)) return SAME;
     switch (field->cpp_type()) {
       case pb::FieldDescriptor::CPPTYPE_FLOAT:
         return ResultFromBoolean(Bits<float, std::uint32_t>(a, field, index_a) ==
@@ -449,6 +443,54 @@ void OrderChange(const std::vector<std::int64_t>& keys_a, const std::vector<std:
   out->push_back(Difference{Difference::Kind::kModified, path, show(kept_a), show(kept_b)});
 }
 
+// Whether records of `type` can hold a single float or double field, in
+// themselves or in a record they hold.
+bool HasSingleFloats(const pb::Descriptor* type, std::unordered_map<const pb::Descriptor*, bool>* known) {
+  auto [at, fresh] = known->emplace(type, false);  // false while being decided: a cycle adds nothing
+  if (!fresh) return at->second;
+  bool has = false;
+  for (int i = 0; i < type->field_count() && !has; ++i) {
+    const pb::FieldDescriptor* field = type->field(i);
+    const auto kind = field->cpp_type();
+    has = (!field->is_repeated() && !field->has_presence() &&
+           (kind == pb::FieldDescriptor::CPPTYPE_FLOAT || kind == pb::FieldDescriptor::CPPTYPE_DOUBLE)) ||
+          (field->message_type() != nullptr && HasSingleFloats(field->message_type(), known));
+  }
+  (*known)[type] = has;
+  return has;
+}
+
+// Whether `record` holds -0.0 in a single field, which its encoding leaves
+// out as it leaves out 0: two records can then encode alike and differ.
+bool HoldsNegativeZero(const pb::Message& record, std::unordered_map<const pb::Descriptor*, bool>* known) {
+  if (!HasSingleFloats(record.GetDescriptor(), known)) return false;
+  const pb::Reflection* r = record.GetReflection();
+  std::vector<const pb::FieldDescriptor*> fields;
+  r->ListFields(record, &fields);
+  for (const pb::FieldDescriptor* field : fields) {
+    switch (field->cpp_type()) {
+      case pb::FieldDescriptor::CPPTYPE_FLOAT:
+        if (!field->is_repeated() && r->GetFloat(record, field) == 0) return true;  // listed, so its sign is set
+        break;
+      case pb::FieldDescriptor::CPPTYPE_DOUBLE:
+        if (!field->is_repeated() && r->GetDouble(record, field) == 0) return true;
+        break;
+      case pb::FieldDescriptor::CPPTYPE_MESSAGE:
+        if (!field->is_repeated()) {
+          if (HoldsNegativeZero(r->GetMessage(record, field), known)) return true;
+          break;
+        }
+        for (int i = 0; i < r->FieldSize(record, field); ++i) {
+          if (HoldsNegativeZero(r->GetRepeatedMessage(record, field, i), known)) return true;
+        }
+        break;
+      default:
+        break;
+    }
+  }
+  return false;
+}
+
 // A keyed list of two configurations: entries gone from the first, entries
 // changed (compared one by one, in the first document's order), entries new
 // in the second, then the order when it changed. Matching by a hash of the
@@ -461,6 +503,7 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
   const pb::Reflection* ra = a.GetReflection();
   const pb::Reflection* rb = b.GetReflection();
   Differ elements(walk, out);
+  std::unordered_map<const pb::Descriptor*, bool> single_floats;
   // A string that is not UTF-8 is a difference to show, not a log line.
   pb::LogSilencer quiet;
   for (std::size_t i = 0; i < keys_a.size(); ++i) {
@@ -473,8 +516,12 @@ void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDes
       continue;
     }
     const pb::Message& element_b = rb->GetRepeatedMessage(b, list, match->second);
-    // Most entries are unchanged: equal encodings are equal records.
-    if (element_a.SerializeAsString() == element_b.SerializeAsString()) continue;
+    // Most entries are unchanged: equal encodings are equal records, but
+    // for a -0.0 that the encoding leaves out.
+    if (element_a.SerializeAsString() == element_b.SerializeAsString() &&
+        !HoldsNegativeZero(element_a, &single_floats) && !HoldsNegativeZero(element_b, &single_floats)) {
+      continue;
+    }
     const Walk::Step element = walk.Element(match->second);
     elements.differencer().Compare(element_a, element_b);
   }
@@ -531,6 +578,59 @@ void Compare(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector
   Differ(walk, out).differencer().Compare(a, b);
 }
 
+// Whether records of `type` can hold settings, in a `config` of their own
+// or of a record they hold.
+bool HoldsSettings(const pb::Descriptor* type, std::unordered_map<const pb::Descriptor*, bool>* known) {
+  auto [at, fresh] = known->emplace(type, false);  // false while being decided: a cycle adds nothing
+  if (!fresh) return at->second;
+  bool holds = internal::SettingsField(type) != nullptr;
+  for (int i = 0; i < type->field_count() && !holds; ++i) {
+    const pb::Descriptor* inner = type->field(i)->message_type();
+    holds = inner != nullptr && HoldsSettings(inner, known);
+  }
+  (*known)[type] = holds;
+  return holds;
+}
+
+// Refuses a document whose settings nest deeper than the walk goes, as
+// every other reader does: comparing alone would never look inside settings
+// whose bytes are equal on both sides. Only settings that can hold settings
+// again are read, so a plain document costs a look at each entry's code.
+void RequireDepth(const pb::Message& record, Walk& walk, int side,
+                  std::unordered_map<const pb::Descriptor*, bool>* known) {
+  const pb::Reflection* r = record.GetReflection();
+  // Empty settings too: paired settings are a level of `config` whatever they hold.
+  const pb::FieldDescriptor* config = internal::SettingsField(record.GetDescriptor());
+  const pb::Descriptor* paired = config != nullptr ? internal::PairedSettings(record, walk.pairing()) : nullptr;
+  if (paired != nullptr && !HoldsSettings(paired, known)) {
+    if (walk.config_depth() + 1 > internal::kMaxConfigDepth) throw Walk::TooDeep(walk.PathTo(config->name()));
+  } else if (paired != nullptr) {
+    std::string scratch;
+    const Settings settings = walk.Decide(paired, r->GetStringReference(record, config, &scratch), side);
+    if (settings.state != Settings::State::kUnreadable) {
+      const Walk::Step step = walk.Into(settings, config->name());
+      RequireDepth(*settings.record, walk, side, known);
+    }
+  }
+  std::vector<const pb::FieldDescriptor*> fields;
+  r->ListFields(record, &fields);
+  for (const pb::FieldDescriptor* field : fields) {
+    if (field->cpp_type() != pb::FieldDescriptor::CPPTYPE_MESSAGE || !HoldsSettings(field->message_type(), known)) {
+      continue;
+    }
+    const Walk::Step member = walk.Member(field->name());
+    if (!field->is_repeated()) {
+      RequireDepth(r->GetMessage(record, field), walk, side, known);
+      continue;
+    }
+    const int size = r->FieldSize(record, field);
+    for (int i = 0; i < size; ++i) {
+      const Walk::Step element = walk.Element(i);
+      RequireDepth(r->GetRepeatedMessage(record, field, i), walk, side, known);
+    }
+  }
+}
+
 }  // namespace
 
 std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const DiffOptions& options) {
@@ -542,6 +642,9 @@ std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const D
   Walk walk(options.pairing);
   // Paths inside settings name the record they were read as.
   walk.set_name_settings(true);
+  std::unordered_map<const pb::Descriptor*, bool> holds_settings;
+  RequireDepth(a, walk, 0, &holds_settings);
+  RequireDepth(b, walk, 1, &holds_settings);
   Compare(a, b, walk, &differences);
   return differences;
 }

@@ -6,7 +6,6 @@
 #include <memory>
 #include <mutex>
 #include <set>
-#include <sstream>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -15,10 +14,13 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/unknown_field_set.h>
 
+#include <gcuschema/CalibrationData.pb.h>
+#include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/Config.pb.h>
 
 #include "calibration_limits.h"
 #include "field_values.h"
+#include "json/spelling.h"
 #include "ranges.h"
 #include "walk.h"
 
@@ -183,12 +185,20 @@ double NumberAt(const pb::Message& record, const pb::FieldDescriptor* field) {
   }
 }
 
-// "500", "2.5": a value as a finding quotes it.
+// "500", "2.5", "1.0000001": a value as a finding quotes it, exactly, in
+// the JSON writer's spelling (the shortest text that reads back as it, a
+// float as a float), so that two values that differ never read alike.
 std::string NumberText(const pb::Message& record, const pb::FieldDescriptor* field) {
   if (internal::IsInteger(field)) return std::to_string(IntegerAt(record, field, 0));
-  std::ostringstream out;
-  out << NumberAt(record, field);
-  return out.str();
+  std::string out;
+  if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_FLOAT) {
+    internal::AppendFloat(record.GetReflection()->GetFloat(record, field), &out);
+  } else {
+    internal::AppendDouble(record.GetReflection()->GetDouble(record, field), &out);
+  }
+  // JSON quotes the infinities, being no numbers of its own: a finding need not.
+  if (out.size() > 1 && out.front() == '"') out = out.substr(1, out.size() - 2);
+  return out;
 }
 
 class Linter {
@@ -335,11 +345,14 @@ class Linter {
   }
 
   // Elements of a list of records; the identifiers of inputs, outputs,
-  // maps and buses are unique within their list.
+  // maps and buses are unique within their list, and so are the logicalIds
+  // of each kind of calibration entry (the limits template finds its entry
+  // for a channel by them).
   void Elements(const pb::Message& record, const pb::FieldDescriptor* field, int size) {
     const pb::Reflection* reflection = record.GetReflection();
     const pb::FieldDescriptor* key = nullptr;
-    if (record.GetDescriptor() == ConfigData::descriptor()) {
+    const pb::Descriptor* type = record.GetDescriptor();
+    if (type == ConfigData::descriptor()) {
       const int number = field->number();
       if (number == ConfigData::kInputsFieldNumber || number == ConfigData::kOutputsFieldNumber ||
           number == ConfigData::kMapsFieldNumber) {
@@ -347,10 +360,13 @@ class Linter {
       } else if (number == ConfigData::kCanbusFieldNumber) {
         key = field->message_type()->FindFieldByName("canbusId");
       }
+    } else if (type == CalibrationData::descriptor() || type == CalibrationTemplateData::descriptor()) {
+      key = field->message_type()->FindFieldByName("logicalId");
     }
     const bool limited = limits_ != nullptr && &record == root_;
     std::unordered_map<std::int64_t, int> first;
     const internal::Walk::Step list = walk_.Member(field->name());
+    if (limited) limits_->CheckTemplate(field, walk_.Path(), [this](const Finding& finding) { Emit(finding); });
     for (int i = 0; i < size; ++i) {
       const pb::Message& element = reflection->GetRepeatedMessage(record, field, i);
       if (key != nullptr) {

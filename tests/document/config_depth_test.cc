@@ -77,9 +77,20 @@ TEST_P(ConfigDepthTest, TenThousandLevelsAreAnErrorNamingTheDepthInDiff) {
   // ...or shown whole where one side has an entry the other lacks.
   const std::string removed = ErrorOf([&] { Diff(deep, ConfigData(), {pairing}); });
   EXPECT_NE(removed.find(kDepthMessage), std::string::npos) << removed;
-  // Equal bytes need no reading at all.
-  EXPECT_TRUE(Diff(deep, deep, {pairing}).empty());
   EXPECT_EQ(ErrorOf([&] { Diff(Nested(GetParam(), kDeepest), Nested(GetParam(), kDeepest - 2), {pairing}); }), "");
+}
+
+TEST_P(ConfigDepthTest, DiffRefusesTooDeepDocumentsThatAreEqual) {
+  // Equal bytes are never compared inside: the depth is refused all the
+  // same, as every other reader refuses it.
+  const PairingCatalogue pairing = PairedFor(GetParam());
+  const ConfigData deep = Nested(GetParam(), 10000);
+  const std::string message = ErrorOf([&] { Diff(deep, deep, {pairing}); });
+  EXPECT_NE(message.find(kDepthMessage), std::string::npos) << message;
+  EXPECT_NE(ErrorOf([&] { Diff(Nested(GetParam(), kDeepest + 1), Nested(GetParam(), kDeepest + 1), {pairing}); })
+                .find(kDepthMessage),
+            std::string::npos);
+  EXPECT_TRUE(Diff(Nested(GetParam(), kDeepest), Nested(GetParam(), kDeepest), {pairing}).empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ConfigDepthTest,

@@ -1,5 +1,6 @@
 #include <gcuschema/document/diff.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -243,6 +244,41 @@ TEST(DiffTest, UnknownFieldsAndListElements) {
   EXPECT_EQ(Lines(before, tagged), "+ canbus[0].#50: 1\n");
 }
 
+TEST(DiffTest, LongUnknownBytesAreShownWhereTheyPartAsBytesFieldsAre) {
+  // 120 bytes, 0 to 119, against the same with byte 90 changed: the window
+  // starts at 80 on both sides, as for a bytes field of the schema.
+  std::string bytes;
+  for (int i = 0; i < 120; ++i) bytes += static_cast<char>(i);
+  std::string changed = bytes;
+  changed[90] = '\xff';
+  ConfigData before;
+  ConfigData after;
+  before.GetReflection()->MutableUnknownFields(&before)->AddLengthDelimited(99, bytes);
+  after.GetReflection()->MutableUnknownFields(&after)->AddLengthDelimited(99, changed);
+  EXPECT_EQ(Lines(before, after),
+            "~ #99: <120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 5a 5b 5c 5d 5e 5f ...> -> "
+            "<120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 ff 5b 5c 5d 5e 5f ...>\n");
+  ConfigData known_before;
+  ConfigData known_after;
+  known_before.add_drivers()->set_config(bytes);
+  known_after.add_drivers()->set_config(changed);
+  EXPECT_EQ(Lines(known_before, known_after),
+            "~ drivers[0].config: <120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 5a 5b 5c 5d 5e 5f ...> -> "
+            "<120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 ff 5b 5c 5d 5e 5f ...>\n");
+  // Inside an entry, and where one side is shorter.
+  ConfigData entry_before;
+  entry_before.add_canbus()->set_canbusid(1);
+  ConfigData entry_after = entry_before;
+  auto* unknown_before = entry_before.mutable_canbus(0)->GetReflection()->MutableUnknownFields(
+      entry_before.mutable_canbus(0));
+  unknown_before->AddLengthDelimited(50, bytes);
+  entry_after.mutable_canbus(0)->GetReflection()->MutableUnknownFields(entry_after.mutable_canbus(0))
+      ->AddLengthDelimited(50, bytes.substr(0, 40));
+  EXPECT_EQ(Lines(entry_before, entry_after),
+            "~ canbus[0].#50: <120 bytes, at 32: 20 21 22 23 24 25 26 27 28 29 2a 2b 2c 2d 2e 2f ...> -> "
+            "<40 bytes, at 32: 20 21 22 23 24 25 26 27>\n");
+}
+
 ConfigData Parsed(const std::string& bytes) {
   ConfigData config;
   EXPECT_TRUE(test::Parse(&config, bytes));
@@ -259,17 +295,31 @@ TEST(DiffTest, NaNsThatDifferInSignOrPayloadAreDifferentValues) {
   EXPECT_EQ(Lines(quiet, payload), "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0x7fc00001\n");
 }
 
-TEST(DiffTest, ZerosOfEitherSignInASingleFieldAreTheSameAsAbsent) {
-  // The record writes neither -0.0 nor 0.0 in a single field: no difference
-  // to a document without the field, however the two were read.
+TEST(DiffTest, NegativeZeroInASingleFieldIsADifferenceAsInAList) {
+  // inputs[0] { id: 1 } against inputs[0] { id: 1 minValue: -0.0 }: the
+  // two encode alike (a single field holding a zero is not written), yet
+  // the second holds a zero of the other sign.
   const ConfigData absent = Parsed(test::Bytes({0x1A, 0x02, 0x08, 0x01}));
   const ConfigData negative = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0x00, 0x80}));
-  EXPECT_TRUE(Diff(absent, negative, {Standard()}).empty());
-  ConfigData nested_a = absent;
-  ConfigData nested_b = negative;
-  nested_a.mutable_inputs(0)->set_alias("a");
-  nested_b.mutable_inputs(0)->set_alias("b");
-  EXPECT_EQ(Lines(nested_a, nested_b), "~ inputs[0].alias: \"a\" -> \"b\"\n");
+  ASSERT_TRUE(std::signbit(negative.inputs(0).minvalue()));
+  EXPECT_EQ(Lines(absent, negative), "~ inputs[0].minValue: 0 -> -0\n");
+  EXPECT_EQ(Lines(negative, absent), "~ inputs[0].minValue: -0 -> 0\n");
+  EXPECT_TRUE(Diff(negative, Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0x00, 0x80})),
+                   {Standard()})
+                  .empty());
+  // A double, in a record of its own and in an entry matched by key.
+  Estimations estimator_absent;
+  estimator_absent.set_id(1);
+  Estimations estimator_negative = estimator_absent;
+  estimator_negative.set_yminsaturation(-0.0);
+  EXPECT_EQ(FormatDifferences(Diff(estimator_absent, estimator_negative, {Standard()})),
+            "~ yMinSaturation: 0 -> -0\n");
+  ConfigData config_absent;
+  *config_absent.add_estimationdata() = estimator_absent;
+  ConfigData config_negative;
+  config_negative.add_estimationdata()->set_id(1);
+  config_negative.mutable_estimationdata(0)->set_yminsaturation(-0.0);
+  EXPECT_EQ(Lines(config_absent, config_negative), "~ estimationData[0].yMinSaturation: 0 -> -0\n");
 }
 
 TEST(DiffTest, NegativeZeroInAListIsADifference) {

@@ -16,6 +16,7 @@
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/Config.pb.h>
+#include <gcuschema/CurrentConfiguration.pb.h>
 #include <gcuschema/MapOutputConfigData.pb.h>
 #include <gcuschema/PowerOutputConfigData.pb.h>
 #include <gcuschema/SplitterOutputConfig.pb.h>
@@ -248,6 +249,43 @@ TEST(LintChecksTest, EveryRangeOfTheSchemaIsCheckedTheRightWayUp) {
   EXPECT_EQ(found, expected);
 }
 
+// The message of the one inverted-range finding on `record`.
+std::string InvertedRangeMessage(const pb::Message& record) {
+  std::vector<std::string> messages;
+  for (const Finding& finding : Lint(record)) {
+    if (finding.rule == "inverted-range") messages.push_back(finding.message.substr(0, finding.message.find(';')));
+  }
+  EXPECT_EQ(messages.size(), 1u);
+  return messages.empty() ? std::string() : messages[0];
+}
+
+TEST(LintChecksTest, FindingsQuoteNumbersExactlyAsTheJsonWriterSpellsThem) {
+  // Ends one step apart: rounded to six digits they read alike.
+  Input input;
+  input.set_minvalue(std::nextafter(1.0f, 2.0f));
+  input.set_maxvalue(1.0f);
+  EXPECT_EQ(InvertedRangeMessage(input), "minValue 1.0000001 is above maxValue 1");
+  Estimations estimator;
+  estimator.set_yminsaturation(std::nextafter(1234567.0, 2e6));
+  estimator.set_ymaxsaturation(1234567.0);
+  EXPECT_EQ(InvertedRangeMessage(estimator), "yMinSaturation 1234567.0000000002 is above yMaxSaturation 1234567");
+  CurrentConfiguration current;
+  current.set_resistancemin(0.1 + 0.2);
+  current.set_resistancemax(0.3);
+  EXPECT_EQ(InvertedRangeMessage(current), "resistanceMin 0.30000000000000004 is above resistanceMax 0.3");
+  // A float is spelt as the float it is, not as the double it widens to.
+  input.set_minvalue(0.3f);
+  input.set_maxvalue(0.2f);
+  EXPECT_EQ(InvertedRangeMessage(input), "minValue 0.3 is above maxValue 0.2");
+  input.set_minvalue(1e20f);
+  input.set_maxvalue(-1.5e-7f);
+  EXPECT_EQ(InvertedRangeMessage(input), "minValue 1e+20 is above maxValue -1.5e-07");
+  // The infinities as JSON names them, unquoted.
+  input.set_minvalue(INFINITY);
+  input.set_maxvalue(-INFINITY);
+  EXPECT_EQ(InvertedRangeMessage(input), "minValue Infinity is above maxValue -Infinity");
+}
+
 TEST(LintChecksTest, RangesInPlace) {
   ConfigData config = Document();
   config.mutable_inputs(0)->set_minvalue(10.5f);
@@ -371,10 +409,88 @@ TEST(LintChecksTest, TemplateEntriesAreMatchedByLogicalId) {
       << findings[0].message;
   EXPECT_EQ(findings[1].severity, Severity::kWarning);
 
-  // Repeated ids cannot be matched by id: entries then go by position.
-  c.calibration.mutable_adccalibration(1)->set_logicalid(3);
-  EXPECT_EQ(Found(c.calibration, WithLimits(c.limits), {"out-of-limits", "no-limits"}),
-            Paths{"adcCalibration[1].level12v out-of-limits"});
+}
+
+TEST(LintChecksTest, RepeatedLogicalIdsAreErrorsNamingBothEntriesAndMatchingStaysByLogicalId) {
+  // A calibration of ADC 3, 2, 2 against a template of ADC 1, 2, 3: ADC 3
+  // meets its own limit (3000), not the 1000 of the template's first entry.
+  CalibrationTemplateData limits;
+  for (std::uint32_t id : {1u, 2u, 3u}) {
+    auto* entry = limits.add_adccalibration();
+    entry->set_logicalid(id);
+    entry->set_levelmax5v(1000 * id);
+  }
+  limits.set_adccalibrationcount(3);
+  CalibrationData calibration;
+  for (std::uint32_t id : {3u, 2u, 2u}) calibration.add_adccalibration()->set_logicalid(id);
+  calibration.mutable_adccalibration(0)->set_level5v(2500);
+  calibration.set_adccalibrationcount(3);
+  std::vector<Finding> findings = Lint(calibration, WithLimits(limits));
+  EXPECT_EQ(Found(calibration, WithLimits(limits)), Paths{"adcCalibration[2].logicalId duplicate-id"});
+  ASSERT_EQ(findings.size(), 1u);
+  EXPECT_EQ(findings[0].severity, Severity::kError);
+  EXPECT_EQ(findings[0].message,
+            "logicalId 2 is already used by adcCalibration[1]; identifiers must be unique within adcCalibration");
+  // Without a template too, in either record.
+  EXPECT_EQ(Found(calibration), Paths{"adcCalibration[2].logicalId duplicate-id"});
+  limits.mutable_adccalibration(0)->set_logicalid(3);
+  EXPECT_EQ(Found(limits), Paths{"adcCalibration[2].logicalId duplicate-id"});
+
+  // Both calibration entries of an id are held to that id's limits.
+  limits.mutable_adccalibration(0)->set_logicalid(1);
+  calibration.mutable_adccalibration(0)->set_level5v(3500);
+  calibration.mutable_adccalibration(2)->set_level5v(2001);
+  EXPECT_EQ(Found(calibration, WithLimits(limits), {"out-of-limits"}),
+            (Paths{"adcCalibration[0].level5v out-of-limits", "adcCalibration[2].level5v out-of-limits"}));
+  findings = Lint(calibration, WithLimits(limits));
+  EXPECT_NE(findings[0].message.find("above levelMax5v 3000 of the template's adcCalibration[2] (logicalId 3)"),
+            std::string::npos)
+      << findings[0].message;
+
+  // An id the template repeats bounds nothing: which entry is meant cannot
+  // be told. Said once for each repetition, before the list's entries.
+  auto* again = limits.add_adccalibration();
+  again->set_logicalid(2);
+  again->set_levelmax5v(9000);
+  limits.set_adccalibrationcount(4);
+  EXPECT_EQ(Found(calibration, WithLimits(limits), {"duplicate-id", "out-of-limits", "no-limits"}),
+            (Paths{"adcCalibration duplicate-id", "adcCalibration[0].level5v out-of-limits",
+                   "adcCalibration[2].logicalId duplicate-id"}));
+  findings = Lint(calibration, WithLimits(limits));
+  EXPECT_EQ(findings[0].severity, Severity::kError);
+  EXPECT_EQ(findings[0].message,
+            "the template's adcCalibration[3] has logicalId 2, as its adcCalibration[1] does, so the calibration's "
+            "entries of logicalId 2 are not checked; give each template entry its own logicalId");
+}
+
+TEST(LintChecksTest, CalibrationRecordHeldTellsATemplateByAFieldOnlyATemplateHas) {
+  Calibrated c;
+  std::string evidence = "stale";
+  EXPECT_EQ(CalibrationRecordHeld(c.limits, &evidence), CalibrationTemplateData::descriptor());
+  EXPECT_EQ(evidence, "adcCalibration[0].levelMin12v (field 103)");
+  EXPECT_EQ(CalibrationRecordHeld(c.calibration, &evidence), CalibrationData::descriptor());
+  EXPECT_EQ(evidence, "");
+
+  // The two share every field number: each reads as the other.
+  CalibrationData template_read_as_calibration;
+  ASSERT_TRUE(template_read_as_calibration.ParseFromString(c.limits.SerializeAsString()));
+  EXPECT_EQ(CalibrationRecordHeld(template_read_as_calibration, &evidence), CalibrationTemplateData::descriptor());
+  EXPECT_EQ(evidence, "adcCalibration[0].levelMin12v (field 103)");
+  CalibrationTemplateData calibration_read_as_template;
+  ASSERT_TRUE(calibration_read_as_template.ParseFromString(c.calibration.SerializeAsString()));
+  EXPECT_EQ(CalibrationRecordHeld(calibration_read_as_template), CalibrationData::descriptor());
+
+  // A calibration mode tells a template as well as a limit does.
+  CalibrationTemplateData mode_only;
+  mode_only.add_adccalibration()->set_calibrationmode(CalibrationTemplateData::AdcCalibrationData::batPositive);
+  EXPECT_EQ(CalibrationRecordHeld(mode_only, &evidence), CalibrationTemplateData::descriptor());
+  EXPECT_EQ(evidence, "adcCalibration[0].calibrationMode (field 206)");
+  // Unknown fields that are no template's say nothing.
+  CalibrationData unknown;
+  unknown.add_adccalibration()->GetReflection()->MutableUnknownFields(unknown.mutable_adccalibration(0))->AddVarint(
+      99, 1);
+  EXPECT_EQ(CalibrationRecordHeld(unknown), CalibrationData::descriptor());
+  EXPECT_EQ(CalibrationRecordHeld(ConfigData()), nullptr);
 }
 
 TEST(LintChecksTest, LimitsApplyToACalibrationOnly) {

@@ -43,6 +43,13 @@ TEST_P(ToolConfigDepthTest, DiffExitsTwoNamingTheDepth) {
   ExpectRefusedForDepth(RunTool({"diff", "--pair", GetParam().pairing, deep, shallower}), deep + " and " + shallower);
 }
 
+TEST_P(ToolConfigDepthTest, DiffOfEqualDocumentsExitsTwoNamingTheDepth) {
+  ScratchDir dir;
+  const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
+  const std::string same = dir.Put("same.bin", NestedConfig(GetParam(), 10000));
+  ExpectRefusedForDepth(RunTool({"diff", "--pair", GetParam().pairing, deep, same}), deep + " and " + same);
+}
+
 TEST_P(ToolConfigDepthTest, InspectExitsTwoNamingTheDepth) {
   ScratchDir dir;
   const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));

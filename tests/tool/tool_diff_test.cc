@@ -42,6 +42,42 @@ TEST(ToolDiffTest, DocumentsThatDifferOnlyInNaNBitsDiffer) {
   EXPECT_EQ(result.out, "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0xffc00000\n");
 }
 
+TEST(ToolDiffTest, LongUnknownFieldsAreShownFromWhereTheyDiffer) {
+  // Field 99 of the document, 120 bytes 00 to 77, the second with byte 90
+  // set to ff: tag 9a 06, length 78.
+  std::string bytes;
+  for (int i = 0; i < 120; ++i) bytes += static_cast<char>(i);
+  std::string changed = bytes;
+  changed[90] = '\xff';
+  ScratchDir dir;
+  const std::string a = dir.Put("a.bin", "\x9a\x06\x78" + bytes);
+  const std::string b = dir.Put("b.bin", "\x9a\x06\x78" + changed);
+  ProcessResult result = RunTool({"diff", a, b});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out,
+            "~ #99: <120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 5a 5b 5c 5d 5e 5f ...> -> "
+            "<120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 ff 5b 5c 5d 5e 5f ...>\n");
+}
+
+TEST(ToolDiffTest, NegativeZeroInASingleFieldDiffersFromZero) {
+  ScratchDir dir;
+  // inputs[0] { id: 1 } and inputs[0] { id: 1 minValue: -0.0 }, in binary,
+  // JSON and text format.
+  const std::string absent = dir.Put("absent.bin", std::string("\x1A\x02\x08\x01", 4));
+  const std::string negative = dir.Put("negative.bin", std::string("\x1A\x07\x08\x01\x45\x00\x00\x00\x80", 9));
+  const std::string json = dir.Put("negative.json", "{\"inputs\": [{\"id\": 1, \"minValue\": -0.0}]}");
+  const std::string text = dir.Put("negative.txt", "inputs { id: 1 minValue: -0 }");
+  for (const std::string& path : {negative, json, text}) {
+    SCOPED_TRACE(path);
+    ProcessResult result = RunTool({"diff", absent, path});
+    EXPECT_EQ(result.exit_status, 1) << result.err;
+    EXPECT_EQ(result.out, "~ inputs[0].minValue: 0 -> -0\n");
+    result = RunTool({"diff", path, negative});
+    EXPECT_EQ(result.exit_status, 0) << result.err;
+    EXPECT_EQ(result.out, "");
+  }
+}
+
 TEST(ToolDiffTest, ChangedFieldIsShownWithOldAndNewValues) {
   ConfigData changed = SampleDocument();
   const std::string old_alias = changed.inputs(0).alias();

@@ -1,5 +1,6 @@
 // lint: one finding per line; exit 0 when clean or only warnings, 1 with
 // an error, 2 when the document cannot be read.
+#include <cmath>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -143,6 +144,115 @@ TEST(ToolLintTest, TemplateNamesEveryValueOutsideItsLimits) {
   result = RunTool({"lint", "--type", "ConfigData", "--template", limits_path, calibration_path});
   EXPECT_EQ(result.exit_status, 2);
   EXPECT_EQ(result.err.rfind("gcuschema: --template: a limits template checks a CalibrationData", 0), 0u)
+      << result.err;
+}
+
+TEST(ToolLintTest, FindingsQuoteNumbersExactly) {
+  ConfigData config;
+  Input* input = config.add_inputs();
+  input->set_id(1);
+  input->set_type(Input::TestInput);
+  input->set_minvalue(std::nextafter(1.0f, 2.0f));
+  input->set_maxvalue(1.0f);
+  Estimations* estimator = config.add_estimationdata();
+  estimator->set_yminsaturation(0.1 + 0.2);
+  estimator->set_ymaxsaturation(0.3);
+  ScratchDir dir;
+  const ProcessResult result = RunTool({"lint", "-q", dir.Put("config.bin", EncodeRecord(config))});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out,
+            "inputs[0].minValue: error: minValue 1.0000001 is above maxValue 1; a range runs from its lower end up "
+            "to its upper one: swap the two [inverted-range]\n"
+            "estimationData[0].yMinSaturation: error: yMinSaturation 0.30000000000000004 is above yMaxSaturation "
+            "0.3; a range runs from its lower end up to its upper one: swap the two [inverted-range]\n");
+}
+
+// A template of ADC 1, 2, 3 (levelMax5v 1000, 2000, 3000) and a
+// calibration of ADC 3, 2, 2, ADC 3 at 2500.
+struct RepeatedIds {
+  CalibrationTemplateData limits;
+  CalibrationData calibration;
+
+  RepeatedIds() {
+    for (std::uint32_t id : {1u, 2u, 3u}) {
+      auto* entry = limits.add_adccalibration();
+      entry->set_logicalid(id);
+      entry->set_levelmax5v(1000 * id);
+      calibration.add_adccalibration()->set_logicalid(id == 1 ? 3 : 2);
+    }
+    calibration.mutable_adccalibration(0)->set_level5v(2500);
+    limits.set_adccalibrationcount(3);
+    calibration.set_adccalibrationcount(3);
+  }
+};
+
+TEST(ToolLintTest, TemplateEntriesAreFoundByLogicalIdAndRepeatedIdsAreErrors) {
+  RepeatedIds c;
+  ScratchDir dir;
+  const std::string limits = dir.Put("template.bin", EncodeRecord(c.limits));
+  const std::string calibration = dir.Put("calibration.bin", EncodeRecord(c.calibration));
+  const std::string repeated = "adcCalibration[2].logicalId: error: logicalId 2 is already used by adcCalibration[1]; "
+                               "identifiers must be unique within adcCalibration [duplicate-id]\n";
+  ProcessResult result = RunTool({"lint", "--template", limits, calibration});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out, repeated + "failed: 1 error, 0 warnings\n");
+  result = RunTool({"lint", "--type", "CalibrationData", calibration});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out, repeated + "failed: 1 error, 0 warnings\n");
+
+  // In the template, both entries are named.
+  c.limits.mutable_adccalibration(0)->set_logicalid(2);
+  dir.Put("template.bin", EncodeRecord(c.limits));
+  result = RunTool({"lint", "--template", limits, calibration});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out,
+            "adcCalibration: error: the template's adcCalibration[1] has logicalId 2, as its adcCalibration[0] does, "
+            "so the calibration's entries of logicalId 2 are not checked; give each template entry its own logicalId "
+            "[duplicate-id]\n" +
+                repeated + "failed: 2 errors, 0 warnings\n");
+}
+
+TEST(ToolLintTest, TemplateAndCalibrationGivenTheWrongWayRoundAreRefusedSayingWhichRecordEachIs) {
+  RepeatedIds c;
+  ScratchDir dir;
+  const std::string limits = dir.Put("template.bin", EncodeRecord(c.limits));
+  const std::string calibration = dir.Put("calibration.bin", EncodeRecord(c.calibration));
+  const std::string not_a_template =
+      ": is a CalibrationData, not a limits template: none of its entries sets a limit or a calibration mode; give "
+      "the CalibrationTemplateData after --template and the calibration as the document\n";
+  const std::string not_a_calibration =
+      ": is a CalibrationTemplateData, not the CalibrationData to check: adcCalibration[0].levelMax5v (field 204) "
+      "is a field only a template has; give it after --template and the calibration as the document\n";
+  ProcessResult result = RunTool({"lint", "--template", calibration, limits});
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "gcuschema: " + calibration + not_a_template);
+  result = RunTool({"lint", "--template", calibration, calibration});
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_EQ(result.err, "gcuschema: " + calibration + not_a_template);
+  result = RunTool({"lint", "--template", limits, limits});
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "gcuschema: " + limits + not_a_calibration);
+
+  // JSON and text without "@type" read as the other record fail on the first
+  // field it lacks: still refused as what they are.
+  for (const char* format : {"json", "text"}) {
+    SCOPED_TRACE(format);
+    const std::string text =
+        dir.Put("template.txt", RunToolOk({"decode", "--type", "CalibrationTemplateData", "--format", format,
+                                           "--no-expand", limits})
+                                    .out);
+    result = RunTool({"lint", "--template", limits, text});
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_EQ(result.err, "gcuschema: " + text + not_a_calibration);
+  }
+  // From standard input the reason the reading gives stands.
+  result = RunTool({"lint", "--template", limits, "-"}, RunToolOk({"decode", "--type", "CalibrationTemplateData",
+                                                                   "--no-expand", limits}).out);
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_NE(result.err.find("\"levelMax5v\" is not a field of CalibrationData.AdcCalibrationData"),
+            std::string::npos)
       << result.err;
 }
 

@@ -46,6 +46,38 @@ std::string Summary(const document::LintCounts& counts) {
                      Counted(counts.warnings, "warning", "warnings"));
 }
 
+// The calibration checked against a template. The two records share every
+// field number, so a template given in its place reads as a calibration
+// (its limits as unknown fields) or, in JSON and text, fails on the first
+// limit's name: either way it is refused as what it is.
+LoadedRecord LoadCalibration(const std::string& path, const google::protobuf::Descriptor* type,
+                             const document::ReadOptions& reading) {
+  const auto refuse = [&](const std::string& evidence) {
+    return Failure(InputName(path), "",
+                   "is a CalibrationTemplateData, not the CalibrationData to check: " + evidence +
+                       " is a field only a template has; give it after --template and the calibration as the "
+                       "document");
+  };
+  std::optional<LoadedRecord> record;
+  try {
+    record.emplace(Load(path, type, reading));
+  } catch (const Failure&) {
+    // Standard input cannot be read twice, and must not be: the failure stands.
+    if (IsStandardStream(path)) throw;
+    std::optional<LoadedRecord> as_template;
+    try {
+      as_template.emplace(Load(path, document::RequireRecord("CalibrationTemplateData"), reading));
+    } catch (const Failure&) {
+    }
+    std::string evidence;
+    if (as_template && document::CalibrationRecordHeld(**as_template, &evidence) != type) throw refuse(evidence);
+    throw;
+  }
+  std::string evidence;
+  if (document::CalibrationRecordHeld(**record, &evidence) != type) throw refuse(evidence);
+  return std::move(*record);
+}
+
 int RunLint(const LintArguments& args) {
   const google::protobuf::Descriptor* type = args.type.Resolve();
   document::LintOptions options;
@@ -65,8 +97,14 @@ int RunLint(const LintArguments& args) {
     }
     limits.emplace(Load(args.limits, document::RequireRecord("CalibrationTemplateData"), reading));
     options.limits = limits->get();
+    if (document::CalibrationRecordHeld(**limits) == calibration) {
+      throw Failure(InputName(args.limits), "",
+                    "is a CalibrationData, not a limits template: none of its entries sets a limit or a "
+                    "calibration mode; give the CalibrationTemplateData after --template and the calibration as the "
+                    "document");
+    }
   }
-  const LoadedRecord record = limits ? Load(args.input, type, reading) : Load(args.input, args.type, reading);
+  const LoadedRecord record = limits ? LoadCalibration(args.input, type, reading) : Load(args.input, args.type, reading);
 
   Destination output("");
   std::string block;

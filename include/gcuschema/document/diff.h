@@ -32,16 +32,19 @@ struct Difference {
 // itself ("inputs"). Indexes in paths are those of the second record, of the
 // first for what was removed; unknown fields are named by number ("#40").
 // Values read as the schema's text: enumerations by name, strings quoted,
-// bytes in hex ("<0a 01>", long ones by size and a window where they part),
+// bytes in hex ("<0a 01>", long ones by size and a window where they part,
+// unknown fields' as known ones'),
 // records on one line ("{ id: 3 alias: \"A\" }") with settings in `config`
 // shown as their record ("AdcConfiguration { range: range12V }").
 //
 // Floats and doubles are compared by their bits, as the encoding holds
 // them: NaNs that differ in sign or payload differ (shown with their bits,
-// "NaN 0x7fc00000"), and so do 0 and -0 in a list; a single field holding a
-// zero of either sign is not written and equals its absence. Throws Error
-// when settings nest deeper than any reader of the library goes (records
-// inside `config`, 16 levels).
+// "NaN 0x7fc00000"), and so do 0 and -0, in a list as in a single field
+// (which the record's encoding writes for neither zero: a -0.0 read from a
+// document is reported although encoding it again leaves it out). Throws
+// Error when settings of either record nest deeper than any reader of the
+// library goes (records inside `config`, 16 levels), whether or not the two
+// differ there.
 struct DiffOptions {
   // Which record each entry's `config` holds.
   PairingCatalogue pairing = PairingCatalogue::Standard();

@@ -50,8 +50,9 @@ using FindingSink = std::function<void(const Finding&)>;
 // - a `config` that does not parse as its paired record (config-unreadable,
 //   error; a warning where only the map's type chose the table) or is not
 //   in canonical form (config-not-canonical, warning);
-// - duplicate identifiers among inputs, outputs, maps and buses
-//   (duplicate-id, error);
+// - duplicate identifiers among inputs, outputs, maps and buses, and
+//   duplicate logicalIds within each list of a calibration or a limits
+//   template (duplicate-id, error);
 // - references to input, output or bus identifiers that do not exist, from
 //   the settings of inputs and outputs and from routers (dangling-reference,
 //   error);
@@ -60,8 +61,11 @@ using FindingSink = std::function<void(const Finding&)>;
 //   limits, a warning for the spans of a linear scaling, which a device may
 //   be meant to read reversed); in a limits template a limit of 0 is absent;
 // - with `limits`, each calibration value outside the bounds its template
-//   entry gives (out-of-limits, error) and each calibration entry the
-//   template has none for (no-limits, warning);
+//   entry (the one of its logicalId) gives (out-of-limits, error), each
+//   calibration entry the template has none for (no-limits, warning), and
+//   each template entry repeating an earlier one's logicalId, at the
+//   calibration's list (duplicate-id, error: the entries of that id are not
+//   checked);
 // - unknown fields present (unknown-field, warning).
 // Findings come in document order (the order of the encoding: ascending
 // field numbers, list elements in order, unknown fields last), each handed
@@ -84,6 +88,18 @@ GCUSCHEMA_DOCUMENT_API LintCounts Lint(const google::protobuf::Message& record, 
 // The same, the findings gathered in a list (for small documents).
 GCUSCHEMA_DOCUMENT_API std::vector<Finding> Lint(const google::protobuf::Message& record,
                                                  const LintOptions& options = {});
+
+// Which of the two calibration records `record` (read as a CalibrationData
+// or a CalibrationTemplateData) holds, as far as its content tells: the two
+// share every field number, so each reads as the other. A template shows
+// by what only it has, a limit or an ADC entry's calibrationMode (read as a
+// CalibrationData, unknown fields of its entries); a document that sets
+// none of them checks nothing as a template and is taken for a calibration.
+// `evidence`, when given, receives the path of the field that told a
+// template, with its name and number ("adcCalibration[0].levelMax5v (field
+// 204)"), or is cleared. Null for any other record.
+GCUSCHEMA_DOCUMENT_API const google::protobuf::Descriptor* CalibrationRecordHeld(
+    const google::protobuf::Message& record, std::string* evidence = nullptr);
 
 GCUSCHEMA_DOCUMENT_API bool HasErrors(const std::vector<Finding>& findings);
 
