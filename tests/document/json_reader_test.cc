@@ -3,6 +3,7 @@
 // and field path) and what.
 #include <gcuschema/document/io.h>
 
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@
 #include <gcuschema/DigitalInputConfiguration.pb.h>
 #include <gcuschema/document/error.h>
 
+#include "support/choice_record.h"
 #include "support/wire.h"
 
 namespace gcuschema::document {
@@ -340,6 +342,21 @@ TEST(JsonReaderTest, ReadReplacesWhatTheRecordHeld) {
   ASSERT_EQ(doc.inputs_size(), 1);
   EXPECT_EQ(Hex(Encode(doc.inputs(0))), Hex(Bytes({0x08, 0x02, 0x98, 0x06, 0x2A})));
   EXPECT_EQ(doc.version(), 0u);
+}
+
+TEST(JsonReaderTest, ARecordMadeAtRunTimeIsReadAndRefused) {
+  // Checking "@unknown" takes a record of the type from the runtime's
+  // factory for records made at run time, which must outlive it.
+  test::ChoiceRecord choice;
+  const std::unique_ptr<google::protobuf::Message> record = choice.New();
+  Read(R"({"b": 2, "@unknown": "mAYq"})", record.get(), ReadOptions{Format::kJson});
+  EXPECT_EQ(Hex(record->SerializeAsString()), Hex(Bytes({0x10, 0x02, 0x98, 0x06, 0x2A})));
+  try {
+    Read(R"({"@unknown": "mAYq", "c": 1})", record.get(), ReadOptions{Format::kJson});
+    ADD_FAILURE() << "no error for a member no field takes";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.where(), "line 1, column 22 (c)");
+  }
 }
 
 }  // namespace
