@@ -170,8 +170,10 @@ void JsonDescent::Record(sj::object& object, RecordBeingRead& place) {
     std::size_t& given = given_[place.given + index];
     if (given == kInUnknown) GivenTwoWays(*field, Offset(key - 1), place);
     if (given != kNowhere) {
-      Fail(key - 1, PathTo(field->field->name()),
-           "the field is given twice (as \"" + field->field->json_name() + "\" or \"" + field->field->name() +
+      const std::string& json_name = field->field->json_name();
+      const std::string& name = field->field->name();
+      Fail(key - 1, PathTo(name),
+           "the field is given twice (as \"" + json_name + (json_name == name ? "" : "\" or \"" + name) +
                "\"); keep one");
     }
     given = Offset(key - 1);

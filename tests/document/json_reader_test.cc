@@ -13,6 +13,7 @@
 
 #include <gcuschema/AdcConfiguration.pb.h>
 #include <gcuschema/Config.pb.h>
+#include <gcuschema/CurrentConfiguration.pb.h>
 #include <gcuschema/DeviceData.pb.h>
 #include <gcuschema/DigitalInputConfiguration.pb.h>
 #include <gcuschema/document/error.h>
@@ -62,11 +63,24 @@ std::string ReadDeviceData(const std::string& text) {
 
 TEST(JsonReaderTest, DuplicateMembersAreRefused) {
   EXPECT_EQ(ReadOutcome(R"({"version": 1, "version": 2})"),
-            "error at line 1, column 16 (version): the field is given twice (as \"version\" or \"version\"); keep one");
+            "error at line 1, column 16 (version): the field is given twice (as \"version\"); keep one");
   // Under its JSON name and its schema name alike.
   EXPECT_EQ(ReadOutcome(R"({"units": {}, "Units": {}})").rfind("error at line 1, column 15 (units)", 0), std::string::npos);
   EXPECT_EQ(ReadOutcome(R"({"inputs": [{"id": 1, "id": 1}]})").rfind("error at line 1, column 23 (inputs[0].id): ", 0), 0u);
   EXPECT_EQ(ReadOutcome(R"({"@unknown": "", "@unknown": ""})").rfind("error at line 1, column 18 (@unknown): ", 0), 0u);
+}
+
+TEST(JsonReaderTest, ADuplicateMemberNamesItsSpellingsOnceEach) {
+  // Under one name, said once; under the JSON name and the schema name, both.
+  EXPECT_EQ(ReadOutcome(R"({"gcuNo": "A", "gcuNo": "B"})"),
+            "error at line 1, column 16 (gcuNo): the field is given twice (as \"gcuNo\"); keep one");
+  CurrentConfiguration current;
+  try {
+    Read(R"({"Unused1": 1, "__unused1": 2})", &current, ReadOptions{Format::kJson});
+    ADD_FAILURE() << "no error for a field given twice";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.message(), "the field is given twice (as \"Unused1\" or \"__unused1\"); keep one");
+  }
 }
 
 TEST(JsonReaderTest, NullInAListIsRefusedAndNullElsewhereMeansUnset) {
