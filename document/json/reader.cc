@@ -15,6 +15,7 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
+#include "article.h"
 #include "walk.h"
 #include "field_path.h"
 #include "json/base64.h"
@@ -95,7 +96,7 @@ void JsonDescent::Descend(const pb::Descriptor* type) {
   const simdjson::error_code error =
       parser_.iterate(base_, text_.size(), text_.size() + simdjson::SIMDJSON_PADDING).get(document_);
   if (error == simdjson::EMPTY) {
-    Fail(text_.size(), "", "the text holds no JSON value; expected an object holding a " + name);
+    Fail(text_.size(), "", "the text holds no JSON value; expected an object holding " + WithArticle(name));
   }
   if (error == simdjson::MEMALLOC) throw std::bad_alloc();
   if (error == simdjson::CAPACITY) {
@@ -240,7 +241,7 @@ void JsonDescent::DocumentType(sj::value& value) {
       }
     }
     Fail(at, kTypeKey,
-         "the document names itself a " + Shortened(given) + ", but is read as a " + name +
+         "the document names itself " + WithArticle(Shortened(given)) + ", but is read as " + WithArticle(name) +
              "; correct its \"@type\", or read it as the record it names",
          remedy);
   }
@@ -271,7 +272,7 @@ void JsonDescent::UnknownFields(sj::value& value, std::size_t key_at, RecordBein
   check->Clear();
   pb::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(bytes_.data()), static_cast<int>(bytes_.size()));
   if (!check->MergePartialFromCodedStream(&input) || !input.ConsumedEntireMessage()) {
-    Fail(at, where, "is not the encoding of fields of a " + place.plan->type->full_name());
+    Fail(at, where, "is not the encoding of fields of " + WithArticle(place.plan->type->full_name()));
   }
   place.unknown_at = key_at;
   FieldsInUnknown(place);
@@ -533,7 +534,7 @@ void JsonDescent::Settings(sj::value& value, const FieldPlan& field, RecordBeing
     record_types_.emplace(type_name, type);
   }
   if (holder.plan->type == ::DeviceData::descriptor() && type != ::ConfigData::descriptor()) {
-    Fail(type_at, PathTo(kTypeKey), "a DeviceData's config holds a ConfigData, not a " + type->full_name());
+    Fail(type_at, PathTo(kTypeKey), "a DeviceData's config holds a ConfigData, not " + WithArticle(type->full_name()));
   }
   if (object.reset().error()) SyntaxFailure(at);
 

@@ -5,6 +5,7 @@
 
 #include <gcuschema/document/error.h>
 
+#include "article.h"
 #include "field_path.h"
 #include "json/number_text.h"
 #include "json/reader_descent.h"
@@ -139,7 +140,7 @@ std::string JsonDescent::DescribeToken(const char* at) {
     default: valid = IsNumberStart(*at) && IsJsonNumber(NumberText(at));
   }
   if (!valid) SyntaxFailure(at);
-  Fail(at, "", "expected a JSON object holding a " + root_->full_name() + ", found " + DescribeToken(at));
+  Fail(at, "", "expected a JSON object holding " + WithArticle(root_->full_name()) + ", found " + DescribeToken(at));
 }
 
 std::string JsonDescent::Path() const { return walk_.Path(); }

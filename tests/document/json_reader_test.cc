@@ -83,6 +83,29 @@ TEST(JsonReaderTest, ADuplicateMemberNamesItsSpellingsOnceEach) {
   }
 }
 
+TEST(JsonReaderTest, RecordsAreNamedWithTheArticleTheirNameTakes) {
+  EXPECT_EQ(ReadOutcome(R"({"@type": "AdcConfiguration"})"),
+            "error at line 1, column 11 (@type): the document names itself an AdcConfiguration, but is read as a "
+            "ConfigData; correct its \"@type\", or read it as the record it names");
+  // "CA==": field 1's tag (08) and no value after it.
+  EXPECT_EQ(ReadOutcome(R"({"inputs": [{"@unknown": "CA=="}]})"),
+            "error at line 1, column 26 (inputs[0].@unknown): is not the encoding of fields of an Input");
+  const auto error_reading = [](google::protobuf::Message* record, const std::string& text) {
+    try {
+      Read(text, record, ReadOptions{Format::kJson});
+    } catch (const Error& e) {
+      return e.message();
+    }
+    return std::string("no error");
+  };
+  AdcConfiguration adc;
+  EXPECT_EQ(error_reading(&adc, ""), "the text holds no JSON value; expected an object holding an AdcConfiguration");
+  EXPECT_EQ(error_reading(&adc, "[]"), "expected a JSON object holding an AdcConfiguration, found a list");
+  // "Units" is said with a "you": a Units.
+  Units units;
+  EXPECT_EQ(error_reading(&units, "[]"), "expected a JSON object holding a Units, found a list");
+}
+
 TEST(JsonReaderTest, NullInAListIsRefusedAndNullElsewhereMeansUnset) {
   EXPECT_EQ(ReadOutcome(R"({"inputs": [{}, null]})"),
             "error at line 1, column 17 (inputs[1]): a list cannot hold null; remove it or give a value");
@@ -293,7 +316,7 @@ TEST(JsonReaderTest, MissingTypeNamesTheRecordTheCodeHolds) {
             "error at line 1, column 13 (config): the object names no record with \"@type\": add \"@type\": "
             "\"ConfigData\"");
   EXPECT_EQ(ReadDeviceData(R"({"config": {"@type": "Input"}})"),
-            "error at line 1, column 22 (config.@type): a DeviceData's config holds a ConfigData, not a Input");
+            "error at line 1, column 22 (config.@type): a DeviceData's config holds a ConfigData, not an Input");
 }
 
 TEST(JsonReaderTest, TextThatIsNotJsonIsRefusedWhereItBreaksTheGrammar) {
