@@ -106,6 +106,35 @@ TEST(JsonReaderTest, RecordsAreNamedWithTheArticleTheirNameTakes) {
   EXPECT_EQ(error_reading(&units, "[]"), "expected a JSON object holding a Units, found a list");
 }
 
+// Where the error reading `text` is placed.
+std::string ErrorPlace(const std::string& text) {
+  ConfigData doc;
+  try {
+    Read(text, &doc, ReadOptions{Format::kJson});
+  } catch (const Error& e) {
+    return e.where();
+  }
+  return "no error";
+}
+
+TEST(JsonReaderTest, ColumnsCountCharactersNotBytes) {
+  // "\u00e9", "\u20ac" and "\U0001F600" take 2, 3 and 4 bytes: one column each.
+  EXPECT_EQ(ErrorPlace("{\"gcuNo\": \"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\", \"version\": \"x\"}"),
+            "line 1, column 29 (version)");
+  // On a later line, from that line's start.
+  EXPECT_EQ(ErrorPlace("{\"gcuNo\": \"\xC3\xA9\",\n \"deviceDescription\": \"\xE2\x82\xAC\", \"version\": \"x\"}"),
+            "line 2, column 39 (version)");
+}
+
+TEST(JsonReaderTest, CrAndLfAndCrLfEachBreakALine) {
+  for (const char* const newline : {"\n", "\r", "\r\n"}) {
+    const std::string text = std::string("{") + newline + "\"version\": 1," + newline + newline + " \"version\": 2}";
+    EXPECT_EQ(ErrorPlace(text), "line 4, column 2 (version)") << testing::PrintToString(text);
+  }
+  // Mixed: a lone CR, a CR LF and an LF are three line breaks.
+  EXPECT_EQ(ErrorPlace("{\r\r\n\n\"version\": \"x\"}"), "line 4, column 12 (version)");
+}
+
 TEST(JsonReaderTest, NullInAListIsRefusedAndNullElsewhereMeansUnset) {
   EXPECT_EQ(ReadOutcome(R"({"inputs": [{}, null]})"),
             "error at line 1, column 17 (inputs[1]): a list cannot hold null; remove it or give a value");
