@@ -308,7 +308,8 @@ void JsonDescent::FieldsInUnknown(RecordBeingRead& place) {
     const pb::FieldDescriptor* descriptor = plan.type->FindFieldByNumber(number);
     if (descriptor == nullptr) continue;
     check->Clear();
-    if (!check->ParsePartialFromArray(data + start, input.CurrentPosition() - start)) continue;
+    pb::io::CodedInputStream field(data + start, input.CurrentPosition() - start);
+    if (!check->MergePartialFromCodedStream(&field)) continue;
     set.clear();
     reflection->ListFields(*check, &set);
     if (set.empty() && !reflection->GetUnknownFields(*check).empty()) continue;  // kept aside
