@@ -8,14 +8,9 @@ namespace gcuschema::document::internal {
 namespace {
 
 char Lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
-bool IsUpper(char c) { return std::isupper(static_cast<unsigned char>(c)) != 0; }
 
 bool StartsWithVowelSound(std::string_view name) {
   if (name.empty()) return false;
-  // Letters said one by one: A, E, F, H, I, L, M, N, O, R, S, X start with a vowel.
-  if (name.size() >= 2 && IsUpper(name[0]) && IsUpper(name[1])) {
-    return std::string_view("AEFHILMNORSX").find(name[0]) != std::string_view::npos;
-  }
   switch (Lower(name[0])) {
     case 'a':
     case 'e':

@@ -9,9 +9,8 @@
 namespace gcuschema::document::internal {
 
 // "an " or "a " before `name`, by how the name starts when said: a vowel
-// sound takes "an" ("an Input"), a "you" does not ("a Units", "a UserMap"),
-// and a name that starts with letters said one by one goes by the first
-// letter's name ("an LCDPanel", "a DCUData").
+// sound takes "an" ("an Input", "an Estimations"), a "you" does not ("a
+// Units").
 std::string WithArticle(std::string_view name);
 
 }  // namespace gcuschema::document::internal
