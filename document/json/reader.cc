@@ -8,12 +8,14 @@
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/wire_format_lite.h>
 
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
+#include "article.h"
 #include "walk.h"
 #include "field_path.h"
 #include "json/base64.h"
@@ -94,7 +96,7 @@ void JsonDescent::Descend(const pb::Descriptor* type) {
   const simdjson::error_code error =
       parser_.iterate(base_, text_.size(), text_.size() + simdjson::SIMDJSON_PADDING).get(document_);
   if (error == simdjson::EMPTY) {
-    Fail(text_.size(), "", "the text holds no JSON value; expected an object holding a " + name);
+    Fail(text_.size(), "", "the text holds no JSON value; expected an object holding " + WithArticle(name));
   }
   if (error == simdjson::MEMALLOC) throw std::bad_alloc();
   if (error == simdjson::CAPACITY) {
@@ -136,10 +138,10 @@ void JsonDescent::Descend(const pb::Descriptor* type) {
 
 void JsonDescent::Record(sj::object& object, RecordBeingRead& place) {
   const RecordPlan& plan = *place.plan;
-  const std::size_t seen = seen_.size();
-  seen_.resize(seen + plan.fields.size(), 0);
-  const std::size_t oneofs = oneofs_.size();
-  oneofs_.resize(oneofs + static_cast<std::size_t>(plan.type->oneof_decl_count()), -1);
+  place.given = given_.size();
+  given_.resize(place.given + plan.fields.size(), kNowhere);
+  place.oneofs = oneofs_.size();
+  oneofs_.resize(place.oneofs + static_cast<std::size_t>(plan.type->oneof_decl_count()), -1);
   std::size_t next = 0;  // the field the writer's order puts next
   const std::size_t encoded = encoded_.size();
   bool in_number_order = true;
@@ -166,16 +168,20 @@ void JsonDescent::Record(sj::object& object, RecordBeingRead& place) {
       throw UnsupportedError(Position(Offset(key - 1)) + " (" + PathTo(field->field->name()) + ")",
                              field->unsupported + " is not supported");
     }
-    if (seen_[seen + index]) {
-      Fail(key - 1, PathTo(field->field->name()),
-           "the field is given twice (as \"" + field->field->json_name() + "\" or \"" + field->field->name() +
+    std::size_t& given = given_[place.given + index];
+    if (given == kInUnknown) GivenTwoWays(*field, Offset(key - 1), place);
+    if (given != kNowhere) {
+      const std::string& json_name = field->field->json_name();
+      const std::string& name = field->field->name();
+      Fail(key - 1, PathTo(name),
+           "the field is given twice (as \"" + json_name + (json_name == name ? "" : "\" or \"" + name) +
                "\"); keep one");
     }
-    seen_[seen + index] = 1;
+    given = Offset(key - 1);
     next = index + 1;
     const Walk::Step step = walk_.Member(field->field->name());
     const std::size_t before = wire_.size();
-    Member(value, *field, place, oneofs);
+    Member(value, *field, place);
     if (wire_.size() != before) {
       if (encoded_.size() > encoded && field->number < encoded_.back().number) in_number_order = false;
       encoded_.push_back({field->number, before});
@@ -189,8 +195,8 @@ void JsonDescent::Record(sj::object& object, RecordBeingRead& place) {
     }
   }
   encoded_.resize(encoded);
-  seen_.resize(seen);
-  oneofs_.resize(oneofs);
+  given_.resize(place.given);
+  oneofs_.resize(place.oneofs);
   if (place.held != nullptr) CheckHeldType(place);
 }
 
@@ -208,9 +214,8 @@ bool JsonDescent::Annotation(sj::value& value, std::string_view name, std::size_
     return true;
   }
   if (name == kUnknownKey) {
-    if (place.unknown_seen) Fail(key_at, PathTo(name), "\"@unknown\" is given twice; remove one");
-    place.unknown_seen = true;
-    UnknownFields(value, place);
+    if (place.unknown_at != kNowhere) Fail(key_at, PathTo(name), "\"@unknown\" is given twice; remove one");
+    UnknownFields(value, key_at, place);
     return true;
   }
   return false;
@@ -236,7 +241,7 @@ void JsonDescent::DocumentType(sj::value& value) {
       }
     }
     Fail(at, kTypeKey,
-         "the document names itself a " + Shortened(given) + ", but is read as a " + name +
+         "the document names itself " + WithArticle(Shortened(given)) + ", but is read as " + WithArticle(name) +
              "; correct its \"@type\", or read it as the record it names",
          remedy);
   }
@@ -257,7 +262,7 @@ void JsonDescent::LateDocumentType() {
 }
 
 // "@unknown": the encoding of fields JSON does not show, kept as it is.
-void JsonDescent::UnknownFields(sj::value& value, RecordBeingRead& place) {
+void JsonDescent::UnknownFields(sj::value& value, std::size_t key_at, RecordBeingRead& place) {
   const char* at = Start(value);
   const std::string where = PathTo(kUnknownKey);
   if (*at != '"') Fail(at, where, "expected base64 text of encoded fields, found " + Describe(at));
@@ -267,11 +272,96 @@ void JsonDescent::UnknownFields(sj::value& value, RecordBeingRead& place) {
   check->Clear();
   pb::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(bytes_.data()), static_cast<int>(bytes_.size()));
   if (!check->MergePartialFromCodedStream(&input) || !input.ConsumedEntireMessage()) {
-    Fail(at, where, "is not the encoding of fields of a " + place.plan->type->full_name());
+    Fail(at, where, "is not the encoding of fields of " + WithArticle(place.plan->type->full_name()));
   }
+  place.unknown_at = key_at;
+  FieldsInUnknown(place);
   wire_.Append(bytes_);
   canonical_ = false;  // a record writes its unknown fields last
   if (place.plan->entry) place.type_code_unsure = true;
+}
+
+// The fields of the record that its "@unknown" (in bytes_) encodes, as the
+// runtime parses them: a field it keeps aside as unknown (a wire type not
+// the field's, a value its closed enumeration lacks) is no field given. A
+// field given both there and by a member is refused: which value the
+// record ends up with would depend on the members' order. Of such members
+// the first in the text is reported, on whichever side of "@unknown" they
+// stand, so that the error too is the same for every order.
+void JsonDescent::FieldsInUnknown(RecordBeingRead& place) {
+  const RecordPlan& plan = *place.plan;
+  pb::Message* check = Spare(plan.type, &checks_);
+  const pb::Reflection* reflection = check->GetReflection();
+  std::vector<const pb::FieldDescriptor*> set;
+  const FieldPlan* clash = nullptr;     // the field of the member reported
+  const FieldPlan* encoded = nullptr;   // the oneof member "@unknown" encodes, when another
+  std::size_t clash_at = kNowhere;
+  int only = 0;  // the one field number met so far, -1 after a second
+  const auto* data = reinterpret_cast<const std::uint8_t*>(bytes_.data());
+  pb::io::CodedInputStream input(data, static_cast<int>(bytes_.size()));
+  for (;;) {
+    const int start = input.CurrentPosition();
+    const std::uint32_t tag = input.ReadTag();
+    if (tag == 0 || !pb::internal::WireFormatLite::SkipField(&input, tag)) break;
+    const int number = static_cast<int>(pb::internal::WireFormatLite::GetTagFieldNumber(tag));
+    only = only == 0 || only == number ? number : -1;
+    const pb::FieldDescriptor* descriptor = plan.type->FindFieldByNumber(number);
+    if (descriptor == nullptr) continue;
+    check->Clear();
+    pb::io::CodedInputStream field(data + start, input.CurrentPosition() - start);
+    if (!check->MergePartialFromCodedStream(&field)) continue;
+    set.clear();
+    reflection->ListFields(*check, &set);
+    if (set.empty() && !reflection->GetUnknownFields(*check).empty()) continue;  // kept aside
+    const std::size_t index = static_cast<std::size_t>(descriptor->index());
+    std::size_t& given = given_[place.given + index];
+    if (given != kNowhere && given != kInUnknown) {
+      if (given < clash_at) {
+        clash_at = given;
+        clash = &plan.fields[index];
+        encoded = nullptr;
+      }
+      continue;
+    }
+    given = kInUnknown;
+    if (const pb::OneofDescriptor* oneof = descriptor->real_containing_oneof()) {
+      int& member = oneofs_[place.oneofs + static_cast<std::size_t>(oneof->index())];
+      if (member < 0) {
+        member = static_cast<int>(index);
+      } else if (const std::size_t other = given_[place.given + static_cast<std::size_t>(member)];
+                 other != kInUnknown && other < clash_at) {
+        clash_at = other;
+        clash = &plan.fields[static_cast<std::size_t>(member)];
+        encoded = &plan.fields[index];
+      }
+    }
+  }
+  place.unknown_only = only > 0 ? only : -1;
+  if (clash == nullptr) return;
+  if (encoded != nullptr) OneofGivenTwoWays(*clash, clash_at, PathTo(clash->field->name()), *encoded, place);
+  GivenTwoWays(*clash, clash_at, place);
+}
+
+// A field given by the member at `key_at` that "@unknown" encodes too.
+void JsonDescent::GivenTwoWays(const FieldPlan& field, std::size_t key_at, const RecordBeingRead& place) {
+  std::string message = "the field is given twice: by this member, and encoded in \"@unknown\" (" +
+                        Position(place.unknown_at) + "); keep one: remove the member to keep the encoded value, or ";
+  if (place.unknown_only == field.number) {
+    message += "remove \"@unknown\" (it holds nothing else) to keep the member's";
+  } else {
+    message += "take the field's encoding out of \"@unknown\" to keep the member's";
+  }
+  Fail(key_at, PathTo(field.field->name()), message);
+}
+
+// The member at `key_at` (its field at `path`) sets a oneof of which
+// "@unknown" encodes another member.
+void JsonDescent::OneofGivenTwoWays(const FieldPlan& member, std::size_t key_at, const std::string& path,
+                                   const FieldPlan& encoded, const RecordBeingRead& place) {
+  Fail(key_at, path,
+       "\"" + member.field->name() + "\" and \"" + encoded.field->name() + "\" (encoded in \"@unknown\", " +
+           Position(place.unknown_at) + ") are both set, but " + member.field->real_containing_oneof()->name() +
+           " holds one of them at most; keep one");
 }
 
 void JsonDescent::UnknownMember(sj::value& value, std::string_view name, std::size_t key_at, const RecordBeingRead& place) {
@@ -297,15 +387,20 @@ void JsonDescent::UnknownMember(sj::value& value, std::string_view name, std::si
   Fail(key_at, PathTo(name), message, remedy);
 }
 
-void JsonDescent::Member(sj::value& value, const FieldPlan& field, RecordBeingRead& place, std::size_t oneofs) {
+void JsonDescent::Member(sj::value& value, const FieldPlan& field, RecordBeingRead& place) {
   const char* at = Start(value);
   if (*at == 'n') {  // the field's default: not set
     Null(value, at);
     return;
   }
   if (const pb::OneofDescriptor* oneof = field.field->real_containing_oneof()) {
-    int& given = oneofs_[oneofs + static_cast<std::size_t>(oneof->index())];
+    int& given = oneofs_[place.oneofs + static_cast<std::size_t>(oneof->index())];
     const int index = static_cast<int>(&field - place.plan->fields.data());
+    if (given >= 0 && given != index &&
+        given_[place.given + static_cast<std::size_t>(given)] == kInUnknown) {
+      OneofGivenTwoWays(field, given_[place.given + static_cast<std::size_t>(index)], Path(),
+                        place.plan->fields[static_cast<std::size_t>(given)], place);
+    }
     if (given >= 0 && given != index) {
       Fail(at, Path(),
            "\"" + place.plan->fields[static_cast<std::size_t>(given)].field->name() + "\" and \"" +
@@ -440,7 +535,7 @@ void JsonDescent::Settings(sj::value& value, const FieldPlan& field, RecordBeing
     record_types_.emplace(type_name, type);
   }
   if (holder.plan->type == ::DeviceData::descriptor() && type != ::ConfigData::descriptor()) {
-    Fail(type_at, PathTo(kTypeKey), "a DeviceData's config holds a ConfigData, not a " + type->full_name());
+    Fail(type_at, PathTo(kTypeKey), "a DeviceData's config holds a ConfigData, not " + WithArticle(type->full_name()));
   }
   if (object.reset().error()) SyntaxFailure(at);
 

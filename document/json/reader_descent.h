@@ -37,6 +37,8 @@ namespace sj = simdjson::ondemand;
 // settings included; anything deeper is refused before it is held.
 inline constexpr int kMaxJsonDepth = 200;
 inline constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
+// A field of a record being read that its "@unknown" member encodes.
+inline constexpr std::size_t kInUnknown = kNowhere - 1;
 
 inline bool IsSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 inline bool IsNumberStart(char c) { return c == '-' || (c >= '0' && c <= '9'); }
@@ -59,7 +61,13 @@ struct RecordBeingRead {
   // Settings: where their "@type" member stands, read before the rest.
   std::size_t type_key_at = kNowhere;
   bool type_seen = false;
-  bool unknown_seen = false;
+  // Its "@unknown" member: where its name stands, and the one field number
+  // it encodes (-1 when it encodes several or none).
+  std::size_t unknown_at = kNowhere;
+  int unknown_only = -1;
+  // Where its fields start in JsonDescent::given_ and its oneofs in oneofs_.
+  std::size_t given = 0;
+  std::size_t oneofs = 0;
   // An entry: its type code as read so far, unsure once "@unknown" may
   // have set it; the record its `config` object named, and where.
   int type_code = 0;
@@ -83,9 +91,13 @@ class JsonDescent {
   void Record(sj::object& object, RecordBeingRead& place);
   bool Annotation(sj::value& value, std::string_view name, std::size_t key_at, RecordBeingRead& place);
   void DocumentType(sj::value& value);
-  void UnknownFields(sj::value& value, RecordBeingRead& place);
+  void UnknownFields(sj::value& value, std::size_t key_at, RecordBeingRead& place);
+  void FieldsInUnknown(RecordBeingRead& place);
+  [[noreturn]] void GivenTwoWays(const FieldPlan& field, std::size_t key_at, const RecordBeingRead& place);
+  [[noreturn]] void OneofGivenTwoWays(const FieldPlan& member, std::size_t key_at, const std::string& path,
+                                      const FieldPlan& encoded, const RecordBeingRead& place);
   void UnknownMember(sj::value& value, std::string_view name, std::size_t key_at, const RecordBeingRead& place);
-  void Member(sj::value& value, const FieldPlan& field, RecordBeingRead& place, std::size_t oneofs);
+  void Member(sj::value& value, const FieldPlan& field, RecordBeingRead& place);
   void SubRecord(sj::value& value, const FieldPlan& field, const RecordPlan& plan, int depth, int config_depth);
   void List(sj::value& value, const FieldPlan& field, const RecordBeingRead& place);
   void Settings(sj::value& value, const FieldPlan& field, RecordBeingRead& holder);
@@ -164,7 +176,9 @@ class JsonDescent {
   };
   std::vector<Encoded> encoded_;  // per record read, its fields' encodings
   std::string reordered_;
-  std::vector<char> seen_;   // per record read, a flag per field of its plan
+  // Per record read, per field of its plan: where the member giving it
+  // stands, kInUnknown when "@unknown" encodes it, kNowhere when neither.
+  std::vector<std::size_t> given_;
   std::vector<int> oneofs_;  // per record read, per oneof: the member given, or -1
   // Where the reader stands, for messages.
   Walk walk_;
@@ -172,9 +186,10 @@ class JsonDescent {
   std::string bytes_;
   // The records settings name, by name, as found so far.
   std::unordered_map<std::string, const pb::Descriptor*> record_types_;
+  // Before the spares made from its prototypes, so that it outlives them.
+  std::unique_ptr<pb::DynamicMessageFactory> dynamic_;
   std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>> settings_;
   std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>> checks_;
-  std::unique_ptr<pb::DynamicMessageFactory> dynamic_;
 };
 
 }  // namespace gcuschema::document::internal

@@ -5,6 +5,7 @@
 
 #include <gcuschema/document/error.h>
 
+#include "article.h"
 #include "field_path.h"
 #include "json/number_text.h"
 #include "json/reader_descent.h"
@@ -139,17 +140,27 @@ std::string JsonDescent::DescribeToken(const char* at) {
     default: valid = IsNumberStart(*at) && IsJsonNumber(NumberText(at));
   }
   if (!valid) SyntaxFailure(at);
-  Fail(at, "", "expected a JSON object holding a " + root_->full_name() + ", found " + DescribeToken(at));
+  Fail(at, "", "expected a JSON object holding " + WithArticle(root_->full_name()) + ", found " + DescribeToken(at));
 }
 
 std::string JsonDescent::Path() const { return walk_.Path(); }
 
+// Line and column as an editor shows them: a line ends at a CR, an LF or
+// a CR LF, and a column is a character (a code point), whatever its bytes.
 std::string JsonDescent::Position(std::size_t offset) const {
   offset = std::min(offset, text_.size());
-  const std::size_t line = static_cast<std::size_t>(std::count(text_.begin(), text_.begin() + offset, '\n')) + 1;
-  const std::size_t line_start = text_.rfind('\n', offset == 0 ? 0 : offset - 1);
-  const std::size_t column =
-      line_start == std::string_view::npos || offset == 0 ? offset + 1 : offset - line_start;
+  std::size_t line = 1;
+  std::size_t line_start = 0;
+  for (std::size_t i = 0; i < offset; ++i) {
+    if (text_[i] != '\n' && text_[i] != '\r') continue;
+    if (text_[i] == '\r' && i + 1 < offset && text_[i + 1] == '\n') ++i;
+    ++line;
+    line_start = i + 1;
+  }
+  std::size_t column = 1;
+  for (std::size_t i = line_start; i < offset; ++i) {
+    if ((static_cast<unsigned char>(text_[i]) & 0xC0) != 0x80) ++column;  // not a continuation byte
+  }
   return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 

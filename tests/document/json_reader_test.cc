@@ -3,6 +3,7 @@
 // and field path) and what.
 #include <gcuschema/document/io.h>
 
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -12,10 +13,12 @@
 
 #include <gcuschema/AdcConfiguration.pb.h>
 #include <gcuschema/Config.pb.h>
+#include <gcuschema/CurrentConfiguration.pb.h>
 #include <gcuschema/DeviceData.pb.h>
 #include <gcuschema/DigitalInputConfiguration.pb.h>
 #include <gcuschema/document/error.h>
 
+#include "support/choice_record.h"
 #include "support/wire.h"
 
 namespace gcuschema::document {
@@ -60,11 +63,76 @@ std::string ReadDeviceData(const std::string& text) {
 
 TEST(JsonReaderTest, DuplicateMembersAreRefused) {
   EXPECT_EQ(ReadOutcome(R"({"version": 1, "version": 2})"),
-            "error at line 1, column 16 (version): the field is given twice (as \"version\" or \"version\"); keep one");
+            "error at line 1, column 16 (version): the field is given twice (as \"version\"); keep one");
   // Under its JSON name and its schema name alike.
   EXPECT_EQ(ReadOutcome(R"({"units": {}, "Units": {}})").rfind("error at line 1, column 15 (units)", 0), std::string::npos);
   EXPECT_EQ(ReadOutcome(R"({"inputs": [{"id": 1, "id": 1}]})").rfind("error at line 1, column 23 (inputs[0].id): ", 0), 0u);
   EXPECT_EQ(ReadOutcome(R"({"@unknown": "", "@unknown": ""})").rfind("error at line 1, column 18 (@unknown): ", 0), 0u);
+}
+
+TEST(JsonReaderTest, ADuplicateMemberNamesItsSpellingsOnceEach) {
+  // Under one name, said once; under the JSON name and the schema name, both.
+  EXPECT_EQ(ReadOutcome(R"({"gcuNo": "A", "gcuNo": "B"})"),
+            "error at line 1, column 16 (gcuNo): the field is given twice (as \"gcuNo\"); keep one");
+  CurrentConfiguration current;
+  try {
+    Read(R"({"Unused1": 1, "__unused1": 2})", &current, ReadOptions{Format::kJson});
+    ADD_FAILURE() << "no error for a field given twice";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.message(), "the field is given twice (as \"Unused1\" or \"__unused1\"); keep one");
+  }
+}
+
+TEST(JsonReaderTest, RecordsAreNamedWithTheArticleTheirNameTakes) {
+  EXPECT_EQ(ReadOutcome(R"({"@type": "AdcConfiguration"})"),
+            "error at line 1, column 11 (@type): the document names itself an AdcConfiguration, but is read as a "
+            "ConfigData; correct its \"@type\", or read it as the record it names");
+  // "CA==": field 1's tag (08) and no value after it.
+  EXPECT_EQ(ReadOutcome(R"({"inputs": [{"@unknown": "CA=="}]})"),
+            "error at line 1, column 26 (inputs[0].@unknown): is not the encoding of fields of an Input");
+  const auto error_reading = [](google::protobuf::Message* record, const std::string& text) {
+    try {
+      Read(text, record, ReadOptions{Format::kJson});
+    } catch (const Error& e) {
+      return e.message();
+    }
+    return std::string("no error");
+  };
+  AdcConfiguration adc;
+  EXPECT_EQ(error_reading(&adc, ""), "the text holds no JSON value; expected an object holding an AdcConfiguration");
+  EXPECT_EQ(error_reading(&adc, "[]"), "expected a JSON object holding an AdcConfiguration, found a list");
+  // "Units" is said with a "you": a Units.
+  Units units;
+  EXPECT_EQ(error_reading(&units, "[]"), "expected a JSON object holding a Units, found a list");
+}
+
+// Where the error reading `text` is placed.
+std::string ErrorPlace(const std::string& text) {
+  ConfigData doc;
+  try {
+    Read(text, &doc, ReadOptions{Format::kJson});
+  } catch (const Error& e) {
+    return e.where();
+  }
+  return "no error";
+}
+
+TEST(JsonReaderTest, ColumnsCountCharactersNotBytes) {
+  // "\u00e9", "\u20ac" and "\U0001F600" take 2, 3 and 4 bytes: one column each.
+  EXPECT_EQ(ErrorPlace("{\"gcuNo\": \"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\", \"version\": \"x\"}"),
+            "line 1, column 29 (version)");
+  // On a later line, from that line's start.
+  EXPECT_EQ(ErrorPlace("{\"gcuNo\": \"\xC3\xA9\",\n \"deviceDescription\": \"\xE2\x82\xAC\", \"version\": \"x\"}"),
+            "line 2, column 39 (version)");
+}
+
+TEST(JsonReaderTest, CrAndLfAndCrLfEachBreakALine) {
+  for (const char* const newline : {"\n", "\r", "\r\n"}) {
+    const std::string text = std::string("{") + newline + "\"version\": 1," + newline + newline + " \"version\": 2}";
+    EXPECT_EQ(ErrorPlace(text), "line 4, column 2 (version)") << testing::PrintToString(text);
+  }
+  // Mixed: a lone CR, a CR LF and an LF are three line breaks.
+  EXPECT_EQ(ErrorPlace("{\r\r\n\n\"version\": \"x\"}"), "line 4, column 12 (version)");
 }
 
 TEST(JsonReaderTest, NullInAListIsRefusedAndNullElsewhereMeansUnset) {
@@ -277,7 +345,7 @@ TEST(JsonReaderTest, MissingTypeNamesTheRecordTheCodeHolds) {
             "error at line 1, column 13 (config): the object names no record with \"@type\": add \"@type\": "
             "\"ConfigData\"");
   EXPECT_EQ(ReadDeviceData(R"({"config": {"@type": "Input"}})"),
-            "error at line 1, column 22 (config.@type): a DeviceData's config holds a ConfigData, not a Input");
+            "error at line 1, column 22 (config.@type): a DeviceData's config holds a ConfigData, not an Input");
 }
 
 TEST(JsonReaderTest, TextThatIsNotJsonIsRefusedWhereItBreaksTheGrammar) {
@@ -340,6 +408,21 @@ TEST(JsonReaderTest, ReadReplacesWhatTheRecordHeld) {
   ASSERT_EQ(doc.inputs_size(), 1);
   EXPECT_EQ(Hex(Encode(doc.inputs(0))), Hex(Bytes({0x08, 0x02, 0x98, 0x06, 0x2A})));
   EXPECT_EQ(doc.version(), 0u);
+}
+
+TEST(JsonReaderTest, ARecordMadeAtRunTimeIsReadAndRefused) {
+  // Checking "@unknown" takes a record of the type from the runtime's
+  // factory for records made at run time, which must outlive it.
+  test::ChoiceRecord choice;
+  const std::unique_ptr<google::protobuf::Message> record = choice.New();
+  Read(R"({"b": 2, "@unknown": "mAYq"})", record.get(), ReadOptions{Format::kJson});
+  EXPECT_EQ(Hex(record->SerializeAsString()), Hex(Bytes({0x10, 0x02, 0x98, 0x06, 0x2A})));
+  try {
+    Read(R"({"@unknown": "mAYq", "c": 1})", record.get(), ReadOptions{Format::kJson});
+    ADD_FAILURE() << "no error for a member no field takes";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.where(), "line 1, column 22 (c)");
+  }
 }
 
 }  // namespace
