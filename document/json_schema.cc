@@ -1,5 +1,6 @@
 #include <gcuschema/document/json_schema.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <limits>
@@ -13,9 +14,10 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
-#include "walk.h"
 #include "json/keys.h"
+#include "json_schema_patterns.h"
 #include "schema_comments.h"
+#include "walk.h"
 
 namespace gcuschema::document {
 namespace {
@@ -34,8 +36,40 @@ constexpr int kListedValues = 24;
 
 std::string Ref(const std::string& definition) { return "#/$defs/" + definition; }
 
-Json Integer(std::int64_t minimum, std::int64_t maximum) {
-  return Json{{"type", "integer"}, {"minimum", minimum}, {"maximum", maximum}};
+// An integer field: a number within its type's range, or a string holding
+// one, as the reader takes both (the string only `plain`ly spelt).
+Json Integer(std::int64_t minimum, std::uint64_t maximum, bool plain = false) {
+  const std::string pattern = plain ? internal::PlainQuotedIntegerPattern(minimum, maximum)
+                                    : internal::QuotedIntegerPattern(minimum, maximum);
+  return Json{{"anyOf", Json::array({Json{{"type", "integer"}, {"minimum", minimum}, {"maximum", maximum}},
+                                     Json{{"type", "string"}, {"pattern", pattern}}})}};
+}
+
+// A float or double field: a finite number of its type, a decimal in a
+// string, or one of the names of the values JSON has no number for.
+template <typename T>
+Json Floating(int integer_digits) {
+  const T largest = std::numeric_limits<T>::max();
+  return Json{{"anyOf", Json::array({Json{{"type", "number"}, {"minimum", -largest}, {"maximum", largest}},
+                                     Json{{"type", "string"},
+                                          {"pattern", internal::QuotedDecimalPattern(integer_digits)}},
+                                     Json{{"enum", Json::array({"NaN", "Infinity", "-Infinity"})}}})}};
+}
+
+// A field's value may also be null, which leaves the field unset (never an
+// element of a list).
+Json Nullable(Json schema) {
+  const Json null{{"type", "null"}};
+  if (schema.size() == 1 && schema.contains("anyOf")) {
+    Json& alternatives = schema["anyOf"];
+    if (std::find(alternatives.begin(), alternatives.end(), null) == alternatives.end()) alternatives.push_back(null);
+    return schema;
+  }
+  if (schema.contains("type") && schema["type"].is_string()) {
+    schema["type"] = Json::array({schema["type"], "null"});
+    return schema;
+  }
+  return Json{{"anyOf", Json::array({std::move(schema), null})}};
 }
 
 std::string Joined(const std::string& a, const std::string& b) {
@@ -71,14 +105,16 @@ class SchemaWriter {
     }
     definitions_[kBytes] = Json{{"type", "string"},
                                 {"contentEncoding", "base64"},
-                                {"pattern", "^[A-Za-z0-9+/_-]*={0,2}$"},
-                                {"description", "Bytes in base64."}};
+                                {"pattern", internal::Base64Pattern()},
+                                {"description", "Bytes in base64 (standard or URL-safe digits; white space is "
+                                                "skipped; the padding may be left out)."}};
     if (open_) definitions_[kSettings] = AnySettings();
     Json document;
     document["$schema"] = kDraft;
     document["title"] = root->full_name();
     document["description"] =
         "A " + root->full_name() + " as JSON, as `gcuschema decode` writes it and `gcuschema encode` reads it.";
+    document["type"] = "object";
     document["$ref"] = Ref(root->full_name());
     document["$defs"] = std::move(definitions_);
     return document;
@@ -91,15 +127,19 @@ class SchemaWriter {
 
   Json Record(const pb::Descriptor* type) {
     Json properties = Json::object();
+    // For the document and a `config` object; a record field refuses it
+    // (Value).
     properties[kTypeKey] = Json{{"const", type->full_name()},
-                                {"description", "The record this object holds: " + type->full_name() + "."}};
+                                {"description", "The record this object holds: " + type->full_name() +
+                                                    ". Only the document and the object of a config name their "
+                                                    "record."}};
     properties[kUnknownKey] = Json{{"$ref", Ref(kBytes)},
                                    {"description", "Fields that " + type->full_name() +
                                                        " does not have, kept as their encoding (base64)."}};
     Json spellings = Json::object();
     for (int i = 0; i < type->field_count(); ++i) {
       const pb::FieldDescriptor* field = type->field(i);
-      Json schema = Field(type, field);
+      Json schema = Nullable(Field(type, field));
       schema["description"] = Description(type, field);
       properties[field->json_name()] = schema;
       if (field->json_name() != field->name()) {
@@ -107,8 +147,9 @@ class SchemaWriter {
         spellings[field->json_name()] = Json{{"not", Json{{"required", Json::array({field->name()})}}}};
       }
     }
+    // No "type": each place a record stands says "object" itself, so that a
+    // field can take null as well and still have its members checked.
     Json record;
-    record["type"] = "object";
     std::string about = type->full_name() + " (" + type->file()->name() + ").";
     EntryKind kind;
     const bool entry = internal::EntryKindOf(type, &kind);
@@ -130,6 +171,17 @@ class SchemaWriter {
       // narrowed by its type code (CodeConditions).
       return type == ::DeviceData::descriptor() ? SettingsOf(::ConfigData::descriptor()) : OpenSettings();
     }
+    EntryKind kind;
+    if (field->name() == "type" && field->enum_type() == nullptr && internal::EntryKindOf(type, &kind)) {
+      // An entry's type code: in a string only as plain digits, so that the
+      // conditions on it list each code's spellings (CodeConditions).
+      if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_INT32) {
+        return Integer(std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max(), true);
+      }
+      if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_UINT32) {
+        return Integer(0, std::numeric_limits<std::uint32_t>::max(), true);
+      }
+    }
     Json value = Value(field);
     if (!field->is_repeated()) return value;
     return Json{{"type", "array"}, {"items", std::move(value)}};
@@ -142,40 +194,52 @@ class SchemaWriter {
       case pb::FieldDescriptor::CPPTYPE_UINT32:
         return Integer(0, std::numeric_limits<std::uint32_t>::max());
       case pb::FieldDescriptor::CPPTYPE_INT64:
-        return Json{{"anyOf", Json::array({Json{{"type", "string"}, {"pattern", "^-?[0-9]+$"}},
-                                           Json{{"type", "integer"}}})}};
+        return Integer(std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max());
       case pb::FieldDescriptor::CPPTYPE_UINT64:
-        return Json{{"anyOf", Json::array({Json{{"type", "string"}, {"pattern", "^[0-9]+$"}},
-                                           Json{{"type", "integer"}, {"minimum", 0}}})}};
+        return Integer(0, std::numeric_limits<std::uint64_t>::max());
+      // Integer parts of at most 38 and 308 digits stay below the largest
+      // float and double.
       case pb::FieldDescriptor::CPPTYPE_FLOAT:
+        return Floating<float>(38);
       case pb::FieldDescriptor::CPPTYPE_DOUBLE:
-        return Json{{"anyOf", Json::array({Json{{"type", "number"}},
-                                           Json{{"enum", Json::array({"NaN", "Infinity", "-Infinity"})}}})}};
+        return Floating<double>(308);
       case pb::FieldDescriptor::CPPTYPE_BOOL:
         return Json{{"type", "boolean"}};
       case pb::FieldDescriptor::CPPTYPE_ENUM: {
+        const pb::EnumDescriptor* type = field->enum_type();
         Json names = Json::array();
-        for (int i = 0; i < field->enum_type()->value_count(); ++i) names.push_back(field->enum_type()->value(i)->name());
-        // Enumerations are open: a number without a name is kept as it is.
-        return Json{{"anyOf", Json::array({Json{{"enum", std::move(names)}},
-                                           Integer(std::numeric_limits<std::int32_t>::min(),
-                                                   std::numeric_limits<std::int32_t>::max())})}};
+        Json numbers = Json::array();
+        for (int i = 0; i < type->value_count(); ++i) {
+          names.push_back(type->value(i)->name());
+          numbers.push_back(type->value(i)->number());
+        }
+        // A name, or a number (never in a string): any int32 where the
+        // enumeration is open, only its own where it is closed (proto2).
+        Json number = Json{{"type", "integer"},
+                           {"minimum", std::numeric_limits<std::int32_t>::min()},
+                           {"maximum", std::numeric_limits<std::int32_t>::max()}};
+        if (field->file()->syntax() == pb::FileDescriptor::SYNTAX_PROTO2) number = Json{{"enum", std::move(numbers)}};
+        return Json{{"anyOf", Json::array({Json{{"enum", std::move(names)}}, std::move(number)})}};
       }
       case pb::FieldDescriptor::CPPTYPE_STRING:
         if (field->type() == pb::FieldDescriptor::TYPE_BYTES) return Json{{"$ref", Ref(kBytes)}};
-        return Json{{"type", "string"}};
+        return Json{{"type", "string"}, {"pattern", internal::UnicodeTextPattern()}};
       case pb::FieldDescriptor::CPPTYPE_MESSAGE:
         Want(field->message_type());
-        return Json{{"$ref", Ref(field->message_type()->full_name())}};
+        // A record within a record never names itself.
+        return Json{{"type", "object"},
+                    {"$ref", Ref(field->message_type()->full_name())},
+                    {"properties", Json{{kTypeKey, false}}}};
     }
     return Json::object();
   }
 
-  // Settings that are `record`: its object (with "@type"), or bytes.
+  // Settings that are `record`: its object (with "@type"), bytes, or
+  // null (none).
   Json SettingsOf(const pb::Descriptor* record) {
     Want(record);
-    Json object{{"$ref", Ref(record->full_name())}, {"required", Json::array({kTypeKey})}};
-    return Json{{"anyOf", Json::array({Json{{"$ref", Ref(kBytes)}}, std::move(object)})}};
+    Json object{{"type", "object"}, {"$ref", Ref(record->full_name())}, {"required", Json::array({kTypeKey})}};
+    return Json{{"anyOf", Json::array({Json{{"$ref", Ref(kBytes)}}, std::move(object), Json{{"type", "null"}}})}};
   }
 
   Json OpenSettings() {
@@ -184,30 +248,43 @@ class SchemaWriter {
   }
 
   // For each code the pairing names for entries of `kind`: an entry of that
-  // code holds that record. A type code left out is 0, and means code 0.
+  // code holds that record. The code matches in every spelling the type
+  // field's schema lets through (a name, a number, plain digits in a
+  // string); left out or null, it is the field's default.
   Json CodeConditions(const pb::Descriptor* type, EntryKind kind) {
     const pb::FieldDescriptor* code_field = type->FindFieldByName("type");
     const pb::FieldDescriptor* config = type->FindFieldByName("config");
     Json conditions = Json::array();
+    if (code_field == nullptr || config == nullptr) return conditions;
+    const std::int64_t default_code = DefaultCode(code_field);
     for (const auto& [key, record] : pairing_.entries()) {
-      if (key.first != kind || code_field == nullptr || config == nullptr) continue;
-      Json match;
+      if (key.first != kind) continue;
+      Json spellings = Json::array();
       if (code_field->enum_type() != nullptr) {
-        Json spellings = Json::array();
         if (const pb::EnumValueDescriptor* value = code_field->enum_type()->FindValueByNumber(key.second)) {
           spellings.push_back(value->name());
         }
-        spellings.push_back(key.second);
-        match["enum"] = std::move(spellings);
       } else {
-        match["const"] = key.second;
+        spellings.push_back(std::to_string(key.second));
+        if (key.second == 0) spellings.push_back("-0");
       }
-      Json when{{"properties", Json{{code_field->json_name(), std::move(match)}}}};
-      if (key.second != 0) when["required"] = Json::array({code_field->json_name()});
-      conditions.push_back(
-          Json{{"if", std::move(when)}, {"then", Json{{"properties", Json{{config->json_name(), SettingsOf(record)}}}}}});
+      spellings.push_back(key.second);
+      if (key.second == default_code) spellings.push_back(nullptr);
+      Json when{{"properties", Json{{code_field->json_name(), Json{{"enum", std::move(spellings)}}}}}};
+      if (key.second != default_code) when["required"] = Json::array({code_field->json_name()});
+      Json then{{"properties", Json{{config->json_name(), SettingsOf(record)}}}};
+      conditions.push_back(Json{{"if", std::move(when)}, {"then", std::move(then)}});
     }
     return conditions;
+  }
+
+  static std::int64_t DefaultCode(const pb::FieldDescriptor* field) {
+    switch (field->cpp_type()) {
+      case pb::FieldDescriptor::CPPTYPE_INT32: return field->default_value_int32();
+      case pb::FieldDescriptor::CPPTYPE_UINT32: return field->default_value_uint32();
+      case pb::FieldDescriptor::CPPTYPE_ENUM: return field->default_value_enum()->number();
+      default: return 0;
+    }
   }
 
   // The settings of a code the pairing leaves open: any record of the

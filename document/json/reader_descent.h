@@ -186,7 +186,8 @@ class JsonDescent {
   std::string bytes_;
   // The records settings name, by name, as found so far.
   std::unordered_map<std::string, const pb::Descriptor*> record_types_;
-  // Before the spares made from its prototypes, so that it outlives them.
+  // Makes the spare records of types outside the generated pool: declared
+  // before them, so that it outlives them.
   std::unique_ptr<pb::DynamicMessageFactory> dynamic_;
   std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>> settings_;
   std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>> checks_;

@@ -22,14 +22,28 @@ struct JsonSchemaOptions {
 // complete and check a document while it is written. Each record is an
 // object whose fields are known by both spellings (the schema's name and
 // its JSON name, "__unused1" and "Unused1"; not both at once) and nothing
-// else, with an optional "@type" naming the record and "@unknown" holding
-// fields outside the schema in base64. Enumerations take their value names
-// (numbers too, as the reader accepts them), 64-bit integers strings or
-// numbers, bytes base64, floats numbers or "NaN", "Infinity", "-Infinity".
-// A `config` is base64 or an object whose "@type" names a record: the
-// record its entry's type code pairs (any record where the pairing leaves
-// the code open). Descriptions come from the schema files' comments, with
-// each field's number and type.
+// else, with "@unknown" holding fields outside the schema in base64, and
+// "@type" naming the record on the document and on a `config` object only.
+// Any field may be null (left unset; not an element of a list).
+// Integers are numbers or strings of digits within their type's range,
+// enumerations value names or numbers (of their own values only, for a
+// closed enumeration), floats finite numbers of their type, decimals in
+// strings, or "NaN", "Infinity", "-Infinity"; bytes are base64 as the
+// reader decodes it, strings text without a lone surrogate. A `config` is
+// base64 or an object whose "@type" names a record: the record its entry's
+// type code pairs (any record where the pairing leaves the code open).
+// Descriptions come from the schema files' comments, with each field's
+// number and type.
+//
+// What the schema calls valid, Read and Encode read, but for what a JSON
+// Schema cannot see: duplicate members, the fields "@unknown" encodes,
+// settings nested deeper than 16 levels of `config`, and the reader's
+// limits on size. It is stricter than the reader in a few spellings only:
+// integers in strings with a fraction or exponent ("7.0", "1e2") or "-0"
+// for an unsigned one; a type code in a string other than plain digits;
+// floats in strings with an exponent, without a digit before the point, or
+// with more than 38 (308 for doubles) digits before it or 30 after; and
+// numbers just beyond the largest float that round to it.
 GCUSCHEMA_DOCUMENT_API std::string JsonSchemaText(const google::protobuf::Descriptor* record,
                                                   const JsonSchemaOptions& options = {});
 
