@@ -14,7 +14,10 @@
  *   Strings the library gives as `const char*` without a free function
  *   (record names, the version) live as long as the library is loaded.
  * - Nothing thrown inside the library crosses this interface; running out of
- *   memory is GCUSCHEMA_ERROR_MEMORY.
+ *   memory is GCUSCHEMA_ERROR_MEMORY. Two places where memory running out
+ *   ends the process instead: the protobuf runtime setting up the schema's
+ *   descriptors on the first call, and gcuschema_json_schema (its JSON
+ *   library allocates while freeing what it built).
  * - Nothing is shared between calls: distinct handles may be used from
  *   different threads at once (a handle itself is not to be used by two
  *   threads at once).
