@@ -1,8 +1,12 @@
-# cmake -DSTAGE=... -DCXX=... -DSOURCE=... -DOUT=... [-DPACKAGE=...] [-DEXPECT=...]
+# cmake -DSTAGE=... -DCXX=... -DSOURCE=... -DOUT=... [-DPACKAGE=...] [-DEXPECT=...] [-DSTD=...]
 #       -P pkgconfig_consumer.cmake
 # Builds SOURCE with nothing but the flags pkg-config gives for PACKAGE
 # (gcuschema by default) from the staged install, runs it, and expects
-# EXPECT in what it prints.
+# EXPECT in what it prints. CXX is the compiler and STD its language
+# (c++17 by default; c99 with a C compiler for a C host).
+if(NOT STD)
+  set(STD c++17)
+endif()
 if(NOT PACKAGE)
   set(PACKAGE gcuschema)
 endif()
@@ -32,7 +36,7 @@ endforeach()
 if(NOT include_ok OR NOT flags MATCHES "-lgcuschema")
   message(FATAL_ERROR "unexpected flags from the staged ${PACKAGE}.pc: ${flags}")
 endif()
-execute_process(COMMAND ${CXX} -std=c++17 "${SOURCE}" -o "${OUT}" ${flag_list}
+execute_process(COMMAND ${CXX} -std=${STD} "${SOURCE}" -o "${OUT}" ${flag_list}
                         "-Wl,-rpath,${STAGE}/lib"
                 RESULT_VARIABLE rc ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)
