@@ -91,17 +91,20 @@ class SchemaWriter {
  public:
   explicit SchemaWriter(const PairingCatalogue& pairing) : pairing_(pairing) {}
 
+  // The schema of a `root` document; with none, of a document of any
+  // record, told by its "@type".
   Json Document(const pb::Descriptor* root) {
-    Want(root);
+    if (root != nullptr) {
+      Want(root);
+    } else {
+      WantAll();
+    }
     while (!pending_.empty()) {
       const pb::Descriptor* type = pending_.front();
       pending_.pop_front();
       definitions_[type->full_name()] = Record(type);
       // A code left open may hold any record of the library.
-      if (open_ && !all_wanted_) {
-        all_wanted_ = true;
-        for (const std::string& name : RecordNames()) Want(FindRecord(name));
-      }
+      if (open_) WantAll();
     }
     definitions_[kBytes] = Json{{"type", "string"},
                                 {"contentEncoding", "base64"},
@@ -111,11 +114,18 @@ class SchemaWriter {
     if (open_) definitions_[kSettings] = AnySettings();
     Json document;
     document["$schema"] = kDraft;
-    document["title"] = root->full_name();
-    document["description"] =
-        "A " + root->full_name() + " as JSON, as `gcuschema decode` writes it and `gcuschema encode` reads it.";
-    document["type"] = "object";
-    document["$ref"] = Ref(root->full_name());
+    if (root != nullptr) {
+      document["title"] = root->full_name();
+      document["description"] =
+          "A " + root->full_name() + " as JSON, as `gcuschema decode` writes it and `gcuschema encode` reads it.";
+      document["type"] = "object";
+      document["$ref"] = Ref(root->full_name());
+    } else {
+      document["title"] = "Any record of the schema library";
+      Json any = AnyRecord("A document of any record of the library as JSON, as `gcuschema decode` writes it "
+                           "and `gcuschema encode` reads it, its record named by \"@type\".");
+      for (auto& [key, value] : any.items()) document[key] = std::move(value);
+    }
     document["$defs"] = std::move(definitions_);
     return document;
   }
@@ -123,6 +133,12 @@ class SchemaWriter {
  private:
   void Want(const pb::Descriptor* type) {
     if (wanted_.insert(type).second) pending_.push_back(type);
+  }
+
+  void WantAll() {
+    if (all_wanted_) return;
+    all_wanted_ = true;
+    for (const std::string& name : RecordNames()) Want(FindRecord(name));
   }
 
   Json Record(const pb::Descriptor* type) {
@@ -290,6 +306,11 @@ class SchemaWriter {
   // The settings of a code the pairing leaves open: any record of the
   // library, by its "@type".
   Json AnySettings() {
+    return AnyRecord("Settings of a type code that no record is paired with: any record of the library, "
+                     "named by \"@type\" (pair the code to have it checked as that record).");
+  }
+
+  Json AnyRecord(const std::string& description) {
     Json names = Json::array();
     Json conditions = Json::array();
     for (const std::string& name : RecordNames()) {
@@ -297,8 +318,7 @@ class SchemaWriter {
       conditions.push_back(Json{{"if", Json{{"properties", Json{{kTypeKey, Json{{"const", name}}}}}}},
                                 {"then", Json{{"$ref", Ref(name)}}}});
     }
-    return Json{{"description", "Settings of a type code that no record is paired with: any record of the "
-                                "library, named by \"@type\" (pair the code to have it checked as that record)."},
+    return Json{{"description", description},
                 {"type", "object"},
                 {"required", Json::array({kTypeKey})},
                 {"properties", Json{{kTypeKey, Json{{"enum", std::move(names)}}}}},
@@ -344,6 +364,10 @@ class SchemaWriter {
 std::string JsonSchemaText(const pb::Descriptor* record, const JsonSchemaOptions& options) {
   if (record == nullptr) throw Error("", "no record given for the JSON Schema");
   return SchemaWriter(options.pairing).Document(record).dump(options.indent);
+}
+
+std::string JsonSchemaTextOfAnyRecord(const JsonSchemaOptions& options) {
+  return SchemaWriter(options.pairing).Document(nullptr).dump(options.indent);
 }
 
 }  // namespace gcuschema::document

@@ -278,5 +278,24 @@ TEST(JsonSchemaValidationTest, SixtyFourBitIntegersAndClosedEnumerationsKeepThei
                   Both(R"({"closed": 0})", false)});
 }
 
+TEST(JsonSchemaTest, AnyRecordSchemaChecksEachDocumentAsTheRecordItsTypeNames) {
+  const Json schema = Json::parse(JsonSchemaTextOfAnyRecord());
+  EXPECT_EQ(schema["$schema"], "https://json-schema.org/draft/2020-12/schema");
+  EXPECT_FALSE(schema.contains("$ref"));
+  EXPECT_EQ(schema["type"], "object");
+  EXPECT_EQ(schema["required"], Json({"@type"}));
+  const std::vector<std::string>& names = RecordNames();
+  EXPECT_EQ(schema["properties"]["@type"]["enum"], Json(names));
+  ASSERT_EQ(schema["allOf"].size(), names.size());
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const Json& condition = schema["allOf"][i];
+    EXPECT_EQ(condition["if"]["properties"]["@type"]["const"], names[i]);
+    EXPECT_EQ(condition["then"]["$ref"], "#/$defs/" + names[i]);
+    EXPECT_TRUE(schema["$defs"].contains(names[i])) << names[i];
+  }
+  // The records are defined as in the schema of one record.
+  EXPECT_EQ(schema["$defs"]["ConfigData"], SchemaOf("ConfigData")["$defs"]["ConfigData"]);
+}
+
 }  // namespace
 }  // namespace gcuschema::document

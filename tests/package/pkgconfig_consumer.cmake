@@ -1,9 +1,13 @@
-# cmake -DSTAGE=... -DCXX=... -DSOURCE=... -DOUT=... [-DPACKAGE=...] [-DEXPECT=...]
+# cmake -DSTAGE=... -DCXX=... -DSOURCE=... -DOUT=... [-DPACKAGE=...] [-DEXPECT=...] [-DSTD=...]
 #       -P pkgconfig_consumer.cmake
 # Builds SOURCE with nothing but the flags pkg-config gives for PACKAGE
 # (gcuschema by default) from the staged install, runs it with nothing set
 # (no LD_LIBRARY_PATH: the flags' run path finds the staged libraries), and
-# expects EXPECT in what it prints.
+# expects EXPECT in what it prints. CXX is the compiler and STD its language
+# (c++17 by default; c99 with a C compiler for a C host).
+if(NOT STD)
+  set(STD c++17)
+endif()
 if(NOT PACKAGE)
   set(PACKAGE gcuschema)
 endif()
@@ -49,7 +53,7 @@ if(NOT rpath_ok)
 endif()
 get_filename_component(out_dir "${OUT}" DIRECTORY)
 file(MAKE_DIRECTORY "${out_dir}")
-execute_process(COMMAND ${CXX} -std=c++17 "${SOURCE}" -o "${OUT}" ${flag_list}
+execute_process(COMMAND ${CXX} -std=${STD} "${SOURCE}" -o "${OUT}" ${flag_list}
                 RESULT_VARIABLE rc ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "building with '${flags}' failed:\n${err}")

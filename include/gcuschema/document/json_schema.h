@@ -47,6 +47,11 @@ struct JsonSchemaOptions {
 GCUSCHEMA_DOCUMENT_API std::string JsonSchemaText(const google::protobuf::Descriptor* record,
                                                   const JsonSchemaOptions& options = {});
 
+// The same for a document of any record of the library, which names its
+// record in a leading "@type" (as written with WriteOptions::type_name):
+// every record is defined, and the document is checked as the one named.
+GCUSCHEMA_DOCUMENT_API std::string JsonSchemaTextOfAnyRecord(const JsonSchemaOptions& options = {});
+
 }  // namespace gcuschema::document
 
 #endif
