@@ -67,6 +67,25 @@ TEST(ToolOutputTest, StandardOutputByNameIsWrittenInPlace) {
   EXPECT_EQ(dir.Entries(), std::vector<std::string>{"doc.bin"});
 }
 
+TEST(ToolOutputTest, EmptyOutputNameIsRefused) {
+  // An unset shell variable (-o "$OUT") must not send a document to
+  // standard output.
+  ScratchDir dir;
+  const std::string text = dir.Put("doc.txt", "version: 1\n");
+  const std::string doc = dir.Put("doc.bin", SampleBytes("ConfigData"));
+  const std::vector<std::vector<std::string>> runs = {
+      {"sample", "-o", ""}, {"encode", "-o", "", text}, {"decode", "-o", "", doc}};
+  for (const std::vector<std::string>& arguments : runs) {
+    SCOPED_TRACE(arguments[0]);
+    ProcessResult result = RunTool(arguments);
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_TRUE(result.out.empty()) << result.out.size() << " bytes to standard output";
+    EXPECT_EQ(result.err, "gcuschema: --output: is empty; give a file name, or - for standard output; see "
+                          "`gcuschema " + arguments[0] + " --help`\n");
+  }
+  EXPECT_EQ(dir.Entries(), (std::vector<std::string>{"doc.bin", "doc.txt"}));
+}
+
 TEST(ToolOutputTest, DirectoryIsRefused) {
   ScratchDir dir;
   for (const std::string& out : {dir.path(), dir.path() + "/"}) {
