@@ -115,6 +115,23 @@ bool IsLink(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
+// The identity of the file on disk a handle is open on; false for a
+// console, a pipe or no handle at all.
+bool IdentifyFile(HANDLE handle, BY_HANDLE_FILE_INFORMATION* info) {
+  return handle != nullptr && handle != INVALID_HANDLE_VALUE && ::GetFileType(handle) == FILE_TYPE_DISK &&
+         ::GetFileInformationByHandle(handle, info) != 0;
+}
+
+bool IdentifyPath(const std::string& path, BY_HANDLE_FILE_INFORMATION* info) {
+  const Handle file(OpenToExamine(Wide(path)));
+  return file.valid() && ::GetFileInformationByHandle(file.get(), info) != 0;
+}
+
+bool SameIdentity(const BY_HANDLE_FILE_INFORMATION& a, const BY_HANDLE_FILE_INFORMATION& b) {
+  return a.dwVolumeSerialNumber == b.dwVolumeSerialNumber && a.nFileIndexHigh == b.nFileIndexHigh &&
+         a.nFileIndexLow == b.nFileIndexLow;
+}
+
 void ReadAll(HANDLE handle, std::size_t size_hint, const std::string& name, ReadBuffer* out) {
   // One byte beyond the expected size, so that the read which meets the end
   // of a regular file needs no reallocation.
@@ -545,14 +562,40 @@ PathFacts Examine(const std::string& path, const std::string& name) {
 }
 
 bool SameFile(const std::string& a, const std::string& b) {
-  const auto identify = [](const std::string& path, BY_HANDLE_FILE_INFORMATION* info) {
-    const Handle file(OpenToExamine(Wide(path)));
-    return file.valid() && ::GetFileInformationByHandle(file.get(), info) != 0;
-  };
   BY_HANDLE_FILE_INFORMATION ia{}, ib{};
-  return identify(a, &ia) && identify(b, &ib) && ia.dwVolumeSerialNumber == ib.dwVolumeSerialNumber &&
-         ia.nFileIndexHigh == ib.nFileIndexHigh && ia.nFileIndexLow == ib.nFileIndexLow;
+  return IdentifyPath(a, &ia) && IdentifyPath(b, &ib) && SameIdentity(ia, ib);
 }
+
+OpenStream StreamNamed(const std::string& path, const std::string&) {
+  // Windows has no names for the standard streams themselves (CON and
+  // CONOUT$ are the console, whatever the streams were redirected to): a
+  // stream is named by naming the file it is open on.
+  BY_HANDLE_FILE_INFORMATION named{};
+  if (!IdentifyPath(path, &named)) return {};
+  struct Standard {
+    DWORD id;
+    const char* what;
+    // Standard input is opened for reading (cmd's <, a parent's pipe).
+    bool writable;
+  };
+  constexpr Standard kStreams[] = {{STD_OUTPUT_HANDLE, "standard output", true},
+                                   {STD_ERROR_HANDLE, "standard error", true},
+                                   {STD_INPUT_HANDLE, "standard input", false}};
+  for (const Standard& standard : kStreams) {
+    const HANDLE handle = ::GetStdHandle(standard.id);
+    BY_HANDLE_FILE_INFORMATION open{};
+    if (!IdentifyFile(handle, &open) || !SameIdentity(open, named)) continue;
+    OpenStream stream;
+    stream.handle = reinterpret_cast<std::intptr_t>(handle);
+    stream.what = standard.what;
+    stream.writable = standard.writable;
+    return stream;
+  }
+  return {};
+}
+
+OutputFile::OutputFile(const OpenStream& stream, const std::string& name)
+    : name_(name), handle_(stream.handle) {}
 
 OutputFile::OutputFile(Way way, const std::string& path, const std::string& name) : path_(path), name_(name) {
   switch (way) {
