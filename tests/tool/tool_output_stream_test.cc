@@ -17,11 +17,6 @@
 namespace gcuschema::test {
 namespace {
 
-// Runs `script` in /bin/sh within `dir`, the tool as "$T".
-ProcessResult RunShell(const ScratchDir& dir, const std::string& script) {
-  return RunProcess({"/bin/sh", "-c", "cd \"$1\" && T=\"$2\" && " + script, "sh", dir.path(), GCUSCHEMA_TOOL});
-}
-
 ino_t Inode(const std::string& path) {
   struct stat st {};
   EXPECT_EQ(::stat(path.c_str(), &st), 0) << path;
@@ -36,7 +31,7 @@ TEST(ToolOutputStreamTest, StandardErrorByNameAppendsToTheFileItIsOpenOn) {
   ScratchDir dir;
   const std::string log = dir.Put("b.log", "log\n");
   const ino_t inode = Inode(log);
-  ProcessResult result = RunShell(dir, "\"$T\" sample -n 2 -o /dev/stderr 2>>b.log");
+  ProcessResult result = RunToolScript(dir.path(), "\"$T\" sample -n 2 -o /dev/stderr 2>>b.log");
   ASSERT_EQ(result.exit_status, 0) << ReadFileBytes(log);
   EXPECT_TRUE(ReadFileBytes(log) == "log\n" + SampleBytes("ConfigData", 2, 1));
   EXPECT_EQ(Inode(log), inode);
@@ -47,7 +42,7 @@ TEST(ToolOutputStreamTest, StandardOutputByNameKeepsWhatCameBeforeAndAfter) {
   ScratchDir dir;
   dir.Put("s.bin", SampleBytes("ConfigData", 2, 1));
   const std::string out = dir.Put("f", "old\n");
-  ProcessResult result = RunShell(dir, "( \"$T\" decode s.bin -o /dev/stdout; echo after ) >>f");
+  ProcessResult result = RunToolScript(dir.path(), "( \"$T\" decode s.bin -o /dev/stdout; echo after ) >>f");
   ASSERT_EQ(result.exit_status, 0) << result.err;
   EXPECT_EQ(ReadFileBytes(out), "old\n" + Json(dir, "s.bin") + "after\n");
 }
@@ -58,7 +53,7 @@ TEST(ToolOutputStreamTest, DescriptorByNumberIsWrittenThroughInItsAppendMode) {
   const std::string out = dir.Put("f", "old\n");
   const ino_t inode = Inode(out);
   for (const std::string& name : {"/dev/fd/3", "/proc/self/fd/3"}) {
-    ProcessResult result = RunShell(dir, "\"$T\" decode s.bin -o " + name + " 3>>f");
+    ProcessResult result = RunToolScript(dir.path(), "\"$T\" decode s.bin -o " + name + " 3>>f");
     ASSERT_EQ(result.exit_status, 0) << result.err;
   }
   EXPECT_EQ(ReadFileBytes(out), "old\n" + Json(dir, "s.bin") + Json(dir, "s.bin"));
@@ -71,14 +66,14 @@ TEST(ToolOutputStreamTest, FileAStandardStreamIsOpenOnIsWrittenAtTheStreamsPosit
   ScratchDir dir;
   dir.Put("s.bin", SampleBytes("ConfigData", 2, 1));
   const std::string out = dir.File("f");
-  ProcessResult result = RunShell(dir, "ln -s f link && { printf 'head\\n'; \"$T\" decode s.bin -o f; "
+  ProcessResult result = RunToolScript(dir.path(), "ln -s f link && { printf 'head\\n'; \"$T\" decode s.bin -o f; "
                                        "\"$T\" decode s.bin -o link; echo tail; } >f");
   ASSERT_EQ(result.exit_status, 0) << result.err;
   EXPECT_EQ(ReadFileBytes(out), "head\n" + Json(dir, "s.bin") + Json(dir, "s.bin") + "tail\n");
 
   const std::string log = dir.Put("b.log", "log\n");
   const ino_t inode = Inode(log);
-  result = RunShell(dir, "\"$T\" sample -n 2 -o b.log 2>>b.log");
+  result = RunToolScript(dir.path(), "\"$T\" sample -n 2 -o b.log 2>>b.log");
   ASSERT_EQ(result.exit_status, 0) << ReadFileBytes(log);
   EXPECT_TRUE(ReadFileBytes(log) == "log\n" + SampleBytes("ConfigData", 2, 1));
   EXPECT_EQ(Inode(log), inode);
@@ -92,7 +87,7 @@ TEST(ToolOutputStreamTest, FileStandardInputReadsIsNotReplaced) {
   const std::string in = dir.Put("h", "keep\n");
   for (const std::string& name : {"h", "/dev/stdin"}) {
     SCOPED_TRACE(name);
-    ProcessResult result = RunShell(dir, "\"$T\" sample -o " + name + " <h");
+    ProcessResult result = RunToolScript(dir.path(), "\"$T\" sample -o " + name + " <h");
     EXPECT_EQ(result.exit_status, 2);
     EXPECT_EQ(result.err, "gcuschema: " + name +
                               ": is the file standard input is open on, for reading only; refusing to replace "
@@ -104,7 +99,7 @@ TEST(ToolOutputStreamTest, FileStandardInputReadsIsNotReplaced) {
 
 TEST(ToolOutputStreamTest, DescriptorNotOpenIsRefused) {
   ScratchDir dir;
-  ProcessResult result = RunShell(dir, "\"$T\" sample -o /dev/fd/9 9>&-");
+  ProcessResult result = RunToolScript(dir.path(), "\"$T\" sample -o /dev/fd/9 9>&-");
   EXPECT_EQ(result.exit_status, 2);
   EXPECT_EQ(result.err,
             "gcuschema: /dev/fd/9: names descriptor 9, which is not open in this run; open it for writing "
