@@ -163,6 +163,16 @@ status=$?
 check "-o naming standard input's file: exit 2, the file kept" \
   test "$status" -eq 2 -a "$(cat streams/in.bin)" = keep -a "$(grep -c 'is the file standard input is open on' streams/in.err)" -eq 1
 
+# An input read from standard input is not replaced by the output.
+cp numbers.json streams/x.json
+win encode -o streams/x.json <streams/x.json 2>streams/x.err
+status=$?
+input_refused_and_kept() {
+  test "$status" -eq 2 && grep -q 'is the input, read from standard input' streams/x.err &&
+    cmp -s numbers.json streams/x.json
+}
+check "encode -o naming the file standard input reads: exit 2, the input kept" input_refused_and_kept
+
 # Ctrl-C (Wine turns SIGINT into the console's Ctrl-C event) removes the
 # temporary at once; the file keeps its old content. The process ends with
 # STATUS_CONTROL_C_EXIT, 0xC000013A, of which a Linux parent sees the low

@@ -66,6 +66,11 @@ void RefuseOverwritingInputs(const std::string& output_path,
                              const std::vector<std::string>& input_paths) {
   if (IsStandardStream(output_path)) return;
   for (const std::string& input : input_paths) {
+    // An input read from standard input is the file it is open on (< x.json).
+    if (IsStandardStream(input) && platform::IsStandardInputFile(output_path)) {
+      throw Failure(output_path, "",
+                    "is the input, read from standard input; refusing to replace it, choose another -o");
+    }
     if (!IsStandardStream(input) && platform::SameFile(input, output_path)) {
       throw Failure(output_path, "",
                     fmt::format("is the input {}; refusing to replace it, choose another -o",

@@ -45,7 +45,8 @@ InputFile ReadInput(const std::string& path);
 void RefuseBinaryToTerminal(const std::string& output_path);
 
 // Before any work: refuses an output path that is one of the inputs (the
-// same file under any name), so that a run never replaces what it reads.
+// same file under any name, or the file standard input is open on for an
+// input read from it), so that a run never replaces what it reads.
 void RefuseOverwritingInputs(const std::string& output_path,
                              const std::vector<std::string>& input_paths);
 

@@ -75,6 +75,11 @@ struct OpenStream {
 // A descriptor named but not open is a Failure about `name`.
 OpenStream StreamNamed(const std::string& path, const std::string& name);
 
+// Whether `path` names the file standard input is open on, where a write
+// would change what was read: a file, not a terminal, a pipe or another
+// stream.
+bool IsStandardInputFile(const std::string& path);
+
 // A destination open for writing, in one of three ways.
 class OutputFile {
  public:

@@ -368,6 +368,13 @@ OpenStream StreamNamed(const std::string& path, const std::string& name) {
   return read_only;
 }
 
+bool IsStandardInputFile(const std::string& path) {
+  struct stat named {}, open {};
+  if (::stat(path.c_str(), &named) != 0 || ::fstat(STDIN_FILENO, &open) != 0) return false;
+  return named.st_dev == open.st_dev && named.st_ino == open.st_ino && !S_ISCHR(open.st_mode) &&
+         !S_ISFIFO(open.st_mode) && !S_ISSOCK(open.st_mode);
+}
+
 OutputFile::OutputFile(const OpenStream& stream, const std::string& name)
     : name_(name), handle_(stream.handle) {}
 

@@ -594,6 +594,12 @@ OpenStream StreamNamed(const std::string& path, const std::string&) {
   return {};
 }
 
+bool IsStandardInputFile(const std::string& path) {
+  BY_HANDLE_FILE_INFORMATION open{}, named{};
+  return IdentifyFile(::GetStdHandle(STD_INPUT_HANDLE), &open) && IdentifyPath(path, &named) &&
+         SameIdentity(open, named);
+}
+
 OutputFile::OutputFile(const OpenStream& stream, const std::string& name)
     : name_(name), handle_(stream.handle) {}
 
