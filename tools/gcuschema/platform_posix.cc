@@ -179,7 +179,9 @@ int DescriptorOfName(const std::string& path) {
   const std::string resolved = real;
   std::free(real);
   const std::string own = "/proc/" + std::to_string(::getpid()) + "/";
-  const auto ends_with_fd = [&] { return resolved.size() > 3 && resolved.compare(resolved.size() - 3, 3, "/fd") == 0; };
+  const auto ends_with_fd = [&] {
+    return resolved.size() > 3 && resolved.compare(resolved.size() - 3, 3, "/fd") == 0;
+  };
   // Every thread of the process has the process's table of descriptors.
   const bool ours = resolved == own + "fd" || resolved == "/dev/fd" ||
                     (resolved.rfind(own + "task/", 0) == 0 && ends_with_fd());
