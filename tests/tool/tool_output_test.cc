@@ -70,21 +70,30 @@ TEST(ToolOutputTest, StandardOutputByNameIsWrittenInPlace) {
 
 TEST(ToolOutputTest, EmptyOutputNameIsRefused) {
   // An unset shell variable (-o "$OUT") must not send a document to
-  // standard output.
+  // standard output, nor (--output="$OUT" IN) make the input the output.
   ScratchDir dir;
   const std::string text = dir.Put("doc.txt", "version: 1\n");
   const std::string doc = dir.Put("doc.bin", SampleBytes("ConfigData"));
-  const std::vector<std::vector<std::string>> runs = {
-      {"sample", "-o", ""}, {"encode", "-o", "", text}, {"decode", "-o", "", doc}};
+  const std::vector<std::vector<std::string>> runs = {{"sample", "-o", ""},
+                                                      {"encode", "-o", "", text},
+                                                      {"decode", "-o", "", doc},
+                                                      {"sample", "--output="},
+                                                      {"encode", "--output=", text},
+                                                      {"decode", "--output=", doc}};
   for (const std::vector<std::string>& arguments : runs) {
-    SCOPED_TRACE(arguments[0]);
-    ProcessResult result = RunTool(arguments);
+    SCOPED_TRACE(arguments[0] + " " + arguments[1]);
+    // A document on standard input too, which --output= IN would have
+    // written over IN.
+    ProcessResult result =
+        RunTool(arguments, arguments[0] == "decode" ? SampleBytes("ConfigData", 2, 1) : "version: 2\n");
     EXPECT_EQ(result.exit_status, 2);
     EXPECT_TRUE(result.out.empty()) << result.out.size() << " bytes to standard output";
     EXPECT_EQ(result.err, "gcuschema: --output: is empty; give a file name, or - for standard output; see "
                           "`gcuschema " + arguments[0] + " --help`\n");
   }
   EXPECT_EQ(dir.Entries(), (std::vector<std::string>{"doc.bin", "doc.txt"}));
+  EXPECT_TRUE(ReadFileBytes(doc) == SampleBytes("ConfigData"));
+  EXPECT_EQ(ReadFileBytes(text), "version: 1\n");
 }
 
 TEST(ToolOutputTest, InputReadFromStandardInputIsNotReplaced) {
