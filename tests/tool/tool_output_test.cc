@@ -10,6 +10,7 @@
 #include <chrono>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -65,6 +66,65 @@ TEST(ToolOutputTest, StandardOutputByNameIsWrittenInPlace) {
   ASSERT_EQ(named.exit_status, 0) << named.err;
   EXPECT_EQ(named.out, RunTool({"decode", doc}).out);
   EXPECT_EQ(dir.Entries(), std::vector<std::string>{"doc.bin"});
+}
+
+TEST(ToolOutputTest, EmptyOutputNameIsRefused) {
+  // An unset shell variable (-o "$OUT") must not send a document to
+  // standard output, nor (--output="$OUT" IN) make the input the output.
+  ScratchDir dir;
+  const std::string text = dir.Put("doc.txt", "version: 1\n");
+  const std::string doc = dir.Put("doc.bin", SampleBytes("ConfigData"));
+  const std::vector<std::vector<std::string>> runs = {{"sample", "-o", ""},
+                                                      {"encode", "-o", "", text},
+                                                      {"decode", "-o", "", doc},
+                                                      {"sample", "--output="},
+                                                      {"encode", "--output=", text},
+                                                      {"decode", "--output=", doc}};
+  for (const std::vector<std::string>& arguments : runs) {
+    SCOPED_TRACE(arguments[0] + " " + arguments[1]);
+    // A document on standard input too, which --output= IN would have
+    // written over IN.
+    ProcessResult result =
+        RunTool(arguments, arguments[0] == "decode" ? SampleBytes("ConfigData", 2, 1) : "version: 2\n");
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_TRUE(result.out.empty()) << result.out.size() << " bytes to standard output";
+    EXPECT_EQ(result.err, "gcuschema: --output: is empty; give a file name, or - for standard output; see "
+                          "`gcuschema " + arguments[0] + " --help`\n");
+  }
+  EXPECT_EQ(dir.Entries(), (std::vector<std::string>{"doc.bin", "doc.txt"}));
+  EXPECT_TRUE(ReadFileBytes(doc) == SampleBytes("ConfigData"));
+  EXPECT_EQ(ReadFileBytes(text), "version: 1\n");
+}
+
+TEST(ToolOutputTest, InputReadFromStandardInputIsNotReplaced) {
+  // As for a named input: the same file under any name, whether standard
+  // input is open on it for reading or for writing too (<>).
+  ScratchDir dir;
+  const std::string doc = dir.Put("s.bin", SampleBytes("ConfigData", 2, 1));
+  const std::string json = RunToolOk({"decode", doc}).out;
+  dir.Put("x.json", json);
+  const std::vector<std::pair<std::string, std::string>> runs = {
+      {"x.json", "\"$T\" encode -o x.json <x.json"},
+      {"x.json", "\"$T\" encode -o x.json 0<>x.json"},
+      {"link", "ln -s x.json link && \"$T\" encode -o link <x.json"},
+      {"/dev/stdin", "\"$T\" encode -o /dev/stdin 0<>x.json"},
+      {"s.bin", "\"$T\" decode -o s.bin <s.bin"},
+  };
+  for (const auto& [output, script] : runs) {
+    SCOPED_TRACE(script);
+    ProcessResult result = RunToolScript(dir.path(), script);
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_EQ(result.err, "gcuschema: " + output +
+                              ": is the input, read from standard input; refusing to replace it, choose another "
+                              "-o\n");
+  }
+  EXPECT_EQ(ReadFileBytes(dir.File("x.json")), json);
+  EXPECT_TRUE(ReadFileBytes(doc) == SampleBytes("ConfigData", 2, 1));
+  EXPECT_EQ(dir.Entries(), (std::vector<std::string>{"link", "s.bin", "x.json"}));
+
+  // Another file is written as ever.
+  ASSERT_EQ(RunToolScript(dir.path(), "\"$T\" encode -o again.bin <x.json").exit_status, 0);
+  EXPECT_TRUE(ReadFileBytes(dir.File("again.bin")) == SampleBytes("ConfigData", 2, 1));
 }
 
 TEST(ToolOutputTest, DirectoryIsRefused) {

@@ -146,6 +146,33 @@ link_kept_target_replaced() {
 }
 check "-o through a symbolic link replaces the file it ends at, keeps the link" link_kept_target_replaced
 
+# -o naming the file a standard stream is open on writes through the
+# stream, after what >> left there, and replaces nothing; standard input's
+# file, open for reading only, is left as it is.
+mkdir streams
+printf 'log\n' >streams/run.log
+before=$(inode streams/run.log)
+win encode -o streams/run.log numbers.json 2>>streams/run.log
+appended_through_stream() {
+  test "$before" = "$(inode streams/run.log)" && { printf 'log\n'; cat numbers.bin; } | cmp -s - streams/run.log
+}
+check "-o naming the file standard error is open on (2>>) appends through the stream" appended_through_stream
+echo keep >streams/in.bin
+win sample -o streams/in.bin <streams/in.bin 2>streams/in.err
+status=$?
+check "-o naming standard input's file: exit 2, the file kept" \
+  test "$status" -eq 2 -a "$(cat streams/in.bin)" = keep -a "$(grep -c 'is the file standard input is open on' streams/in.err)" -eq 1
+
+# An input read from standard input is not replaced by the output.
+cp numbers.json streams/x.json
+win encode -o streams/x.json <streams/x.json 2>streams/x.err
+status=$?
+input_refused_and_kept() {
+  test "$status" -eq 2 && grep -q 'is the input, read from standard input' streams/x.err &&
+    cmp -s numbers.json streams/x.json
+}
+check "encode -o naming the file standard input reads: exit 2, the input kept" input_refused_and_kept
+
 # Ctrl-C (Wine turns SIGINT into the console's Ctrl-C event) removes the
 # temporary at once; the file keeps its old content. The process ends with
 # STATUS_CONTROL_C_EXIT, 0xC000013A, of which a Linux parent sees the low

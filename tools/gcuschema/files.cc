@@ -55,7 +55,9 @@ void RefuseBinaryToTerminal(const std::string& output_path) {
                   "refusing to write binary data to a terminal; use -o FILE or redirect "
                   "the output");
   }
-  if (platform::Examine(output_path, output_path).kind == PathFacts::Kind::kTerminal) {
+  const platform::OpenStream stream = platform::StreamNamed(output_path, output_path);
+  if (stream.handle != -1 ? stream.terminal
+                          : platform::Examine(output_path, output_path).kind == PathFacts::Kind::kTerminal) {
     throw Failure(output_path, "", "is a terminal; refusing to write binary data to it; give -o a file");
   }
 }
@@ -64,6 +66,11 @@ void RefuseOverwritingInputs(const std::string& output_path,
                              const std::vector<std::string>& input_paths) {
   if (IsStandardStream(output_path)) return;
   for (const std::string& input : input_paths) {
+    // An input read from standard input is the file it is open on (< x.json).
+    if (IsStandardStream(input) && platform::IsStandardInputFile(output_path)) {
+      throw Failure(output_path, "",
+                    "is the input, read from standard input; refusing to replace it, choose another -o");
+    }
     if (!IsStandardStream(input) && platform::SameFile(input, output_path)) {
       throw Failure(output_path, "",
                     fmt::format("is the input {}; refusing to replace it, choose another -o",
@@ -76,6 +83,19 @@ Destination::Destination(const std::string& path) {
   using Way = platform::OutputFile::Way;
   if (IsStandardStream(path)) {
     file_ = std::make_unique<platform::OutputFile>(Way::kStandardOutput, "", "<stdout>");
+    return;
+  }
+  // /dev/stdout, /dev/fd/3, or the file a standard stream is open on
+  // (-o log 2>>log): written through that stream, where its position and
+  // append mode say, as the shell's redirection asked.
+  if (const platform::OpenStream stream = platform::StreamNamed(path, path); stream.handle != -1) {
+    if (!stream.writable) {
+      throw Failure(path, "",
+                    fmt::format("is the file {} is open on, for reading only; refusing to replace it: "
+                                "choose another -o",
+                                stream.what));
+    }
+    file_ = std::make_unique<platform::OutputFile>(stream, path);
     return;
   }
   const PathFacts facts = platform::Examine(path, path);

@@ -45,14 +45,18 @@ InputFile ReadInput(const std::string& path);
 void RefuseBinaryToTerminal(const std::string& output_path);
 
 // Before any work: refuses an output path that is one of the inputs (the
-// same file under any name), so that a run never replaces what it reads.
+// same file under any name, or the file standard input is open on for an
+// input read from it), so that a run never replaces what it reads.
 void RefuseOverwritingInputs(const std::string& output_path,
                              const std::vector<std::string>& input_paths);
 
 // Where a result goes, written in parts as it is made: standard output
-// ("" or "-"); a device or a pipe (-o /dev/null), written to in place; or a
-// regular file, written to a temporary file in the same directory and
-// renamed over it by Commit(). Through a symbolic link, the file it points
+// ("" or "-"); a stream the run was given, by its name (/dev/stdout,
+// /dev/stderr, /dev/fd/N) or by a name of the file a standard stream is
+// open on, written through that stream at its position and in its append
+// mode (one open only for reading is refused); a device or a pipe
+// (-o /dev/null), written to in place; or a regular file, written to a
+// temporary file in the same directory and renamed over it by Commit(). Through a symbolic link, the file it points
 // to is replaced (or created, when it does not exist yet) and the link kept.
 // A read-only file or another user's is not replaced. Destroyed without
 // Commit(), or interrupted, it removes the temporary file and replaces

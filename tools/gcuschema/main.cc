@@ -72,6 +72,27 @@ int ReportUsageError(CLI::App& app, const CLI::ParseError& e, const std::vector<
   return ReportFailure(FailureLine("", "", what + "; see `" + help + "`"));
 }
 
+// "--name=" with nothing after the '=' gives the option an empty value, as
+// "--name ''" does, for its check to refuse: CLI11 would take the next
+// argument for the value instead, so that --output="$UNSET" in.bin wrote
+// over in.bin.
+void SeparateEmptyValues(const std::vector<Command>& commands, std::vector<std::string>* arguments) {
+  for (std::size_t i = 1; i < arguments->size(); ++i) {
+    const std::string& argument = (*arguments)[i];
+    if (argument == "--") return;  // what follows is operands only
+    if (argument.size() < 4 || argument.rfind("--", 0) != 0 || argument.find('=') != argument.size() - 1) continue;
+    const std::string name = argument.substr(0, argument.size() - 1);
+    for (const Command& command : commands) {
+      const CLI::Option* option = command.parser->get_option_no_throw(name);
+      if (option == nullptr || option->get_type_size_max() == 0) continue;  // a flag takes no value
+      (*arguments)[i] = name;
+      arguments->insert(arguments->begin() + static_cast<std::ptrdiff_t>(i) + 1, "");
+      ++i;
+      break;
+    }
+  }
+}
+
 int Run(const Command& command) {
   try {
     // An error of the library that no command gave a subject.
@@ -105,7 +126,7 @@ int main(int argc, char** argv) {
   app.footer(
       "Exit status: 0 done, 1 lint found errors or diff found differences, 2 bad input or "
       "usage (one line on stderr: gcuschema: FILE: WHERE: WHAT).");
-  const std::vector<std::string> arguments = platform::CommandLine(argc, argv);
+  std::vector<std::string> arguments = platform::CommandLine(argc, argv);
   // Setting up a command's options is a good part of a short run: when the
   // first argument names a command, only that one is set up (nothing after
   // it can name another), and `--version` alone needs none. Otherwise all
@@ -123,6 +144,7 @@ int main(int argc, char** argv) {
   if (commands.empty() && !version_only) {
     for (const auto& factory : factories) commands.push_back(factory.second(&app));
   }
+  SeparateEmptyValues(commands, &arguments);
   std::vector<const char*> pointers;
   for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
   try {

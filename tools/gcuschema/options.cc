@@ -90,11 +90,17 @@ document::PairingCatalogue PairingOptions::Resolve() const {
 }
 
 void AddOutputOption(CLI::App* command, std::string* output) {
+  // An empty name is refused rather than taken for standard output: it is
+  // most often a shell variable that was never set (-o "$OUT").
+  const auto named = [](const std::string& value) -> std::string {
+    return value.empty() ? "is empty; give a file name, or - for standard output" : "";
+  };
   command
       ->add_option("-o,--output", *output,
                    "Write here (through a temporary file renamed when complete) instead "
-                   "of standard output")
-      ->type_name("OUT");
+                   "of standard output (-)")
+      ->type_name("OUT")
+      ->check(CLI::Validator(named, ""));
 }
 
 void AddThreadsOption(CLI::App* command, int* threads) {

@@ -59,6 +59,27 @@ PathFacts Examine(const std::string& path, const std::string& name);
 // Whether two paths name one existing file.
 bool SameFile(const std::string& a, const std::string& b);
 
+// An open descriptor (on Windows, handle) of the process that an output
+// path stands for: a standard stream, or where the system names
+// descriptors (/dev/fd/N), any of them. Writing goes through it, at its
+// position and in its append mode, and never replaces the file behind it.
+struct OpenStream {
+  std::intptr_t handle = -1;  // -1: the path names none
+  std::string what;           // "standard output", "descriptor 5"
+  bool writable = false;      // open for writing
+  bool terminal = false;
+};
+// The stream `path` names: by its name (/dev/stdout, /dev/stderr,
+// /dev/stdin, /dev/fd/N, /proc/self/fd/N, through symbolic links) or as
+// another name of the file a standard stream is open on (-o log 2>>log).
+// A descriptor named but not open is a Failure about `name`.
+OpenStream StreamNamed(const std::string& path, const std::string& name);
+
+// Whether `path` names the file standard input is open on, where a write
+// would change what was read: a file, not a terminal, a pipe or another
+// stream.
+bool IsStandardInputFile(const std::string& path);
+
 // A destination open for writing, in one of three ways.
 class OutputFile {
  public:
@@ -76,6 +97,9 @@ class OutputFile {
     kTemporary,
   };
   OutputFile(Way way, const std::string& path, const std::string& name);
+  // Writes through `stream`, which stays open: at its own position and in
+  // its own append mode, as if it were standard output.
+  OutputFile(const OpenStream& stream, const std::string& name);
   // Closes what was opened here; removes a temporary not yet committed.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;

@@ -168,6 +168,73 @@ void WriteAll(int fd, std::string_view bytes, const std::string& name) {
   }
 }
 
+// The descriptor a path names by its place in a directory of this
+// process's descriptors (/dev/fd/N, /proc/self/fd/N, /proc/PID/fd/N,
+// /proc/PID/task/TID/fd/N), or -1.
+int DescriptorOfName(const std::string& path) {
+  const auto [directory, base] = SplitPath(path);
+  if (base.empty() || base.size() > 9 || base.find_first_not_of("0123456789") != std::string::npos) return -1;
+  char* real = ::realpath(directory.empty() ? "." : directory.c_str(), nullptr);
+  if (real == nullptr) return -1;
+  const std::string resolved = real;
+  std::free(real);
+  const std::string own = "/proc/" + std::to_string(::getpid()) + "/";
+  const auto ends_with_fd = [&] {
+    return resolved.size() > 3 && resolved.compare(resolved.size() - 3, 3, "/fd") == 0;
+  };
+  // Every thread of the process has the process's table of descriptors.
+  const bool ours = resolved == own + "fd" || resolved == "/dev/fd" ||
+                    (resolved.rfind(own + "task/", 0) == 0 && ends_with_fd());
+  return ours ? std::stoi(base) : -1;
+}
+
+// The descriptor a path names, its symbolic links followed one by one
+// (/dev/stdout is a link to /proc/self/fd/1, itself a link to whatever
+// the descriptor is open on), or -1.
+int DescriptorNamed(const std::string& path) {
+  std::string current = path;
+  for (int links = 0; links <= kMaxLinks; ++links) {
+    if (const int fd = DescriptorOfName(current); fd >= 0) return fd;
+    struct stat st {};
+    if (::lstat(current.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) return -1;
+    std::string target(PATH_MAX, '\0');
+    const ssize_t length = ::readlink(current.c_str(), target.data(), target.size());
+    if (length <= 0) return -1;
+    target.resize(static_cast<std::size_t>(length));
+    current = target[0] == '/' ? target : SplitPath(current).first + target;
+  }
+  return -1;
+}
+
+std::string DescriptorWhat(int fd) {
+  switch (fd) {
+    case STDIN_FILENO:
+      return "standard input";
+    case STDOUT_FILENO:
+      return "standard output";
+    case STDERR_FILENO:
+      return "standard error";
+    default:
+      return fmt::format("descriptor {}", fd);
+  }
+}
+
+OpenStream DescribeStream(int fd, const std::string& name) {
+  const int flags = ::fcntl(fd, F_GETFL);
+  if (flags < 0) {
+    throw Failure(name, "",
+                  fmt::format("names {}, which is not open in this run; open it for writing ({}>FILE in the "
+                              "shell) or choose another -o",
+                              DescriptorWhat(fd), fd));
+  }
+  OpenStream stream;
+  stream.handle = fd;
+  stream.what = DescriptorWhat(fd);
+  stream.writable = (flags & O_ACCMODE) != O_RDONLY;
+  stream.terminal = ::isatty(fd) != 0;
+  return stream;
+}
+
 std::string UserName(uid_t uid) {
   std::vector<char> buffer(16384);
   struct passwd entry {};
@@ -285,6 +352,33 @@ bool SameFile(const std::string& a, const std::string& b) {
   return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
          sa.st_ino == sb.st_ino;
 }
+
+OpenStream StreamNamed(const std::string& path, const std::string& name) {
+  if (const int fd = DescriptorNamed(path); fd >= 0) return DescribeStream(fd, name);
+  struct stat named {};
+  if (::stat(path.c_str(), &named) != 0) return {};
+  OpenStream read_only;
+  for (const int fd : {STDOUT_FILENO, STDERR_FILENO, STDIN_FILENO}) {
+    struct stat open {};
+    if (::fstat(fd, &open) != 0 || open.st_dev != named.st_dev || open.st_ino != named.st_ino) continue;
+    OpenStream stream = DescribeStream(fd, name);
+    if (stream.writable) return stream;
+    // A file a stream reads is not to be replaced under it; a device or a
+    // pipe is written to in place, however the stream has it open.
+    if (S_ISREG(named.st_mode) && read_only.handle == -1) read_only = stream;
+  }
+  return read_only;
+}
+
+bool IsStandardInputFile(const std::string& path) {
+  struct stat named {}, open {};
+  if (::stat(path.c_str(), &named) != 0 || ::fstat(STDIN_FILENO, &open) != 0) return false;
+  return named.st_dev == open.st_dev && named.st_ino == open.st_ino && !S_ISCHR(open.st_mode) &&
+         !S_ISFIFO(open.st_mode) && !S_ISSOCK(open.st_mode);
+}
+
+OutputFile::OutputFile(const OpenStream& stream, const std::string& name)
+    : name_(name), handle_(stream.handle) {}
 
 OutputFile::OutputFile(Way way, const std::string& path, const std::string& name) : path_(path), name_(name) {
   switch (way) {

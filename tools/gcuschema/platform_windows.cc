@@ -115,6 +115,61 @@ bool IsLink(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
+// Which file a handle is open on: its volume and its index there. A handle
+// that cannot tell its volume (Wine's for the Unix descriptors a process
+// is started with) tells its index, size and last write instead.
+struct FileIdentity {
+  bool volume_known = false;
+  DWORD volume = 0;
+  ULONGLONG index = 0;
+  LONGLONG size = 0;
+  LONGLONG written = 0;
+};
+
+LONGLONG Combined(DWORD high, DWORD low) { return static_cast<LONGLONG>((ULONGLONG{high} << 32) | low); }
+
+bool Identify(HANDLE handle, FileIdentity* identity) {
+  BY_HANDLE_FILE_INFORMATION info{};
+  if (::GetFileInformationByHandle(handle, &info)) {
+    identity->volume_known = true;
+    identity->volume = info.dwVolumeSerialNumber;
+    identity->index = static_cast<ULONGLONG>(Combined(info.nFileIndexHigh, info.nFileIndexLow));
+    identity->size = Combined(info.nFileSizeHigh, info.nFileSizeLow);
+    identity->written = Combined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime);
+    return true;
+  }
+  FILE_ID_INFO id{};
+  FILE_STANDARD_INFO standard{};
+  FILE_BASIC_INFO basic{};
+  if (!::GetFileInformationByHandleEx(handle, FileIdInfo, &id, sizeof id) ||
+      !::GetFileInformationByHandleEx(handle, FileStandardInfo, &standard, sizeof standard) ||
+      !::GetFileInformationByHandleEx(handle, FileBasicInfo, &basic, sizeof basic)) {
+    return false;
+  }
+  std::memcpy(&identity->index, id.FileId.Identifier, sizeof identity->index);  // the index, as NTFS gives it
+  identity->size = standard.EndOfFile.QuadPart;
+  identity->written = basic.LastWriteTime.QuadPart;
+  return true;
+}
+
+// The file on disk a handle is open on; false for a console, a pipe or no
+// handle at all.
+bool IdentifyFile(HANDLE handle, FileIdentity* identity) {
+  return handle != nullptr && handle != INVALID_HANDLE_VALUE && ::GetFileType(handle) == FILE_TYPE_DISK &&
+         Identify(handle, identity);
+}
+
+bool IdentifyPath(const std::string& path, FileIdentity* identity) {
+  const Handle file(OpenToExamine(Wide(path)));
+  return file.valid() && Identify(file.get(), identity);
+}
+
+bool SameIdentity(const FileIdentity& a, const FileIdentity& b) {
+  if (a.index != b.index) return false;
+  if (a.volume_known && b.volume_known) return a.volume == b.volume;
+  return a.size == b.size && a.written == b.written;
+}
+
 void ReadAll(HANDLE handle, std::size_t size_hint, const std::string& name, ReadBuffer* out) {
   // One byte beyond the expected size, so that the read which meets the end
   // of a regular file needs no reallocation.
@@ -545,14 +600,46 @@ PathFacts Examine(const std::string& path, const std::string& name) {
 }
 
 bool SameFile(const std::string& a, const std::string& b) {
-  const auto identify = [](const std::string& path, BY_HANDLE_FILE_INFORMATION* info) {
-    const Handle file(OpenToExamine(Wide(path)));
-    return file.valid() && ::GetFileInformationByHandle(file.get(), info) != 0;
-  };
-  BY_HANDLE_FILE_INFORMATION ia{}, ib{};
-  return identify(a, &ia) && identify(b, &ib) && ia.dwVolumeSerialNumber == ib.dwVolumeSerialNumber &&
-         ia.nFileIndexHigh == ib.nFileIndexHigh && ia.nFileIndexLow == ib.nFileIndexLow;
+  FileIdentity ia, ib;
+  return IdentifyPath(a, &ia) && IdentifyPath(b, &ib) && SameIdentity(ia, ib);
 }
+
+OpenStream StreamNamed(const std::string& path, const std::string&) {
+  // Windows has no names for the standard streams themselves (CON and
+  // CONOUT$ are the console, whatever the streams were redirected to): a
+  // stream is named by naming the file it is open on.
+  FileIdentity named;
+  if (!IdentifyPath(path, &named)) return {};
+  struct Standard {
+    DWORD id;
+    const char* what;
+    // Standard input is opened for reading (cmd's <, a parent's pipe).
+    bool writable;
+  };
+  constexpr Standard kStreams[] = {{STD_OUTPUT_HANDLE, "standard output", true},
+                                   {STD_ERROR_HANDLE, "standard error", true},
+                                   {STD_INPUT_HANDLE, "standard input", false}};
+  for (const Standard& standard : kStreams) {
+    const HANDLE handle = ::GetStdHandle(standard.id);
+    FileIdentity open;
+    if (!IdentifyFile(handle, &open) || !SameIdentity(open, named)) continue;
+    OpenStream stream;
+    stream.handle = reinterpret_cast<std::intptr_t>(handle);
+    stream.what = standard.what;
+    stream.writable = standard.writable;
+    return stream;
+  }
+  return {};
+}
+
+bool IsStandardInputFile(const std::string& path) {
+  FileIdentity open, named;
+  return IdentifyFile(::GetStdHandle(STD_INPUT_HANDLE), &open) && IdentifyPath(path, &named) &&
+         SameIdentity(open, named);
+}
+
+OutputFile::OutputFile(const OpenStream& stream, const std::string& name)
+    : name_(name), handle_(stream.handle) {}
 
 OutputFile::OutputFile(Way way, const std::string& path, const std::string& name) : path_(path), name_(name) {
   switch (way) {

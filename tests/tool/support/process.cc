@@ -178,6 +178,10 @@ ProcessResult RunToolWritingTo(const std::string& stdout_path,
   return RunProcessWith(ToolArgv(arguments), "", stdout_path);
 }
 
+ProcessResult RunToolScript(const std::string& directory, const std::string& script) {
+  return RunProcess({"/bin/sh", "-c", "cd \"$1\" && T=\"$2\" && " + script, "sh", directory, GCUSCHEMA_TOOL});
+}
+
 int StartTool(const std::vector<std::string>& arguments) {
   const std::vector<std::string> argv = ToolArgv(arguments);
   std::vector<char*> args = ArgvPointers(argv);

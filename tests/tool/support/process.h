@@ -39,6 +39,10 @@ ProcessResult RunToolOk(const std::vector<std::string>& arguments, const std::st
 ProcessResult RunToolWritingTo(const std::string& stdout_path,
                                const std::vector<std::string>& arguments);
 
+// Runs `script` with /bin/sh in `directory`, the tool's path in "$T", for
+// runs whose shell redirections are the point (< x.json, 2>> run.log).
+ProcessResult RunToolScript(const std::string& directory, const std::string& script);
+
 // Starts the tool without waiting for it, its standard streams on
 // /dev/null; its process id, or -1 (the test failed) when it cannot start.
 int StartTool(const std::vector<std::string>& arguments);
