@@ -66,7 +66,9 @@ int RunLint(const LintArguments& args) {
     limits.emplace(Load(args.limits, document::RequireRecord("CalibrationTemplateData"), reading));
     options.limits = limits->get();
   }
-  const LoadedRecord record = limits ? Load(args.input, type, reading) : Load(args.input, args.type, reading);
+  const LoadedRecord record = limits ? Load(args.input, type, reading, /*keep_input=*/true)
+                                     : Load(args.input, args.type, reading, /*keep_input=*/true);
+  options.encoded = record.encoded();
 
   Destination output("");
   std::string block;
@@ -99,7 +101,8 @@ Command AddLintCommand(CLI::App* app) {
   CLI::App* command = app->add_subcommand(
       "lint",
       "Check a document (binary, JSON or text) for what the records do not enforce (counts, type "
-      "codes, unreadable settings, duplicate identifiers, dangling references, ranges "
+      "codes, unreadable settings, bytes that writing the document back would change, duplicate "
+      "identifiers, dangling references, ranges "
       "given upside down, calibration values outside their template's limits); one "
       "finding per line as found, then a summary line; exit 1 when there is an error, 0 "
       "when clean or only warnings");

@@ -1,0 +1,69 @@
+// Documents whose bytes the records write otherwise: decode, inspect and
+// lint say where and why, and what they show is what encode writes back.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/process.h"
+#include "support/tool_scratch.h"
+
+namespace gcuschema::test {
+namespace {
+
+std::string Raw(const char* bytes, std::size_t n) { return std::string(bytes, n); }
+
+// version: 3, then version: 5.
+const std::string kVersionTwice = Raw("\x08\x03\x08\x05", 4);
+// inputs[0] { minValue: -0.0 }.
+const std::string kNegativeZero = Raw("\x1A\x05\x45\x00\x00\x00\x80", 7);
+
+TEST(ToolCanonicalTest, DecodeWarnsOnStandardErrorAndWritesWhatEncodeWritesBack) {
+  ScratchDir dir;
+  const std::string in = dir.Put("twice.bin", kVersionTwice);
+  const ProcessResult json = RunToolOk({"decode", in});
+  EXPECT_EQ(json.out, "{\n  \"@type\": \"ConfigData\",\n  \"version\": 5\n}\n");
+  EXPECT_EQ(json.err, "gcuschema: warning: " + in +
+                          ": byte 1 (version): not in canonical form: version is given twice, the earlier value 3 "
+                          "is dropped (at byte 0); encoded again, the 4 bytes read become 2, differing from byte 1 "
+                          "on; the output is the record read, which encode writes in canonical form\n");
+  const ProcessResult again = RunToolOk({"encode"}, json.out);
+  EXPECT_EQ(again.out, Raw("\x08\x05", 2));
+
+  const ProcessResult text = RunToolOk({"decode", "--format", "text", in});
+  EXPECT_EQ(text.out, "version: 5\n");
+  EXPECT_EQ(text.err, json.err);
+
+  // Bytes the records write themselves, and documents not read from bytes: no word.
+  EXPECT_EQ(RunToolOk({"decode", dir.Put("once.bin", again.out)}).err, "");
+  EXPECT_EQ(RunToolOk({"decode", dir.Put("doc.json", json.out)}).err, "");
+}
+
+TEST(ToolCanonicalTest, InspectGivesTheFileSizeAndWhereItDiffersTheCanonicalSize) {
+  ScratchDir dir;
+  // version 3 written in a 4-byte varint: 5 bytes, 2 as the records write them.
+  const ProcessResult result = RunToolOk({"inspect", dir.Put("long.bin", Raw("\x08\x83\x80\x80\x00", 5))});
+  EXPECT_EQ(result.out.substr(0, result.out.find("\n  version:")),
+            "ConfigData: 5 bytes, 2 bytes as the records write it\n"
+            "  warning: not in canonical form: version is a varint longer than it needs (4 bytes for 3, where 1 "
+            "byte would do); encoded again, the 5 bytes read become 2, differing from byte 1 on");
+  EXPECT_EQ(result.err, "");
+  const ProcessResult canonical = RunToolOk({"inspect", dir.Put("short.bin", Raw("\x08\x03", 2))});
+  EXPECT_EQ(canonical.out.substr(0, canonical.out.find('\n')), "ConfigData: 2 bytes");
+}
+
+TEST(ToolCanonicalTest, LintReportsDocumentNotCanonicalAsAWarning) {
+  ScratchDir dir;
+  const ProcessResult result = RunTool({"lint", dir.Put("zero.bin", kNegativeZero)});
+  EXPECT_EQ(result.exit_status, 0) << result.err;
+  EXPECT_EQ(result.out,
+            "inputs[0].minValue: warning: inputs[0].minValue holds -0.0, which the records do not write (at byte "
+            "2); encoded again, the 7 bytes read become 2, differing from byte 1 on; it reads as the same record, "
+            "but a program writing it back changes those bytes: store the re-encoded bytes "
+            "[document-not-canonical]\n"
+            "ok: 0 errors, 1 warning\n");
+  const ProcessResult clean = RunTool({"lint", dir.Put("clean.bin", Raw("\x1A\x00", 2))});
+  EXPECT_EQ(clean.out, "ok: 0 errors, 0 warnings\n");
+}
+
+}  // namespace
+}  // namespace gcuschema::test
