@@ -372,7 +372,8 @@ void Fields(std::ostream& out, const pb::Message& record, Walk& walk, const Head
   pb::TextFormat::Printer printer;
   internal::SpellNumbersPortably(&printer);
   std::string text;
-  printer.PrintToString(record, &text);
+  std::unique_ptr<pb::Message> copy;
+  printer.PrintToString(internal::ShownAsWritten(record, &copy), &text);
   Indent(out, text, "  ");
   const Settings settings = walk.Decide(record);
   if (settings.paired == nullptr) return;
@@ -383,7 +384,7 @@ void Fields(std::ostream& out, const pb::Message& record, Walk& walk, const Head
   const Walk::Step step = walk.Into(settings);
   if (!Readable(*settings.record, walk)) out << "  settings inside config do not read\n";
   out << "  config as " << settings.paired->full_name() << ":\n";
-  printer.PrintToString(*settings.record, &text);
+  printer.PrintToString(internal::ShownAsWritten(*settings.record, &copy), &text);
   Indent(out, text, "    ");
 }
 

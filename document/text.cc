@@ -283,8 +283,9 @@ void PrintShared(const pb::Message& record, const Sink& sink, int threads) {
           [&](int helper, int begin, int end, std::string* out) {
             std::string element;
             for (int i = begin; i < end; ++i) {
+              std::unique_ptr<pb::Message> copy;
               printers[static_cast<std::size_t>(helper)].PrintToString(
-                  reflection->GetRepeatedMessage(record, field, i), &element);
+                  internal::ShownAsWritten(reflection->GetRepeatedMessage(record, field, i), &copy), &element);
               out->append(open).append(element).append("}\n");
             }
           },
@@ -319,8 +320,10 @@ bool HasSharedList(const pb::Message& record) {
 
 namespace internal {
 
-void WriteText(const pb::Message& record, const Sink& sink, int threads) {
-  RefuseUnspellableNan(record);
+void WriteText(const pb::Message& whole, const Sink& sink, int threads) {
+  RefuseUnspellableNan(whole);
+  std::unique_ptr<pb::Message> copy;
+  const pb::Message& record = internal::ShownAsWritten(whole, &copy);
   threads = ThreadCount(threads);
   if (threads > 1 && record.GetDescriptor()->extension_range_count() == 0 && HasSharedList(record)) {
     PrintShared(record, sink, threads);

@@ -1,5 +1,6 @@
 // Documents whose bytes the records write otherwise: decode, inspect and
-// lint say where and why, and what they show is what encode writes back.
+// lint say where and why, and what they show is what encode writes back,
+// in text format as in JSON.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -63,6 +64,21 @@ TEST(ToolCanonicalTest, LintReportsDocumentNotCanonicalAsAWarning) {
             "ok: 0 errors, 1 warning\n");
   const ProcessResult clean = RunTool({"lint", dir.Put("clean.bin", Raw("\x1A\x00", 2))});
   EXPECT_EQ(clean.out, "ok: 0 errors, 0 warnings\n");
+}
+
+TEST(ToolTextAsEncodedTest, SingularNegativeZeroIsLeftOutInTextAsInJson) {
+  ScratchDir dir;
+  const std::string in = dir.Put("zero.bin", kNegativeZero);
+  const ProcessResult text = RunToolOk({"decode", "--format", "text", in});
+  EXPECT_EQ(text.out, "inputs {\n}\n");
+  const ProcessResult json = RunToolOk({"decode", "--no-expand", in});
+  EXPECT_EQ(json.out, "{\n  \"inputs\": [\n    {}\n  ]\n}\n");
+  EXPECT_EQ(RunToolOk({"encode", "--from", "text"}, text.out).out, Raw("\x1A\x00", 2));
+
+  // Text that says -0 reads as -0.0, which neither shows.
+  const std::string said = dir.Put("said.txt", "inputs {\n  minValue: -0\n}\n");
+  EXPECT_EQ(RunToolOk({"decode", "--format", "text", said}).out, "inputs {\n}\n");
+  EXPECT_EQ(RunToolOk({"decode", "--no-expand", said}).out, json.out);
 }
 
 }  // namespace

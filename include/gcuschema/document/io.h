@@ -19,7 +19,9 @@ namespace gcuschema::document {
 // How a document is written:
 // - kBinary: the wire encoding, as the records themselves read and write it;
 // - kText: protobuf text format, as protoc --decode prints it (unknown
-//   fields by number, which it cannot read back);
+//   fields by number, which it cannot read back), but for a singular float
+//   or double holding -0.0, which the encoding leaves out and so is left
+//   out (as in JSON);
 // - kJson: the protobuf JSON mapping (proto3): fields in declaration order,
 //   64-bit integers as strings, bytes in base64, enumerations by name (by
 //   number when a value has no name), floats as the shortest text that reads
