@@ -1,6 +1,6 @@
 // Documents whose bytes the records write otherwise: decode, inspect and
-// lint say where and why, and what they show is what encode writes back,
-// in text format as in JSON.
+// lint say where and why, and what they show is what encode writes back;
+// text format shows what it can read back, or nothing.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -79,6 +79,24 @@ TEST(ToolTextAsEncodedTest, SingularNegativeZeroIsLeftOutInTextAsInJson) {
   const std::string said = dir.Put("said.txt", "inputs {\n  minValue: -0\n}\n");
   EXPECT_EQ(RunToolOk({"decode", "--format", "text", said}).out, "inputs {\n}\n");
   EXPECT_EQ(RunToolOk({"decode", "--no-expand", said}).out, json.out);
+}
+
+TEST(ToolTextAsEncodedTest, UnknownFieldsAreRefusedAndNothingIsWritten) {
+  ScratchDir dir;
+  // version: 1, then field 100 (varint 5), which ConfigData does not know.
+  const std::string bytes = Raw("\x08\x01\xA0\x06\x05", 5);
+  const std::string in = dir.Put("unknown.bin", bytes);
+  const std::string out = dir.File("unknown.txt");
+  const ProcessResult text = RunTool({"decode", "--format", "text", in, "-o", out});
+  EXPECT_EQ(text.exit_status, 2);
+  EXPECT_EQ(text.err, "gcuschema: " + in +
+                          ": holds field 100, which ConfigData does not know: text format would write it by number, "
+                          "and no text format reader reads it back; use JSON, which keeps it as \"@unknown\", or the "
+                          "binary form\n");
+  EXPECT_FALSE(FileExists(out));
+  // JSON carries it back.
+  const ProcessResult json = RunToolOk({"decode", in});
+  EXPECT_EQ(RunToolOk({"encode"}, json.out).out, bytes);
 }
 
 }  // namespace

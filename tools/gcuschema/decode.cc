@@ -54,8 +54,9 @@ Command AddDecodeCommand(CLI::App* app) {
   CLI::App* command = app->add_subcommand(
       "decode",
       "Print a document (encoded, or JSON or text to convert) as JSON (each entry's config shown as the "
-      "record it holds) or as protobuf text format (as protoc --decode prints it); a warning on stderr when the "
-      "bytes read are not those the records write");
+      "record it holds) or as protobuf text format (as protoc --decode prints it; a document with fields "
+      "the schema does not know is refused, as text cannot carry them back); a warning on stderr when "
+      "the bytes read are not those the records write");
   args->type.AddTo(command);
   args->from.AddTo(command);
   command->add_option("-f,--format", args->format, "Output format: json or text (text is never expanded)")
