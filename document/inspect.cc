@@ -4,6 +4,7 @@
 #include <iomanip>
 #include <map>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -14,6 +15,7 @@
 #include <google/protobuf/text_format.h>
 #include <google/protobuf/wire_format.h>
 
+#include <gcuschema/document/canonical.h>
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/Config.pb.h>
@@ -58,6 +60,32 @@ void Indent(std::ostream& out, const std::string& text, const std::string& inden
 
 using internal::Settings;
 using internal::Walk;
+
+// The first line of a summary, "ConfigData: 2783 bytes", and, when the
+// record was read from bytes it does not write back, what it writes and why.
+// The size is that of the bytes read when there are some.
+class Heading {
+ public:
+  Heading(const pb::Message& record, const std::optional<std::string_view>& encoded) {
+    if (encoded) {
+      size_ = encoded->size();
+      difference_ = CompareEncoding(*encoded, record);
+    } else {
+      size_ = record.ByteSizeLong();
+    }
+  }
+
+  void Write(std::ostream& out, const std::string& name, const std::string& indent) const {
+    out << indent << name << ": " << ByteCount(size_);
+    if (difference_) out << ", " << ByteCount(difference_->canonical_size) << " as the records write it";
+    out << '\n';
+    if (difference_) out << indent << "  warning: not in canonical form: " << Describe(*difference_) << '\n';
+  }
+
+ private:
+  std::size_t size_;
+  std::optional<EncodingDifference> difference_;
+};
 
 bool Readable(const pb::Message& record, Walk& walk);
 
@@ -178,9 +206,10 @@ void Bus(std::ostream& out, const Canbus& bus, const std::string& indent) {
 }
 
 // The walk stands at the configuration.
-void Config(std::ostream& out, const ConfigData& config, Walk& walk, const std::string& indent) {
+void Config(std::ostream& out, const ConfigData& config, Walk& walk, const std::string& indent,
+            const Heading& heading) {
   const std::string in = indent + "  ";
-  out << indent << "ConfigData: " << ByteCount(config.ByteSizeLong()) << '\n';
+  heading.Write(out, "ConfigData", indent);
   out << in << "version: " << config.version() << '\n';
   out << in << "gcuNo: " << Quoted(config.gcuno()) << '\n';
   out << in << "deviceDescription: " << Quoted(config.devicedescription()) << '\n';
@@ -283,8 +312,8 @@ void Config(std::ostream& out, const ConfigData& config, Walk& walk, const std::
   }
 }
 
-void Device(std::ostream& out, const DeviceData& device, Walk& walk) {
-  out << "DeviceData: " << ByteCount(device.ByteSizeLong()) << '\n';
+void Device(std::ostream& out, const DeviceData& device, Walk& walk, const Heading& heading) {
+  heading.Write(out, "DeviceData", "");
   out << "  version: " << device.version() << '\n';
   out << "  gcuSerialNo: " << Quoted(device.gcuserialno()) << '\n';
   const pb::Descriptor* type = DeviceData::descriptor();
@@ -302,15 +331,15 @@ void Device(std::ostream& out, const DeviceData& device, Walk& walk) {
   }
   const Walk::Step step = walk.Into(config);
   std::unique_ptr<ConfigData> copy;
-  Config(out, internal::AsGenerated(*config.record, &copy), walk, "  ");
+  Config(out, internal::AsGenerated(*config.record, &copy), walk, "  ", Heading(*config.record, std::nullopt));
 }
 
 // CalibrationData and its template: identity, then each list with the count
 // kept beside it (the field numbered just before the list).
-void Calibration(std::ostream& out, const pb::Message& record) {
+void Calibration(std::ostream& out, const pb::Message& record, const Heading& heading) {
   const pb::Descriptor* type = record.GetDescriptor();
   const pb::Reflection* reflection = record.GetReflection();
-  out << type->full_name() << ": " << ByteCount(record.ByteSizeLong()) << '\n';
+  heading.Write(out, type->full_name(), "");
   const pb::FieldDescriptor* serial = type->FindFieldByName("serialNo");
   const pb::FieldDescriptor* version = type->FindFieldByName("hardwareVersion");
   const pb::FieldDescriptor* device = type->FindFieldByName("deviceType");
@@ -338,12 +367,13 @@ void Calibration(std::ostream& out, const pb::Message& record) {
 
 // Any other record: its fields in text form, with settings held in
 // `config` shown as the record they read as.
-void Fields(std::ostream& out, const pb::Message& record, Walk& walk) {
-  out << record.GetDescriptor()->full_name() << ": " << ByteCount(record.ByteSizeLong()) << '\n';
+void Fields(std::ostream& out, const pb::Message& record, Walk& walk, const Heading& heading) {
+  heading.Write(out, record.GetDescriptor()->full_name(), "");
   pb::TextFormat::Printer printer;
   internal::SpellNumbersPortably(&printer);
   std::string text;
-  printer.PrintToString(record, &text);
+  std::unique_ptr<pb::Message> copy;
+  printer.PrintToString(internal::ShownAsWritten(record, &copy), &text);
   Indent(out, text, "  ");
   const Settings settings = walk.Decide(record);
   if (settings.paired == nullptr) return;
@@ -354,7 +384,7 @@ void Fields(std::ostream& out, const pb::Message& record, Walk& walk) {
   const Walk::Step step = walk.Into(settings);
   if (!Readable(*settings.record, walk)) out << "  settings inside config do not read\n";
   out << "  config as " << settings.paired->full_name() << ":\n";
-  printer.PrintToString(*settings.record, &text);
+  printer.PrintToString(internal::ShownAsWritten(*settings.record, &copy), &text);
   Indent(out, text, "    ");
 }
 
@@ -364,16 +394,17 @@ std::string Inspect(const pb::Message& record, const InspectOptions& options) {
   std::ostringstream out;
   Walk walk(options.pairing);
   const pb::Descriptor* type = record.GetDescriptor();
+  const Heading heading(record, options.encoded);
   if (type == ConfigData::descriptor()) {
     std::unique_ptr<ConfigData> copy;
-    Config(out, internal::AsGenerated(record, &copy), walk, "");
+    Config(out, internal::AsGenerated(record, &copy), walk, "", heading);
   } else if (type == DeviceData::descriptor()) {
     std::unique_ptr<DeviceData> copy;
-    Device(out, internal::AsGenerated(record, &copy), walk);
+    Device(out, internal::AsGenerated(record, &copy), walk, heading);
   } else if (type == CalibrationData::descriptor() || type == CalibrationTemplateData::descriptor()) {
-    Calibration(out, record);
+    Calibration(out, record, heading);
   } else {
-    Fields(out, record, walk);
+    Fields(out, record, walk, heading);
   }
   return out.str();
 }

@@ -17,6 +17,7 @@
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/Config.pb.h>
+#include <gcuschema/document/canonical.h>
 
 #include "calibration_limits.h"
 #include "field_values.h"
@@ -214,6 +215,15 @@ class Linter {
     root_ = &record;
     Record(record);
     limits_ = nullptr;
+  }
+
+  // The bytes the record was read from, against its own encoding.
+  void Encoding(std::string_view encoded, const pb::Message& record) {
+    const std::optional<EncodingDifference> difference = CompareEncoding(encoded, record);
+    if (!difference) return;
+    Add(difference->path, Severity::kWarning, "document-not-canonical",
+        Describe(*difference) + "; it reads as the same record, but a program writing it back changes those " +
+            "bytes: store the re-encoded bytes");
   }
 
   const LintCounts& counts() const { return counts_; }
@@ -484,6 +494,7 @@ class Linter {
 
 LintCounts Lint(const pb::Message& record, const LintOptions& options, const FindingSink& sink) {
   Linter linter(options, sink);
+  if (options.encoded) linter.Encoding(*options.encoded, record);
   linter.Root(record, options.limits);
   return linter.counts();
 }

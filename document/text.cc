@@ -5,6 +5,7 @@
 #include <cmath>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +31,11 @@ namespace {
 namespace pb = google::protobuf;
 using pb::FieldDescriptor;
 
+constexpr const char* kNanWhat =
+    "holds a NaN with its sign bit or payload set, which text format would write as plain nan "
+    "and read back as another value; use the binary form, or JSON (which keeps a config holding "
+    "one as base64)";
+
 // Keeps the first error of the text parser, with its position.
 class FirstError : public pb::io::ErrorCollector {
  public:
@@ -54,10 +60,26 @@ class FirstError : public pb::io::ErrorCollector {
   std::string message_;
 };
 
-// The path, within `record`, of its first float or double that holds a NaN
-// other than the one text format reads back; none when there is none. The
-// path is made only for that field, on the way back out.
-std::optional<std::string> UnspellableNan(const pb::Message& record) {
+// What text format cannot carry back, found first in `record`: where (the
+// path within it, made only for that field on the way back out) and what.
+struct Uncarried {
+  std::string path;
+  std::string what;
+};
+
+// "field 99", "fields 7, 99".
+std::string UnknownNumbers(const pb::UnknownFieldSet& unknown) {
+  std::set<int> numbers;
+  for (int i = 0; i < unknown.field_count(); ++i) numbers.insert(unknown.field(i).number());
+  std::string list;
+  for (int number : numbers) list += (list.empty() ? "" : ", ") + std::to_string(number);
+  return (numbers.size() == 1 ? "field " : "fields ") + list;
+}
+
+// The first float or double of `record` that holds a NaN other than the one
+// text format reads back, or the first record holding fields the schema does
+// not know (which the printer writes by number and no text parser reads).
+std::optional<Uncarried> FindUncarried(const pb::Message& record) {
   const pb::Reflection* reflection = record.GetReflection();
   std::vector<const FieldDescriptor*> fields;
   reflection->ListFields(record, &fields);
@@ -70,35 +92,41 @@ std::optional<std::string> UnspellableNan(const pb::Message& record) {
     const bool repeated = field->is_repeated();
     const int count = repeated ? reflection->FieldSize(record, field) : 1;
     for (int i = 0; i < count; ++i) {
-      std::optional<std::string> inner;
-      bool found = false;
+      std::optional<Uncarried> inner;
       if (kind == FieldDescriptor::CPPTYPE_FLOAT) {
         const float v = repeated ? reflection->GetRepeatedFloat(record, field, i) : reflection->GetFloat(record, field);
-        found = std::isnan(v) && !internal::IsPlainNan(v);
+        if (std::isnan(v) && !internal::IsPlainNan(v)) inner = Uncarried{"", kNanWhat};
       } else if (kind == FieldDescriptor::CPPTYPE_DOUBLE) {
         const double v =
             repeated ? reflection->GetRepeatedDouble(record, field, i) : reflection->GetDouble(record, field);
-        found = std::isnan(v) && !internal::IsPlainNan(v);
+        if (std::isnan(v) && !internal::IsPlainNan(v)) inner = Uncarried{"", kNanWhat};
       } else {
-        inner = UnspellableNan(repeated ? reflection->GetRepeatedMessage(record, field, i)
-                                        : reflection->GetMessage(record, field));
-        found = inner.has_value();
+        inner = FindUncarried(repeated ? reflection->GetRepeatedMessage(record, field, i)
+                                       : reflection->GetMessage(record, field));
       }
-      if (!found) continue;
+      if (!inner) continue;
       std::string at = repeated ? internal::ElementPath("", field->name(), i) : field->name();
-      return inner ? internal::JoinPath(at, *inner) : at;
+      inner->path = inner->path.empty() ? at : internal::JoinPath(at, inner->path);
+      return inner;
     }
+  }
+  const pb::UnknownFieldSet& unknown = reflection->GetUnknownFields(record);
+  if (!unknown.empty()) {
+    const bool one = unknown.field_count() == 1;
+    return Uncarried{"", "holds " + UnknownNumbers(unknown) + ", which " + record.GetDescriptor()->full_name() +
+                             " does not know: text format would write " + (one ? "it" : "them") +
+                             " by number, and no text format reader reads " + (one ? "it" : "them") +
+                             " back; use JSON, which keeps " + (one ? "it" : "them") +
+                             " as \"@unknown\", or the binary form"};
   }
   return std::nullopt;
 }
 
-void RefuseUnspellableNan(const pb::Message& record) {
-  const std::optional<std::string> path = UnspellableNan(record);
-  if (!path) return;
-  throw Error(*path,
-              "holds a NaN with its sign bit or payload set, which text format would write as plain nan "
-              "and read back as another value; use the binary form, or JSON (which keeps a config holding "
-              "one as base64)");
+// Text format would write these, and read back other values or nothing.
+void RefuseUncarried(const pb::Message& record) {
+  std::optional<Uncarried> found = FindUncarried(record);
+  if (!found) return;
+  throw Error(found->path, found->what);
 }
 
 // Hands the printer's output to a sink in stretches.
@@ -283,8 +311,9 @@ void PrintShared(const pb::Message& record, const Sink& sink, int threads) {
           [&](int helper, int begin, int end, std::string* out) {
             std::string element;
             for (int i = begin; i < end; ++i) {
+              std::unique_ptr<pb::Message> copy;
               printers[static_cast<std::size_t>(helper)].PrintToString(
-                  reflection->GetRepeatedMessage(record, field, i), &element);
+                  internal::ShownAsWritten(reflection->GetRepeatedMessage(record, field, i), &copy), &element);
               out->append(open).append(element).append("}\n");
             }
           },
@@ -319,8 +348,10 @@ bool HasSharedList(const pb::Message& record) {
 
 namespace internal {
 
-void WriteText(const pb::Message& record, const Sink& sink, int threads) {
-  RefuseUnspellableNan(record);
+void WriteText(const pb::Message& whole, const Sink& sink, int threads) {
+  RefuseUncarried(whole);
+  std::unique_ptr<pb::Message> copy;
+  const pb::Message& record = internal::ShownAsWritten(whole, &copy);
   threads = ThreadCount(threads);
   if (threads > 1 && record.GetDescriptor()->extension_range_count() == 0 && HasSharedList(record)) {
     PrintShared(record, sink, threads);

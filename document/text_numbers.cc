@@ -32,8 +32,42 @@ std::string Spell(T value, int digits, int more_digits) {
   return reads_back ? text : spell(more_digits);
 }
 
+bool IsNegativeZero(double value) { return value == 0 && std::signbit(value); }
+
+// Whether `record` has a singular float or double holding -0.0 (its own
+// fields only).
+bool HoldsNegativeZero(const pb::Message& record) {
+  const pb::Descriptor* type = record.GetDescriptor();
+  const pb::Reflection* reflection = record.GetReflection();
+  for (int i = 0; i < type->field_count(); ++i) {
+    const pb::FieldDescriptor* field = type->field(i);
+    if (field->is_repeated()) continue;
+    if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_FLOAT && IsNegativeZero(reflection->GetFloat(record, field))) {
+      return true;
+    }
+    if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_DOUBLE && IsNegativeZero(reflection->GetDouble(record, field))) {
+      return true;
+    }
+  }
+  return false;
+}
+
 class NumberPrinter : public pb::TextFormat::FastFieldValuePrinter {
  public:
+  // A record inside the one printed, shown as its encoding writes it.
+  bool PrintMessageContent(const pb::Message& record, int, int, bool single_line_mode,
+                           pb::TextFormat::BaseTextGenerator* out) const override {
+    std::unique_ptr<pb::Message> copy;
+    if (&ShownAsWritten(record, &copy) == &record) return false;
+    pb::TextFormat::Printer printer;
+    SpellNumbersPortably(&printer);
+    printer.SetSingleLineMode(single_line_mode);
+    std::string text;
+    printer.PrintToString(*copy, &text);
+    out->PrintString(text);  // indented by `out` as it goes
+    return true;
+  }
+
   void PrintFloat(float value, pb::TextFormat::BaseTextGenerator* out) const override {
     out->PrintString(SpellFloat(value));
   }
@@ -50,6 +84,23 @@ std::string SpellDouble(double value) { return Spell(value, DBL_DIG, DBL_DIG + 2
 
 void SpellNumbersPortably(pb::TextFormat::Printer* printer) {
   printer->SetDefaultFieldValuePrinter(new NumberPrinter);  // the printer owns it
+}
+
+const pb::Message& ShownAsWritten(const pb::Message& record, std::unique_ptr<pb::Message>* copy) {
+  if (!HoldsNegativeZero(record)) return record;
+  copy->reset(record.New());
+  (*copy)->CopyFrom(record);
+  const pb::Descriptor* type = record.GetDescriptor();
+  const pb::Reflection* reflection = record.GetReflection();
+  for (int i = 0; i < type->field_count(); ++i) {
+    const pb::FieldDescriptor* field = type->field(i);
+    if (field->is_repeated()) continue;
+    const bool negative_zero =
+        (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_FLOAT && IsNegativeZero(reflection->GetFloat(record, field))) ||
+        (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_DOUBLE && IsNegativeZero(reflection->GetDouble(record, field)));
+    if (negative_zero) reflection->ClearField(copy->get(), field);
+  }
+  return **copy;
 }
 
 }  // namespace gcuschema::document::internal

@@ -3,12 +3,14 @@
 // reading the JSON back and encoding gives bytes that decode to the same
 // JSON, and exactly the input whenever the input was canonical (parsing and
 // encoding it reproduces it). The companion library's decoder must accept
-// exactly what the runtime accepts.
+// exactly what the runtime accepts, and its comparison with the encoding
+// must find every input that is not canonical and say why.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +20,7 @@
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/document/canonical.h>
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/io.h>
 #include <gcuschema/document/records.h>
@@ -63,6 +66,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   if (!runtime_parses) Fail(type, "Read accepts what the runtime rejects");
 
+  const bool canonical = record->SerializeAsString() == input;
+  const std::optional<document::EncodingDifference> difference = document::CompareEncoding(input, *record);
+  if (difference.has_value() == canonical) Fail(type, "CompareEncoding disagrees with the encoding");
+  if (difference && difference->cause.empty()) Fail(type, "the records write the input otherwise, for no cause found");
+
   std::string json;
   try {
     json = document::WriteString(*record, document::Format::kJson, kExpanded);
@@ -82,7 +90,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!reparsed->ParseFromString(encoded)) Fail(type, "the collapsed record's encoding does not parse");
   if (document::WriteString(*reparsed, document::Format::kJson, kExpanded) != json) Fail(type, "the collapsed encoding decodes to other JSON");
 
-  const bool canonical = record->SerializeAsString() == input;
   if (canonical && encoded != input) Fail(type, "a canonical input does not come back byte for byte");
   return 0;
 }

@@ -1,7 +1,9 @@
-// Text format: what protoc --decode prints, read back, with errors that say
-// where and what the right names are, and no silent change of a NaN.
+// Text format: what protoc --decode prints of what the records write, read
+// back, with errors that say where and what the right names are, and no
+// silent change of a NaN or loss of fields the schema does not know.
 #include <gcuschema/document/io.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -80,12 +82,7 @@ TEST(TextWriteTest, SameAsProtocDecode) {
   doc.mutable_units()->set_pressureunit(static_cast<Units_Pressure>(5));
   doc.add_canbus()->add_entityhandler()->set_type(2);
   doc.add_canbusrouter()->set_sourcecanbusid(1);
-  std::string bytes = Encode(doc);
-  // Fields the schema does not know: a varint, a fixed32, bytes and a group.
-  bytes += Bytes({0xF8, 0x06, 0x2A, 0xFD, 0x06, 1, 2, 3, 4, 0x82, 0x07, 0x02, 0x08, 0x01,
-                  0x8B, 0x07, 0x08, 0x05, 0x8C, 0x07});
-  // inputs[1] { minValue: -0.0 }: not canonical, but protoc shows it.
-  bytes += Bytes({0x1A, 0x05, 0x45, 0x00, 0x00, 0x00, 0x80});
+  const std::string bytes = Encode(doc);
 
   ConfigData parsed;
   Read(bytes, &parsed, ReadOptions{Format::kBinary});
@@ -190,15 +187,15 @@ TEST(TextWriteTest, NanWithSignOrPayloadIsRefusedNotChanged) {
 }
 
 TEST(TextWriteTest, StretchesAddUpToTheWholeTextOnAnyNumberOfThreads) {
-  // Long enough that its inputs are shared out; with unknown fields (a
-  // varint, field 99) at the top and in an element.
+  // Long enough that its inputs are shared out; with a -0.0 left out in an
+  // element printed by a helper thread.
   SampleOptions options;
   options.inputs = 9000;
   ConfigData doc;
   SampleConfig(options, &doc);
-  ASSERT_TRUE(doc.MergeFromString(Bytes({0x98, 0x06, 0x2A})));
-  doc.mutable_inputs(5000)->GetReflection()->MutableUnknownFields(doc.mutable_inputs(5000))->AddVarint(77, 5);
+  doc.mutable_inputs(5000)->set_minvalue(-0.0f);
   const std::string whole = WriteString(doc, Format::kText);
+  EXPECT_EQ(whole.find("minValue: -0\n"), std::string::npos);
   for (int threads : {1, 2, 3, 0}) {
     std::string written;
     int calls = 0;
@@ -211,6 +208,77 @@ TEST(TextWriteTest, StretchesAddUpToTheWholeTextOnAnyNumberOfThreads) {
     EXPECT_TRUE(written == whole) << threads;
     EXPECT_GT(calls, 1);
   }
+}
+
+TEST(TextWriteTest, SingularNegativeZeroIsLeftOutAsJsonAndEncodeLeaveItOut) {
+  // A record holding -0.0 in singular fields (as reading `minValue: -0`
+  // leaves it), at the top, one record down and in a list of records; and
+  // -0.0 in a list, which the encoding keeps.
+  ConfigData doc;
+  doc.add_inputs()->set_minvalue(-0.0f);
+  Estimations* estimation = doc.add_estimationdata();
+  estimation->set_yminsaturation(-0.0);
+  estimation->add_thetavalues(-0.0);
+  doc.add_inputs()->set_maxvalue(2.5f);
+  // What encode writes: inputs[0] and the estimator without their -0.0.
+  EXPECT_EQ(Hex(Encode(doc)), Hex(Bytes({0x1A, 0x00, 0x1A, 0x05, 0x4D, 0x00, 0x00, 0x20, 0x40, 0x4A, 0x0A, 0x1A, 0x08,
+                                         0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x80})));
+  EXPECT_EQ(WriteString(doc, Format::kText),
+            "inputs {\n"
+            "}\n"
+            "inputs {\n"
+            "  maxValue: 2.5\n"
+            "}\n"
+            "estimationData {\n"
+            "  thetaValues: -0\n"
+            "}\n");
+  WriteOptions plain;
+  plain.expand = false;
+  plain.indent = 0;
+  EXPECT_EQ(WriteString(doc, Format::kJson, plain),
+            "{\"inputs\":[{},{\"maxValue\":2.5}],\"estimationData\":[{\"thetaValues\":[-0.0]}]}");
+
+  // The record printed itself holds one.
+  EXPECT_EQ(WriteString(*estimation, Format::kText), "thetaValues: -0\n");
+
+  // Text that gives -0 reads as -0.0 in memory, shown as the encoding leaves it.
+  ConfigData read;
+  Read("inputs {\n  minValue: -0\n}\n", &read, ReadOptions{Format::kText});
+  EXPECT_TRUE(std::signbit(read.inputs(0).minvalue()));
+  EXPECT_EQ(WriteString(read, Format::kText), "inputs {\n}\n");
+  EXPECT_EQ(Hex(Encode(read)), Hex(Bytes({0x1A, 0x00})));
+}
+
+TEST(TextWriteTest, UnknownFieldsAreRefusedRatherThanWrittenUnreadable) {
+  // inputs[1] holds field 111 (varint 5): text format would print `111: 5`,
+  // which no text reader reads back.
+  ConfigData doc;
+  Read(Bytes({0x08, 0x03, 0x1A, 0x00, 0x1A, 0x03, 0xF8, 0x06, 0x05}), &doc, ReadOptions{Format::kBinary});
+  try {
+    WriteString(doc, Format::kText);
+    ADD_FAILURE() << "unknown fields were printed";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.where(), "inputs[1]");
+    EXPECT_EQ(e.message(),
+              "holds field 111, which Input does not know: text format would write it by number, and no text "
+              "format reader reads it back; use JSON, which keeps it as \"@unknown\", or the binary form");
+  }
+  // At the top, several, and on several threads: the same refusal, nothing written.
+  ASSERT_TRUE(doc.MergeFromString(Bytes({0x98, 0x06, 0x2A, 0xA0, 0x06, 0x01})));
+  doc.mutable_inputs(1)->GetReflection()->MutableUnknownFields(doc.mutable_inputs(1))->Clear();
+  WriteOptions threads;
+  threads.threads = 2;
+  std::string written;
+  try {
+    Write(doc, Format::kText, [&](std::string_view part) { written.append(part); }, threads);
+    ADD_FAILURE() << "unknown fields were printed";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.where(), "");
+    EXPECT_EQ(e.message().rfind("holds fields 99, 100, which ConfigData does not know", 0), 0u) << e.what();
+  }
+  EXPECT_EQ(written, "");
+  // JSON keeps them.
+  EXPECT_NE(WriteString(doc, Format::kJson).find("\"@unknown\": \"mAYqoAYB\""), std::string::npos);
 }
 
 }  // namespace

@@ -39,19 +39,5 @@ INSTANTIATE_TEST_SUITE_P(Documents, ToolTextFormatTest,
                            return std::string(info.param.type);
                          });
 
-TEST(ToolTextFormatTest, UnknownFieldsPrintedByNumberAsProtocDoes) {
-  // A ConfigData with an unassigned field 100 (varint 5) after version 1.
-  const std::string bytes = std::string("\x08\x01\xA0\x06\x05", 5);
-  ProcessResult protoc = RunProcess({GCUSCHEMA_PROTOC, "--decode=ConfigData", "-I",
-                                     GCUSCHEMA_SCHEMA_DIR,
-                                     std::string(GCUSCHEMA_SCHEMA_DIR) + "/Config.proto"},
-                                    bytes);
-  ASSERT_EQ(protoc.exit_status, 0) << protoc.err;
-  ProcessResult tool = RunTool({"decode", "--format", "text"}, bytes);
-  ASSERT_EQ(tool.exit_status, 0) << tool.err;
-  EXPECT_EQ(tool.out, protoc.out);
-  EXPECT_EQ(tool.out, "version: 1\n100: 5\n");
-}
-
 }  // namespace
 }  // namespace gcuschema::test

@@ -31,7 +31,10 @@ int RunDecode(const DecodeArguments& args) {
   const document::ReadOptions reading = InputReading(args.from.Resolve(), args.pairing.Resolve());
   RefuseOverwritingInputs(args.output, {args.input});
 
-  const LoadedRecord record = Load(args.input, args.type, reading);
+  LoadedRecord record = Load(args.input, args.type, reading, /*keep_input=*/true);
+  WarnIfNotCanonical(record, InputName(args.input),
+                     "the output is the record read, which encode writes in canonical form");
+  record.ReleaseInput();  // not held while the output is made
   document::WriteOptions writing;
   writing.pairing = reading.pairing;
   writing.expand = !args.no_expand;
@@ -51,7 +54,9 @@ Command AddDecodeCommand(CLI::App* app) {
   CLI::App* command = app->add_subcommand(
       "decode",
       "Print a document (encoded, or JSON or text to convert) as JSON (each entry's config shown as the "
-      "record it holds) or as protobuf text format (as protoc --decode prints it)");
+      "record it holds) or as protobuf text format (as protoc --decode prints it; a document with fields "
+      "the schema does not know is refused, as text cannot carry them back); a warning on stderr when "
+      "the bytes read are not those the records write");
   args->type.AddTo(command);
   args->from.AddTo(command);
   command->add_option("-f,--format", args->format, "Output format: json or text (text is never expanded)")

@@ -1,7 +1,12 @@
 #include "document.h"
 
+#include <cstdio>
 #include <string_view>
+#include <utility>
 
+#include <fmt/format.h>
+
+#include <gcuschema/document/canonical.h>
 #include <gcuschema/document/records.h>
 
 #include "failure.h"
@@ -23,8 +28,8 @@ google::protobuf::ArenaOptions DocumentArenaOptions() {
 
 }  // namespace
 
-LoadedRecord::LoadedRecord(const InputFile& input, const google::protobuf::Descriptor* type,
-                           const document::ReadOptions& options, bool follow_name)
+LoadedRecord::LoadedRecord(InputFile input, const google::protobuf::Descriptor* type,
+                           const document::ReadOptions& options, bool follow_name, bool keep_input)
     : arena_(std::make_unique<google::protobuf::Arena>(DocumentArenaOptions())),
       record_(document::NewRecord(type, arena_.get())) {
   format_ = AsFailure(input.name, [&] {
@@ -33,6 +38,15 @@ LoadedRecord::LoadedRecord(const InputFile& input, const google::protobuf::Descr
       return document::Read(input.bytes(), record_, options);
     });
   });
+  if (keep_input) {
+    input_ = std::move(input);
+    kept_ = true;
+  }
+}
+
+std::optional<std::string_view> LoadedRecord::encoded() const {
+  if (format_ != document::Format::kBinary || !kept_) return std::nullopt;
+  return input_.bytes();
 }
 
 document::Format ReadFollowingName(const google::protobuf::Descriptor* type, bool follow_name,
@@ -50,15 +64,29 @@ document::Format ReadFollowingName(const google::protobuf::Descriptor* type, boo
 }
 
 LoadedRecord Load(const std::string& path, const google::protobuf::Descriptor* type,
-                  const document::ReadOptions& options) {
-  return LoadedRecord(ReadInput(path), type, options);
+                  const document::ReadOptions& options, bool keep_input) {
+  return LoadedRecord(ReadInput(path), type, options, false, keep_input);
 }
 
-LoadedRecord Load(const std::string& path, const TypeOption& type, const document::ReadOptions& options) {
+LoadedRecord Load(const std::string& path, const TypeOption& type, const document::ReadOptions& options,
+                  bool keep_input) {
   // Read as --type (or its default) first: a document that names another
   // record is read again as that one, so the common document is parsed
   // once rather than searched end to end for an "@type" first.
-  return LoadedRecord(ReadInput(path), type.Resolve(), options, !type.given());
+  return LoadedRecord(ReadInput(path), type.Resolve(), options, !type.given(), keep_input);
+}
+
+void WarnIfNotCanonical(const LoadedRecord& record, const std::string& subject, const std::string& then) {
+  const std::optional<std::string_view> encoded = record.encoded();
+  if (!encoded) return;
+  const std::optional<document::EncodingDifference> difference = document::CompareEncoding(*encoded, *record);
+  if (!difference) return;
+  std::string where = "byte " + std::to_string(difference->offset);
+  if (!difference->path.empty()) where += " (" + difference->path + ")";
+  std::fflush(stdout);
+  fmt::print(stderr, "{}\n",
+             FailureLine("warning", subject, where + ": not in canonical form: " + document::Describe(*difference) +
+                                                 "; " + then));
 }
 
 void WriteDocument(const std::string& path, const google::protobuf::Message& record, document::Format format,

@@ -24,9 +24,11 @@ struct InspectArguments {
 int RunInspect(const InspectArguments& args) {
   args.type.Resolve();  // a wrong --type is reported before any input is read
   const document::ReadOptions reading = InputReading(args.from.Resolve(), args.pairing.Resolve());
-  const LoadedRecord record = Load(args.input, args.type, reading);
-  std::string summary =
-      AsFailure(InputName(args.input), [&] { return document::Inspect(*record, {reading.pairing}); });
+  const LoadedRecord record = Load(args.input, args.type, reading, /*keep_input=*/true);
+  document::InspectOptions options;
+  options.pairing = reading.pairing;
+  options.encoded = record.encoded();
+  std::string summary = AsFailure(InputName(args.input), [&] { return document::Inspect(*record, options); });
   if (!summary.empty() && summary.back() != '\n') summary += '\n';
   WriteOutput("", summary);
   return 0;

@@ -60,7 +60,7 @@ LoadedRecord LoadCalibration(const std::string& path, const google::protobuf::De
   };
   std::optional<LoadedRecord> record;
   try {
-    record.emplace(Load(path, type, reading));
+    record.emplace(Load(path, type, reading, /*keep_input=*/true));
   } catch (const Failure&) {
     // Standard input cannot be read twice, and must not be: the failure stands.
     if (IsStandardStream(path)) throw;
@@ -104,7 +104,9 @@ int RunLint(const LintArguments& args) {
                     "document");
     }
   }
-  const LoadedRecord record = limits ? LoadCalibration(args.input, type, reading) : Load(args.input, args.type, reading);
+  const LoadedRecord record = limits ? LoadCalibration(args.input, type, reading)
+                                     : Load(args.input, args.type, reading, /*keep_input=*/true);
+  options.encoded = record.encoded();
 
   Destination output("");
   std::string block;
@@ -137,7 +139,8 @@ Command AddLintCommand(CLI::App* app) {
   CLI::App* command = app->add_subcommand(
       "lint",
       "Check a document (binary, JSON or text) for what the records do not enforce (counts, type "
-      "codes, unreadable settings, duplicate identifiers, dangling references, ranges "
+      "codes, unreadable settings, bytes that writing the document back would change, duplicate "
+      "identifiers, dangling references, ranges "
       "given upside down, calibration values outside their template's limits); one "
       "finding per line as found, then a summary line; exit 1 when there is an error, 0 "
       "when clean or only warnings");

@@ -1,7 +1,9 @@
 #ifndef GCUSCHEMA_DOCUMENT_INSPECT_H
 #define GCUSCHEMA_DOCUMENT_INSPECT_H
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include <google/protobuf/message.h>
 
@@ -25,6 +27,11 @@ namespace gcuschema::document {
 struct InspectOptions {
   // Which record each entry's `config` holds.
   PairingCatalogue pairing = PairingCatalogue::Standard();
+  // The encoded bytes the record was read from, when it was read from its
+  // encoding: the summary gives their size and, when the record writes
+  // other bytes, its own size and why (CompareEncoding). Without them, the
+  // size is that of the record's encoding. Not owned.
+  std::optional<std::string_view> encoded;
 };
 
 GCUSCHEMA_DOCUMENT_API std::string Inspect(const google::protobuf::Message& record,

@@ -18,8 +18,11 @@ namespace gcuschema::document {
 
 // How a document is written:
 // - kBinary: the wire encoding, as the records themselves read and write it;
-// - kText: protobuf text format, as protoc --decode prints it (unknown
-//   fields by number, which it cannot read back);
+// - kText: protobuf text format, as protoc --decode prints what the records
+//   write: a singular float or double holding -0.0, which the encoding
+//   leaves out, is left out (as in JSON); a record holding fields the
+//   schema does not know is refused (Write), as text format would print
+//   them by number and cannot read them back;
 // - kJson: the protobuf JSON mapping (proto3): fields in declaration order,
 //   64-bit integers as strings, bytes in base64, enumerations by name (by
 //   number when a value has no name), floats as the shortest text that reads
@@ -115,7 +118,8 @@ GCUSCHEMA_DOCUMENT_API Format Encode(std::string_view bytes, const google::proto
 // never held whole (JSON without a line break at its end).
 // Throws Error for what the format cannot carry: a float NaN with its sign
 // bit or payload set in text format (JSON keeps one in "@unknown", or a
-// `config` holding one as base64), a string that is not UTF-8 in JSON,
+// `config` holding one as base64), unknown fields in text format (at the
+// path of the record holding them), a string that is not UTF-8 in JSON,
 // settings nested deeper than 16 levels of `config`; UnsupportedError as
 // Read does. What the sink throws reaches the caller, and nothing more is
 // handed to it.

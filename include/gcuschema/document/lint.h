@@ -3,7 +3,9 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <google/protobuf/message.h>
@@ -30,6 +32,10 @@ struct LintOptions {
   // A CalibrationTemplateData whose limits the linted CalibrationData must
   // keep (null: no such check). Not owned; must outlive the call.
   const google::protobuf::Message* limits = nullptr;
+  // The encoded bytes the record was read from, when it was read from its
+  // encoding: they are compared with the record's own (document-not-canonical).
+  // Not owned; must outlive the call.
+  std::optional<std::string_view> encoded;
 };
 
 // How many findings of each severity a run gave.
@@ -44,6 +50,11 @@ using FindingSink = std::function<void(const Finding&)>;
 // Checks a record of the library (ConfigData, DeviceData — whose config is
 // linted as a ConfigData —, CalibrationData, CalibrationTemplateData, or
 // any other record) for what the records themselves do not enforce:
+// - with `encoded`, bytes that writing the record back would change: a
+//   field given twice, a number or tag longer than it needs, fields out of
+//   number order, a list not packed as the records pack it, a zero or -0.0
+//   the records leave out, ... (document-not-canonical, warning, first, at
+//   the field of the cause, EncodingDifference in <gcuschema/document/canonical.h>);
 // - counts that disagree with their lists (count-mismatch, error);
 // - type codes and enumeration values outside their enumerations
 //   (unknown-type, unknown-enum-value, error);
