@@ -24,7 +24,7 @@ file(READ "${STAGE}/share/man/man1/gcuschema.1" man)
 execute_process(COMMAND "${STAGE}/bin/gcuschema" --version OUTPUT_VARIABLE version
                 OUTPUT_STRIP_TRAILING_WHITESPACE)
 foreach(part "${version}" "gcuschema decode" "gcuschema encode" "gcuschema lint" "\\-\\-threads" "gcuschema set"
-        "inputs[id=2].config.delay=50")
+        "canbus[canbusId=1]" "config=BASE64")
   string(FIND "${man}" "${part}" at)
   if(at LESS 0)
     message(FATAL_ERROR "the man page lacks \"${part}\"")
