@@ -18,11 +18,13 @@ foreach(f lib/libgcuschema.so lib/libgcuschema_document.so include/gcuschema/Con
     message(FATAL_ERROR "the staged install lacks ${f}")
   endif()
 endforeach()
-# The man page has the tool's version and a section for each command.
+# The man page has the tool's version and a section for each command, with
+# the footer of set's help (how paths and values are written).
 file(READ "${STAGE}/share/man/man1/gcuschema.1" man)
 execute_process(COMMAND "${STAGE}/bin/gcuschema" --version OUTPUT_VARIABLE version
                 OUTPUT_STRIP_TRAILING_WHITESPACE)
-foreach(part "${version}" "gcuschema decode" "gcuschema encode" "gcuschema lint" "\\-\\-threads")
+foreach(part "${version}" "gcuschema decode" "gcuschema encode" "gcuschema lint" "\\-\\-threads" "gcuschema set"
+        "canbus[canbusId=1]" "config=BASE64")
   string(FIND "${man}" "${part}" at)
   if(at LESS 0)
     message(FATAL_ERROR "the man page lacks \"${part}\"")

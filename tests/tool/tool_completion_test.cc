@@ -33,7 +33,7 @@ std::string Complete(const std::vector<std::string>& words, const std::string& d
 
 TEST(ToolCompletionTest, CompletesCommands) {
   EXPECT_EQ(Complete({"gcuschema", "de"}), "decode\n");
-  EXPECT_EQ(Complete({"gcuschema", "s"}), "schemas\nsample\n");
+  EXPECT_EQ(Complete({"gcuschema", "s"}), "schemas\nsample\nset\n");
   EXPECT_EQ(Complete({"gcuschema", "--v"}), "--version\n");
 }
 
@@ -41,7 +41,7 @@ TEST(ToolCompletionTest, CompletesEachCommandsOptions) {
   EXPECT_EQ(Complete({"gcuschema", "decode", "--no"}), "--no-expand\n");
   EXPECT_EQ(Complete({"gcuschema", "lint", "--fr"}), "--from\n");
   // Every command that reads a document has --from.
-  for (const char* command : {"decode", "encode", "inspect", "lint", "diff"}) {
+  for (const char* command : {"decode", "encode", "inspect", "lint", "diff", "set"}) {
     EXPECT_EQ(Complete({"gcuschema", command, "--fr"}), "--from\n") << command;
   }
   // encode's old -f/--format is still read but no longer offered.
@@ -55,6 +55,7 @@ TEST(ToolCompletionTest, CompletesTheValuesAnOptionTakes) {
   EXPECT_EQ(Complete({"gcuschema", "decode", "--format", ""}), "json\ntext\n");
   EXPECT_EQ(Complete({"gcuschema", "diff", "--from", "b"}), "binary\n");
   EXPECT_EQ(Complete({"gcuschema", "encode", "--from", ""}), "binary\njson\ntext\n");
+  EXPECT_EQ(Complete({"gcuschema", "set", "-f", ""}), "binary\njson\ntext\n");
   EXPECT_EQ(Complete({"gcuschema", "inspect", "-t", "Dev"}), "DeviceData\n");
 }
 
@@ -64,6 +65,7 @@ TEST(ToolCompletionTest, CompletesFileNamesForInputsAndOutputs) {
   dir.Put("other.json", "");
   EXPECT_EQ(Complete({"gcuschema", "decode", "co"}, dir.path()), "config.bin\n");
   EXPECT_EQ(Complete({"gcuschema", "encode", "-o", "ot"}, dir.path()), "other.json\n");
+  EXPECT_EQ(Complete({"gcuschema", "set", "co"}, dir.path()), "config.bin\n");
 }
 
 }  // namespace
