@@ -4,8 +4,7 @@
 #include <gcuschema/document/report.h>
 
 #include <algorithm>
-#include <functional>
-#include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,6 +17,8 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/lint.h>
 #include <gcuschema/document/samples.h>
+
+#include "support/html_body.h"
 
 namespace gcuschema::document {
 namespace {
@@ -53,67 +54,8 @@ std::size_t Count(const std::string& text, const std::string& part) {
   return n;
 }
 
-// The page's body as the tree it was written from; fails the test when it
-// is not well formed.
-struct Body {
-  pugi::xml_document tree;
-  pugi::xml_node body;
-
-  explicit Body(const std::string& page) {
-    const std::size_t from = page.find("<body>");
-    const std::size_t to = page.rfind("</body>");
-    EXPECT_NE(from, std::string::npos);
-    EXPECT_NE(to, std::string::npos);
-    if (from == std::string::npos || to == std::string::npos) return;
-    const std::string text = page.substr(from, to + 7 - from);
-    const pugi::xml_parse_result parsed = tree.load_buffer(text.data(), text.size());
-    EXPECT_TRUE(parsed) << parsed.description() << " at " << parsed.offset;
-    body = tree.child("body");
-  }
-
-  // Every element, depth first.
-  void Each(const std::function<void(pugi::xml_node)>& visit) const {
-    for (const pugi::xpath_node& found : body.select_nodes("descendant-or-self::*")) visit(found.node());
-  }
-  std::size_t Elements(const char* name) const {
-    std::size_t n = 0;
-    Each([&](pugi::xml_node node) { n += std::string(node.name()) == name ? 1 : 0; });
-    return n;
-  }
-  // The text of each element, its own text only.
-  std::vector<std::string> Texts() const {
-    std::vector<std::string> texts;
-    Each([&](pugi::xml_node node) {
-      std::string own;
-      for (pugi::xml_node child : node.children()) {
-        if (child.type() == pugi::node_pcdata) own += child.value();
-      }
-      if (!own.empty()) texts.push_back(own);
-    });
-    return texts;
-  }
-  pugi::xml_node ById(const std::string& id) const {
-    pugi::xml_node found;
-    Each([&](pugi::xml_node node) {
-      if (id == node.attribute("id").value()) found = node;
-    });
-    return found;
-  }
-};
-
-bool HasText(const Body& page, const std::string& text) {
-  for (const std::string& shown : page.Texts()) {
-    if (shown.find(text) != std::string::npos) return true;
-  }
-  return false;
-}
-
-// All the text inside `node`.
-std::string TextOf(pugi::xml_node node) {
-  std::string out;
-  for (const pugi::xpath_node& text : node.select_nodes("descendant::text()")) out += text.node().value();
-  return out;
-}
+using Body = test::HtmlBody;
+using test::TextOf;
 
 TEST(ReportTest, PageForbidsScriptAndFetchingAndHasNeither) {
   const std::string page = Report(Sample());
@@ -145,6 +87,11 @@ TEST(ReportTest, PageForbidsScriptAndFetchingAndHasNeither) {
     }
   });
   EXPECT_GT(links, 0u);
+  std::set<std::string> ids;
+  body.Each([&](pugi::xml_node node) {
+    const std::string id = node.attribute("id").value();
+    if (!id.empty()) EXPECT_TRUE(ids.insert(id).second) << "id " << id << " given twice";
+  });
 }
 
 TEST(ReportTest, HostileStringsShowAsTheTextTheyAreInTextAndAttributes) {
@@ -169,7 +116,7 @@ TEST(ReportTest, HostileStringsShowAsTheTextTheyAreInTextAndAttributes) {
 
   // Read back, each string is the text it was.
   const Body body(page);
-  for (const std::string& hostile : kHostile) EXPECT_TRUE(HasText(body, hostile)) << hostile;
+  for (const std::string& hostile : kHostile) EXPECT_TRUE(body.HasText(hostile)) << hostile;
   EXPECT_EQ(body.Elements("script"), 0u);
   EXPECT_EQ(body.Elements("img"), 0u);
   EXPECT_EQ(body.Elements("style"), 0u);

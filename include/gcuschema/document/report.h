@@ -2,9 +2,11 @@
 #define GCUSCHEMA_DOCUMENT_REPORT_H
 
 #include <string>
+#include <vector>
 
 #include <google/protobuf/message.h>
 
+#include <gcuschema/document/diff.h>
 #include <gcuschema/document/export.h>
 #include <gcuschema/document/pairing.h>
 
@@ -41,6 +43,24 @@ struct ReportOptions {
 // the library goes (records inside `config`, 16 levels).
 GCUSCHEMA_DOCUMENT_API std::string Report(const google::protobuf::Message& record,
                                           const ReportOptions& options = {});
+
+struct DiffReportOptions {
+  // Which record each entry's `config` holds: the pairing the differences
+  // were found with.
+  PairingCatalogue pairing = PairingCatalogue::Standard();
+  // What the page calls the two documents.
+  std::string old_title;
+  std::string new_title;
+};
+
+// A page showing two records of one type side by side, `differences`
+// (Diff(a, b) with the same pairing) listed at the top and marked where
+// they lie: entries of a configuration matched as Diff matches them (by
+// identifier), each with its fields and settings in two columns, folded
+// when unchanged. Throws Error as Diff does.
+GCUSCHEMA_DOCUMENT_API std::string DiffReport(const google::protobuf::Message& a, const google::protobuf::Message& b,
+                                              const std::vector<Difference>& differences,
+                                              const DiffReportOptions& options = {});
 
 }  // namespace gcuschema::document
 
