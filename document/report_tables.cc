@@ -158,8 +158,9 @@ void Reporter::ValueCell(Html row, const pb::Message& entry, const pb::FieldDesc
   for (const CalibrationLimits::ValueLimits& value : limits->values) {
     if (value.value != field) continue;
     cell.Class(value.within ? "within" : "outside");
-    cell.Add("br");
-    cell.Add("span", std::string(value.within ? "within " : "outside ") + Allowed(value)).Class("limits");
+    // A block of its own rather than a line break: the page's elements
+    // are all written with an end tag, and "</br>" is a second break.
+    cell.Add("div", std::string(value.within ? "within " : "outside ") + Allowed(value)).Class("limits");
   }
 }
 

@@ -56,6 +56,13 @@ TEST_P(ToolConfigDepthTest, DecodeExitsTwoNamingTheDepthAndWritesNothing) {
   EXPECT_FALSE(FileExists(dir.File("deep.json")));
 }
 
+TEST_P(ToolConfigDepthTest, ReportExitsTwoNamingTheDepthAndWritesNothing) {
+  ScratchDir dir;
+  const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
+  ExpectRefusedForDepth(RunTool({"report", "--pair", GetParam().pairing, deep, "-o", dir.File("deep.html")}), deep);
+  EXPECT_FALSE(FileExists(dir.File("deep.html")));
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ToolConfigDepthTest,
                          ::testing::Values(kInputHoldsConfig, kInputHoldsDevice, kDriverHoldsConfig),
                          [](const ::testing::TestParamInfo<Nesting>& info) { return NestingName(info.param); });

@@ -21,6 +21,7 @@ Command AddLintCommand(CLI::App* app);
 Command AddDiffCommand(CLI::App* app);
 Command AddSchemasCommand(CLI::App* app);
 Command AddSampleCommand(CLI::App* app);
+Command AddReportCommand(CLI::App* app);
 
 }  // namespace gcuschema::tool
 
