@@ -1,4 +1,5 @@
-// report: one HTML page about a document, written whole or not at all.
+// report: one HTML page about a document, written whole or not at all; and
+// diff's page of two documents side by side.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -114,6 +115,37 @@ TEST(ToolReportTest, RefusesToWriteOverItsInput) {
   EXPECT_EQ(result.exit_status, 2);
   EXPECT_NE(result.err.find("is the input"), std::string::npos) << result.err;
   EXPECT_EQ(ReadFileBytes(input), SampleBytes("ConfigData", 4));
+}
+
+TEST(ToolDiffPageTest, HtmlShowsBothSidesWithTheDifferencesAndExitsAsTheTextDoes) {
+  ConfigData a;
+  document::SampleConfig(document::SampleOptions{12, 1}, &a);
+  ConfigData b = a;
+  b.mutable_inputs(0)->set_alias("<b>renamed</b>");
+  ScratchDir dir;
+  const std::string old_path = dir.Put("a.bin", EncodeRecord(a));
+  const std::string new_path = dir.Put("b.bin", EncodeRecord(b));
+  ProcessResult result = RunTool({"diff", "--format", "html", old_path, new_path, "-o", dir.File("d.html")});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out, "");
+  const std::string page = ReadFileBytes(dir.File("d.html"));
+  EXPECT_EQ(Count(page, kPolicy), 1u);
+  EXPECT_NE(page.find("<tr class=\"changed\"><td class=\"path\">inputs[0].alias</td>"), std::string::npos) << page;
+  EXPECT_NE(page.find("&lt;b&gt;renamed&lt;/b&gt;"), std::string::npos);
+  EXPECT_EQ(page.find("<b>renamed"), std::string::npos);
+
+  // Equal documents: exit 0, a page saying so.
+  result = RunTool({"diff", "-f", "html", old_path, old_path});
+  EXPECT_EQ(result.exit_status, 0) << result.err;
+  EXPECT_NE(result.out.find("The documents are equal."), std::string::npos);
+  // The text is as it was, to standard output or to -o.
+  result = RunTool({"diff", old_path, new_path, "-o", dir.File("d.txt")});
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(ReadFileBytes(dir.File("d.txt")), "~ inputs[0].alias: \"" + a.inputs(0).alias() +
+                                                  "\" -> \"<b>renamed</b>\"\n");
+  result = RunTool({"diff", "--format", "pdf", old_path, new_path});
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_NE(result.err.find("--format"), std::string::npos) << result.err;
 }
 
 }  // namespace
