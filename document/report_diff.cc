@@ -14,7 +14,9 @@
 
 #include <google/protobuf/descriptor.h>
 
+#include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
+#include <gcuschema/MapConfig.pb.h>
 #include <gcuschema/document/error.h>
 
 #include "entry_keys.h"
@@ -22,6 +24,7 @@
 #include "field_values.h"
 #include "report_fields.h"
 #include "report_html.h"
+#include "report_svg.h"
 #include "walk.h"
 
 namespace gcuschema::document {
@@ -146,8 +149,10 @@ class SideBySide {
     Settings settings_a;
     Settings settings_b;
     if (config != nullptr) {
-      settings_a = walk_.Decide(a, Bytes(a, config), 0);
-      settings_b = walk_.Decide(b, Bytes(b, config), 1);
+      std::string scratch_a;
+      std::string scratch_b;
+      settings_a = walk_.Decide(a, Bytes(a, config, &scratch_a), 0);
+      settings_b = walk_.Decide(b, Bytes(b, config, &scratch_b), 1);
       if (!settings_a.read() || !settings_b.read()) config = nullptr;
     }
     for (int i = 0; i < type->field_count(); ++i) {
@@ -178,9 +183,8 @@ class SideBySide {
     return field->is_repeated() && field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE;
   }
 
-  static const std::string& Bytes(const pb::Message& record, const pb::FieldDescriptor* field) {
-    static thread_local std::string scratch;
-    return record.GetReflection()->GetStringReference(record, field, &scratch);
+  static const std::string& Bytes(const pb::Message& record, const pb::FieldDescriptor* field, std::string* scratch) {
+    return record.GetReflection()->GetStringReference(record, field, scratch);
   }
 
   // The entries of a list, paired as Diff pairs them: by identifier where
@@ -252,6 +256,51 @@ class SideBySide {
     summary.Text(Describe(shown) + " — ");
     summary.Add("span", status).Class(changed ? (a == nullptr ? "added" : b == nullptr ? "removed" : "changed") : "note");
     Rows(details, Align(rows_a, rows_b));
+    if (a != nullptr && b != nullptr && changed) Tables(details, *a, *b, path);
+  }
+
+  // The tables of two versions of an entry that differ (a map's, an
+  // input's linearization), drawn side by side with what changed outlined.
+  void Tables(Html parent, const pb::Message& a, const pb::Message& b, const std::string& path) {
+    const pb::Descriptor* type = a.GetDescriptor();
+    if (type == ::Map::descriptor()) {
+      const auto channel = [&](const char* name) {
+        return std::to_string(internal::IntegerAt(b, type->FindFieldByName(name), 0));
+      };
+      TablePair(parent, a, b, path, "x (channel " + channel("xAxisChannel") + ")",
+                "y (channel " + channel("yAxisChannel") + ")");
+      return;
+    }
+    for (int i = 0; i < type->field_count(); ++i) {
+      const pb::FieldDescriptor* field = type->field(i);
+      if (field->is_repeated() || field->message_type() != ::Map::descriptor()) continue;
+      const pb::Reflection* ra = a.GetReflection();
+      const pb::Reflection* rb = b.GetReflection();
+      const std::string at = internal::JoinPath(path, field->name());
+      if (!ra->HasField(a, field) || !rb->HasField(b, field) || !Marked(at, false)) continue;
+      const Walk::Step member = walk_.Member(field->name());
+      TablePair(parent, ra->GetMessage(a, field), rb->GetMessage(b, field), at, "x", "y");
+    }
+  }
+
+  void TablePair(Html parent, const pb::Message& a, const pb::Message& b, const std::string& path,
+                 const std::string& x_title, const std::string& y_title) {
+    const pb::FieldDescriptor* config = internal::SettingsField(a.GetDescriptor());
+    std::string scratch_a;
+    std::string scratch_b;
+    const Settings table_a = walk_.Decide(a, Bytes(a, config, &scratch_a), 0);
+    const Settings table_b = walk_.Decide(b, Bytes(b, config, &scratch_b), 1);
+    if (!table_a.read() || !table_b.read() || table_a.paired != table_b.paired) return;
+    if (table_a.paired != ::Map2D::descriptor() && table_a.paired != ::Map3D::descriptor()) return;
+    const Walk::Step step = walk_.Into(table_a, config->name());
+    const std::string value_title = table_a.paired == ::Map2D::descriptor() ? "value" : y_title;
+    Html figures = parent.Add("div").Class("figures");
+    Html old_figure = figures.Add("figure");
+    old_figure.Add("figcaption", "A (old): " + path);
+    internal::DrawTableRecord(old_figure, *table_a.record, path + " in A", x_title, value_title, table_b.record);
+    Html new_figure = figures.Add("figure");
+    new_figure.Add("figcaption", "B (new): " + path);
+    internal::DrawTableRecord(new_figure, *table_b.record, path + " in B", x_title, value_title, table_a.record);
   }
 
   // " · id 3 · Oil temperature": what tells an entry apart, where it has it.

@@ -3,6 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <memory>
+
+#include <gcuschema/MapConfig.pb.h>
+
+#include "walk.h"
 
 namespace gcuschema::document::internal {
 namespace {
@@ -115,9 +120,12 @@ void DrawCurve(Html parent, const CurveTable& table, const std::string& label, c
     Label(svg, kLeft + kPlotWidth / 2, kTop + kPlotHeight / 2, "no points", "middle");
     return;
   }
-  const auto [x_min, x_max] = std::minmax_element(table.x.begin(), table.x.begin() + static_cast<long>(count));
-  const auto [v_min, v_max] =
-      std::minmax_element(table.value.begin(), table.value.begin() + static_cast<long>(count));
+  std::vector<std::int64_t> xs_covered(table.x.begin(), table.x.begin() + static_cast<long>(count));
+  xs_covered.insert(xs_covered.end(), table.also_x.begin(), table.also_x.end());
+  std::vector<std::int64_t> vs_covered(table.value.begin(), table.value.begin() + static_cast<long>(count));
+  vs_covered.insert(vs_covered.end(), table.also_value.begin(), table.also_value.end());
+  const auto [x_min, x_max] = std::minmax_element(xs_covered.begin(), xs_covered.end());
+  const auto [v_min, v_max] = std::minmax_element(vs_covered.begin(), vs_covered.end());
   const Scale xs(static_cast<double>(*x_min), static_cast<double>(*x_max), 6);
   const Scale vs(static_cast<double>(*v_min), static_cast<double>(*v_max), 5);
   const auto px = [&](double x) { return kLeft + xs.At(x) * kPlotWidth; };
@@ -146,10 +154,11 @@ void DrawCurve(Html parent, const CurveTable& table, const std::string& label, c
   }
   svg.Add("polyline").Attr("points", points).Attr("fill", "none").Attr("stroke", "#3b528b").Attr("stroke-width", 2);
   for (std::size_t i = 0; i < count; ++i) {
+    const bool marked = i < table.marked.size() && table.marked[i];
     Html point = svg.Add("circle");
     point.Attr("cx", px(static_cast<double>(table.x[i]))).Attr("cy", py(static_cast<double>(table.value[i])));
-    point.Attr("r", 3).Attr("fill", "#21918c");
-    point.Add("title", x_title + " " + Number(table.x[i]) + ": " + Number(table.value[i]));
+    point.Attr("r", marked ? 5 : 3).Attr("fill", marked ? "#d62728" : "#21918c");
+    point.Add("title", x_title + " " + Number(table.x[i]) + ": " + Number(table.value[i]) + (marked ? ", changed" : ""));
   }
 }
 
@@ -175,10 +184,11 @@ void DrawHeatMap(Html parent, const GridTable& table, const std::string& label, 
   Html svg = Svg(parent, kLeft + width + kLegendGap + kLegendBar + kLegendText, kTop + legend_height + kBottom, label);
 
   const std::size_t present = std::min(table.values.size(), cells);
+  std::vector<std::int64_t> covered(table.values.begin(), table.values.begin() + static_cast<long>(present));
+  covered.insert(covered.end(), table.also_values.begin(), table.also_values.end());
   double v_min = 0, v_max = 0;
-  if (present > 0) {
-    const auto [low, high] =
-        std::minmax_element(table.values.begin(), table.values.begin() + static_cast<long>(present));
+  if (!covered.empty()) {
+    const auto [low, high] = std::minmax_element(covered.begin(), covered.end());
     v_min = static_cast<double>(*low);
     v_max = static_cast<double>(*high);
   }
@@ -199,8 +209,10 @@ void DrawHeatMap(Html parent, const GridTable& table, const std::string& label, 
         continue;
       }
       const double t = shade(static_cast<double>(table.values[at]));
+      const bool marked = at < table.marked.size() && table.marked[at];
       cell.Attr("fill", Colour(t));
-      cell.Add("title", where + ": " + Number(table.values[at]));
+      if (marked) cell.Attr("stroke", "#d62728").Attr("stroke-width", 2);
+      cell.Add("title", where + ": " + Number(table.values[at]) + (marked ? ", changed" : ""));
       if (numbers) {
         Html text = Label(svg, x + cw / 2, y + ch / 2 + 3, Number(table.values[at]), "middle");
         text.Class(Dark(t) ? "cell light" : "cell");
@@ -264,6 +276,55 @@ void DrawHeatMap(Html parent, const GridTable& table, const std::string& label, 
                                                      : "; those beyond the grid are not drawn"))
         .Class("note");
   }
+}
+
+bool DrawTableRecord(Html parent, const google::protobuf::Message& table, const std::string& label,
+                     const std::string& x_title, const std::string& y_title, const google::protobuf::Message* other) {
+  if (other != nullptr && other->GetDescriptor() != table.GetDescriptor()) other = nullptr;
+  if (table.GetDescriptor() == ::Map2D::descriptor()) {
+    std::unique_ptr<::Map2D> copy;
+    std::unique_ptr<::Map2D> other_copy;
+    const ::Map2D& map = AsGenerated(table, &copy);
+    CurveTable curve;
+    for (const ::Map2DPoint& point : map.points()) {
+      curve.x.push_back(point.x());
+      curve.value.push_back(point.value());
+    }
+    if (other != nullptr) {
+      const ::Map2D& before = AsGenerated(*other, &other_copy);
+      for (const ::Map2DPoint& point : before.points()) {
+        curve.also_x.push_back(point.x());
+        curve.also_value.push_back(point.value());
+      }
+      if (before.points_size() == map.points_size()) {
+        for (int i = 0; i < map.points_size(); ++i) {
+          curve.marked.push_back(before.points(i).x() != map.points(i).x() ||
+                                 before.points(i).value() != map.points(i).value());
+        }
+      }
+    }
+    DrawCurve(parent, curve, label, x_title, y_title);
+    return true;
+  }
+  if (table.GetDescriptor() != ::Map3D::descriptor()) return false;
+  std::unique_ptr<::Map3D> copy;
+  std::unique_ptr<::Map3D> other_copy;
+  const ::Map3D& map = AsGenerated(table, &copy);
+  GridTable grid;
+  grid.x.assign(map.x().begin(), map.x().end());
+  grid.y.assign(map.y().begin(), map.y().end());
+  grid.values.assign(map.values().begin(), map.values().end());
+  if (other != nullptr) {
+    const ::Map3D& before = AsGenerated(*other, &other_copy);
+    grid.also_values.assign(before.values().begin(), before.values().end());
+    // Cells are compared where both tables have the same grid.
+    if (before.x_size() == map.x_size() && before.y_size() == map.y_size() &&
+        before.values_size() == map.values_size()) {
+      for (int i = 0; i < map.values_size(); ++i) grid.marked.push_back(before.values(i) != map.values(i));
+    }
+  }
+  DrawHeatMap(parent, grid, label, x_title, y_title);
+  return true;
 }
 
 }  // namespace gcuschema::document::internal

@@ -230,25 +230,8 @@ void Reporter::Figure(Html parent, const Drawing& drawing) {
   Html figure = parent.Add("figure");
   figure.Attr("id", Anchor("f-", drawing.path));
   figure.Add("figcaption", drawing.caption);
-  const std::string label = drawing.caption + ": " + settings.paired->full_name();
-  if (settings.paired == ::Map2D::descriptor()) {
-    std::unique_ptr<::Map2D> copy;
-    const ::Map2D& map = AsGenerated(*settings.record, &copy);
-    CurveTable curve;
-    for (const ::Map2DPoint& point : map.points()) {
-      curve.x.push_back(point.x());
-      curve.value.push_back(point.value());
-    }
-    DrawCurve(figure, curve, label, drawing.x_title, drawing.y_title);
-    return;
-  }
-  std::unique_ptr<::Map3D> copy;
-  const ::Map3D& map = AsGenerated(*settings.record, &copy);
-  GridTable grid;
-  grid.x.assign(map.x().begin(), map.x().end());
-  grid.y.assign(map.y().begin(), map.y().end());
-  grid.values.assign(map.values().begin(), map.values().end());
-  DrawHeatMap(figure, grid, label, drawing.x_title, drawing.y_title);
+  DrawTableRecord(figure, *settings.record, drawing.caption + ": " + settings.paired->full_name(), drawing.x_title,
+                  drawing.y_title);
 }
 
 void Reporter::FindingsCell(Html row, Html cell, const std::string& path) {

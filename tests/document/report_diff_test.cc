@@ -11,6 +11,7 @@
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/DeviceData.pb.h>
 #include <gcuschema/DigitalInputConfiguration.pb.h>
+#include <gcuschema/MapConfig.pb.h>
 #include <gcuschema/document/diff.h>
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/samples.h>
@@ -176,6 +177,75 @@ TEST(DiffReportTest, DeviceDataConfigurationsAreComparedAsDocuments) {
   const HtmlBody page(Page(a, b));
   EXPECT_EQ(Marked(page, "changed"), std::vector<std::string>{"config<ConfigData>.inputs[2].alias"});
   EXPECT_TRUE(page.ById("d-config-ConfigData--inputs-2"));
+}
+
+// The cells of a drawing outlined as changed, by their tooltips.
+std::vector<std::string> Outlined(pugi::xml_node figure) {
+  std::vector<std::string> cells;
+  for (pugi::xml_node rect : figure.child("svg").children("rect")) {
+    if (rect.attribute("stroke")) cells.push_back(rect.child("title").child_value());
+  }
+  return cells;
+}
+
+TEST(DiffReportTest, ChangedTablesAreDrawnSideBySideOnOneScaleWithTheChangedCellsOutlined) {
+  const ConfigData a = Sample();
+  ConfigData b = a;
+  ASSERT_GE(b.maps_size(), 2);
+  Map3D table;
+  ASSERT_TRUE(table.ParseFromString(b.maps(0).config()));
+  ASSERT_GE(table.values_size(), 4);
+  table.set_values(3, 999);
+  b.mutable_maps(0)->set_config(table.SerializeAsString());
+  const HtmlBody page(Page(a, b));
+
+  const pugi::xml_node changed = page.ById("d-maps-0");
+  ASSERT_TRUE(changed);
+  std::vector<pugi::xml_node> figures;
+  for (const pugi::xpath_node& figure : changed.select_nodes(".//figure")) figures.push_back(figure.node());
+  ASSERT_EQ(figures.size(), 2u);
+  EXPECT_EQ(TextOf(figures[0].child("figcaption")), "A (old): maps[0]");
+  EXPECT_EQ(TextOf(figures[1].child("figcaption")), "B (new): maps[0]");
+  ASSERT_EQ(Outlined(figures[1]).size(), 1u);
+  EXPECT_NE(Outlined(figures[1])[0].find(": 999, changed"), std::string::npos) << Outlined(figures[1])[0];
+  ASSERT_EQ(Outlined(figures[0]).size(), 1u);
+  EXPECT_NE(Outlined(figures[0])[0].find(", changed"), std::string::npos);
+  // One colour scale: both end at the highest value of either.
+  const auto top = [](pugi::xml_node figure) {
+    std::string last;
+    for (pugi::xml_node text : figure.child("svg").children("text")) last = text.child_value();
+    return last;
+  };
+  EXPECT_EQ(top(figures[0]), "999");
+  EXPECT_EQ(top(figures[1]), "999");
+  // Tables that did not change are not drawn.
+  const pugi::xml_node same = page.ById("d-maps-1");
+  ASSERT_TRUE(same);
+  EXPECT_FALSE(same.select_node(".//svg"));
+}
+
+TEST(DiffReportTest, ChangedCurvesMarkThePointsThatMoved) {
+  ConfigData a;
+  Map* map = a.add_maps();
+  map->set_id(1);
+  Map2D curve;
+  for (int i = 0; i < 4; ++i) {
+    Map2DPoint* point = curve.add_points();
+    point->set_x(100 * i);
+    point->set_value(10 * i);
+  }
+  map->set_config(curve.SerializeAsString());
+  ConfigData b = a;
+  curve.mutable_points(2)->set_value(55);
+  b.mutable_maps(0)->set_config(curve.SerializeAsString());
+  DiffReportOptions options;
+  options.pairing.Apply("map:0=Map2D");
+  const HtmlBody page(DiffReport(a, b, Diff(a, b, {options.pairing}), options));
+  std::vector<std::string> marked;
+  for (const pugi::xpath_node& point : page.body.select_nodes("//figure//circle[@r='5']")) {
+    marked.push_back(point.node().child("title").child_value());
+  }
+  EXPECT_EQ(marked, (std::vector<std::string>{"x (channel 0) 200: 20, changed", "x (channel 0) 200: 55, changed"}));
 }
 
 TEST(DiffReportTest, RecordsOfTwoTypesAreAnError) {
