@@ -125,7 +125,9 @@ void Reporter::Summary(Html section, const pb::Message& record) {
   for (int i = 0; i < type->field_count(); ++i) {
     const pb::FieldDescriptor* field = type->field(i);
     if (field->is_repeated() && field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) continue;
-    if (IsSettingsField(type, field)) {
+    // A device image's configuration has sections of its own below; other
+    // settings are shown here, field by field.
+    if (IsSettingsField(type, field) && type == ::DeviceData::descriptor()) {
       Html row = fields.Add("tr");
       row.Add("td", field->name()).Class("path");
       std::string scratch;

@@ -4,6 +4,7 @@
 #include <gcuschema/document/report.h>
 
 #include <algorithm>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@
 #include <gcuschema/MapConfig.pb.h>
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/lint.h>
+#include <gcuschema/document/records.h>
 #include <gcuschema/document/samples.h>
 
 #include "support/html_body.h"
@@ -401,6 +403,29 @@ TEST(ReportTest, DeviceDataShowsItsConfigurationAsAConfigData) {
   const pugi::xml_node row = body.ById("e-config-inputs-2");
   ASSERT_TRUE(row);
   EXPECT_NE(TextOf(row).find("[unknown-type]"), std::string::npos);
+}
+
+TEST(ReportTest, EveryRecordOfTheLibraryGivesAPage) {
+  for (const std::string& name : RecordNames()) {
+    SCOPED_TRACE(name);
+    const std::unique_ptr<google::protobuf::Message> record = Sample(FindRecord(name), SampleOptions{12, 3});
+    ASSERT_NE(record, nullptr);
+    const std::string page = Report(*record);
+    const Body body(page);
+    EXPECT_TRUE(body.HasText(name + " report"));
+    EXPECT_TRUE(body.ById("summary"));
+  }
+}
+
+TEST(ReportTest, AnEntryOnItsOwnShowsItsSettingsInTheSummary) {
+  Input input;
+  input.set_id(3);
+  AdcConfiguration adc;
+  adc.set_inmaxvalue(4930);
+  input.set_config(adc.SerializeAsString());
+  const Body body(Report(input));
+  EXPECT_TRUE(body.HasText("config<AdcConfiguration>.inMaxValue"));
+  EXPECT_TRUE(body.HasText("4930"));
 }
 
 TEST(ReportTest, PasswordIsShownByItsLengthOnly) {
