@@ -80,11 +80,12 @@ void Reporter::EntryTable(Html section, const pb::Message& record, const pb::Fie
   if (settings) headings.push_back(IsMap(type) ? "table" : "settings");
   for (int i = 0; i < type->field_count(); ++i) {
     const pb::FieldDescriptor* field = type->field(i);
-    if (!InColumn(type, field) && !IsSettingsField(type, field)) {
-      contents.push_back(field);
-      headings.push_back(field->name());
-    }
+    if (!InColumn(type, field) && !IsSettingsField(type, field)) contents.push_back(field);
   }
+  // Lists and records inside an entry take many lines: several of them
+  // share one column, which keeps the table as wide as a window.
+  if (contents.size() == 1) headings.push_back(contents[0]->name());
+  if (contents.size() > 1) headings.push_back("lists and records");
 
   const Walk::Step step = walk_.Member(list->name());
   const int size = record.GetReflection()->FieldSize(record, list);
@@ -125,25 +126,27 @@ void Reporter::EntryRow(Html body, const pb::Message& record, const pb::FieldDes
       SettingsCell(cell, entry);
     }
   }
+  if (contents.empty()) return;
+  Html cell = row.Add("td");
+  std::vector<FieldRow> rows;
   for (const pb::FieldDescriptor* field : contents) {
-    Html cell = row.Add("td");
     const pb::Reflection* r = entry.GetReflection();
     if (!field->is_repeated() && field->message_type() != nullptr && IsMap(field->message_type())) {
+      Html table = contents.size() > 1 ? cell.Add("div", field->name() + ": ") : cell;
       if (!r->HasField(entry, field)) {
-        cell.Add("span", "none").Class("note");
+        table.Add("span", "none").Class("note");
         continue;
       }
       const Walk::Step member = walk_.Member(field->name());
-      MapCell(cell, r->GetMessage(entry, field), walk_.Path(),
+      MapCell(table, r->GetMessage(entry, field), walk_.Path(),
               walk_.Path() + " · " + type->name() + " id " + std::to_string(Integer(entry, "id")) + " · " +
                   Text(entry, "alias"),
               "x", "y");
       continue;
     }
-    std::vector<FieldRow> rows;
     FieldRowsOf(entry, field, walk_, 0, &rows);
-    FieldTable(cell, rows);
   }
+  if (!rows.empty()) FieldTable(cell, rows);
 }
 
 void Reporter::ValueCell(Html row, const pb::Message& entry, const pb::FieldDescriptor* field,
