@@ -428,6 +428,26 @@ TEST(ReportTest, AnEntryOnItsOwnShowsItsSettingsInTheSummary) {
   EXPECT_TRUE(body.HasText("4930"));
 }
 
+TEST(ReportTest, AnEntrysListsAndRecordsShareOneColumnFieldByField) {
+  const ConfigData config = Sample(24);
+  ASSERT_GT(config.canbus_size(), 0);
+  ASSERT_GT(config.canbus(0).standardinputframes_size(), 0);
+  const Body body(Report(config));
+  const pugi::xml_node section = body.ById("s-canbus");
+  ASSERT_TRUE(section);
+  std::vector<std::string> headings;
+  for (const pugi::xpath_node& heading : section.select_nodes(".//th")) headings.push_back(heading.node().child_value());
+  EXPECT_NE(std::find(headings.begin(), headings.end(), "lists and records"), headings.end());
+  EXPECT_EQ(std::find(headings.begin(), headings.end(), "standardInputFrames"), headings.end());
+  EXPECT_NE(std::find(headings.begin(), headings.end(), "baudrate"), headings.end());
+  const std::string row = TextOf(body.ById("e-canbus-0"));
+  EXPECT_NE(row.find("standardInputFrames[0].messageId" + std::to_string(config.canbus(0).standardinputframes(0).messageid())),
+            std::string::npos)
+      << row;
+  // An input's one record, its linearization, keeps a column of its own.
+  EXPECT_TRUE(body.ById("s-inputs").select_node(".//th[text()='linearization']"));
+}
+
 TEST(ReportTest, PasswordIsShownByItsLengthOnly) {
   ConfigData config = Sample(4);
   config.set_password("s3cret-pw");
