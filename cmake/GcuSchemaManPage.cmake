@@ -140,7 +140,7 @@ string(REPLACE "@SEMICOLON@" ";" include "${include}")
 file(WRITE "${OUT}.include" "${include}")
 execute_process(
   COMMAND "${HELP2MAN}" --no-info --section=1 --include=${OUT}.include
-          "--name=decode, encode, inspect, lint, compare and edit device documents" --output=${OUT} "${TOOL}"
+          "--name=decode, encode, inspect, lint, compare, edit and report on device documents" --output=${OUT} "${TOOL}"
   RESULT_VARIABLE rc ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "help2man failed (${rc}): ${err}")

@@ -10,6 +10,6 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
 set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION "libs")
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libprotobuf32 (>= 3.21), libsimdjson14 (>= 3.0), python3-protobuf")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libprotobuf32 (>= 3.21), libsimdjson14 (>= 3.0), libpugixml1v5 (>= 1.13), python3-protobuf")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
 include(CPack)

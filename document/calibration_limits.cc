@@ -72,6 +72,44 @@ CalibrationLimits::CalibrationLimits(const pb::Message& calibration, const pb::M
   }
 }
 
+bool CalibrationLimits::Keeps(const Bound& bound, std::int64_t value, std::int64_t limit) {
+  if (limit == 0) return true;
+  return bound.upper ? value <= limit : value >= limit;
+}
+
+CalibrationLimits::EntryLimits CalibrationLimits::LimitsOf(const pb::FieldDescriptor* list, int index) const {
+  EntryLimits limits;
+  auto found = lists_.find(list);
+  if (found == lists_.end()) return limits;
+  const List& entry = found->second;
+  limits.checked = true;
+  const pb::Message& value_entry = calibration_.GetReflection()->GetRepeatedMessage(calibration_, list, index);
+  // Matched as Check matches: by logicalId, none where the template repeats it.
+  const auto match = entry.by_id.find(IntegerAt(value_entry, list->message_type()->FindFieldByName(kKey), 0));
+  if (match == entry.by_id.end() || match->second < 0) return limits;
+  limits.matched = match->second;
+  const pb::Message& limit_entry =
+      limits_.GetReflection()->GetRepeatedMessage(limits_, entry.limits_list, limits.matched);
+  const pb::Descriptor* type = list->message_type();
+  for (int f = 0; f < type->field_count(); ++f) {
+    const pb::FieldDescriptor* value = type->field(f);
+    // Only single integer fields have bounds.
+    ValueLimits shown{value, 0};
+    bool bounded = false;
+    for (const Bound& bound : entry.bounds) {
+      if (bound.value != value) continue;
+      if (!bounded) shown.actual = IntegerAt(value_entry, value, 0);
+      bounded = true;
+      const std::int64_t limit = IntegerAt(limit_entry, bound.limit, 0);
+      (bound.upper ? shown.upper_limit : shown.lower_limit) = bound.limit;
+      (bound.upper ? shown.upper : shown.lower) = limit;
+      shown.within = shown.within && Keeps(bound, shown.actual, limit);
+    }
+    if (bounded) limits.values.push_back(shown);
+  }
+  return limits;
+}
+
 void CalibrationLimits::Check(const pb::FieldDescriptor* list, int index, const std::string& path,
                               const std::function<void(Finding)>& emit) const {
   auto found = lists_.find(list);
@@ -95,9 +133,8 @@ void CalibrationLimits::Check(const pb::FieldDescriptor* list, int index, const 
   const std::string source = "the template's " + IndexPath(entry.limits_list->name(), matched);
   for (const Bound& bound : entry.bounds) {
     const std::int64_t limit = IntegerAt(limit_entry, bound.limit, 0);
-    if (limit == 0) continue;
     const std::int64_t value = IntegerAt(value_entry, bound.value, 0);
-    if (bound.upper ? value <= limit : value >= limit) continue;
+    if (Keeps(bound, value, limit)) continue;
     emit(Finding{JoinPath(path, bound.value->name()), Severity::kError, "out-of-limits",
                  bound.value->name() + " " + std::to_string(value) + " is " + (bound.upper ? "above " : "below ") +
                      bound.limit->name() + " " + std::to_string(limit) + " of " + source + named +

@@ -24,6 +24,7 @@
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/document/error.h>
 
+#include "entry_keys.h"
 #include "field_path.h"
 #include "text_numbers.h"
 #include "walk.h"
@@ -379,44 +380,6 @@ class Differ {
   MessageDifferencer differencer_;
 };
 
-// Lists of a configuration whose entries carry an identifier: they are
-// matched by it, so an inserted or removed entry is one difference rather
-// than a shift of every entry after it.
-struct KeyedList {
-  const char* list;
-  const char* key;
-};
-
-constexpr KeyedList kKeyedLists[] = {
-    {"inputs", "id"}, {"outputs", "id"},      {"maps", "id"},
-    {"drivers", "id"}, {"canbus", "canbusId"}, {"estimationData", "id"},
-};
-
-std::vector<std::int64_t> Keys(const pb::Message& record, const pb::FieldDescriptor* list,
-                               const pb::FieldDescriptor* key) {
-  const pb::Reflection* r = record.GetReflection();
-  std::vector<std::int64_t> keys;
-  const int size = r->FieldSize(record, list);
-  keys.reserve(static_cast<std::size_t>(size));
-  for (int i = 0; i < size; ++i) {
-    const pb::Message& element = r->GetRepeatedMessage(record, list, i);
-    const pb::Reflection* er = element.GetReflection();
-    keys.push_back(key->cpp_type() == pb::FieldDescriptor::CPPTYPE_INT32 ? er->GetInt32(element, key)
-                                                                          : er->GetUInt32(element, key));
-  }
-  return keys;
-}
-
-// Where each key stands; false when a key repeats, as such a list cannot
-// be matched by key.
-bool IndexKeys(const std::vector<std::int64_t>& keys, std::unordered_map<std::int64_t, int>* positions) {
-  positions->reserve(keys.size());
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    if (!positions->emplace(keys[i], static_cast<int>(i)).second) return false;
-  }
-  return true;
-}
-
 // Entries matched by identifier but standing in another order: one
 // difference on the list, showing the two orders from where they part.
 void OrderChange(const std::vector<std::int64_t>& keys_a, const std::vector<std::int64_t>& keys_b,
@@ -544,17 +507,15 @@ void CompareDocuments(const pb::Message& a, const pb::Message& b, Walk& walk, st
             [](const pb::FieldDescriptor* x, const pb::FieldDescriptor* y) { return x->number() < y->number(); });
   Differ plain(walk, out);
   for (const pb::FieldDescriptor* field : fields) {
-    const KeyedList* keyed = nullptr;
-    for (const KeyedList& entry : kKeyedLists) {
-      if (field->name() == entry.list) keyed = &entry;
-    }
-    if (keyed != nullptr) {
-      const pb::FieldDescriptor* key = field->message_type()->FindFieldByName(keyed->key);
-      const std::vector<std::int64_t> keys_a = Keys(a, field, key);
-      const std::vector<std::int64_t> keys_b = Keys(b, field, key);
+    // Entries that carry an identifier are matched by it, so an inserted or
+    // removed entry is one difference rather than a shift of every entry
+    // after it.
+    if (const pb::FieldDescriptor* key = internal::EntryKey(field)) {
+      const std::vector<std::int64_t> keys_a = internal::EntryKeys(a, field, key);
+      const std::vector<std::int64_t> keys_b = internal::EntryKeys(b, field, key);
       std::unordered_map<std::int64_t, int> in_a;
       std::unordered_map<std::int64_t, int> in_b;
-      if (IndexKeys(keys_a, &in_a) && IndexKeys(keys_b, &in_b)) {
+      if (internal::IndexKeys(keys_a, &in_a) && internal::IndexKeys(keys_b, &in_b)) {
         CompareKeyed(a, b, field, key, keys_a, keys_b, in_a, in_b, walk, out);
         continue;
       }

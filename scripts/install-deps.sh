@@ -11,9 +11,11 @@ packages=(
   python3 python3-protobuf python3-jsonschema
   protobuf-compiler libprotobuf-dev
   googletest libgtest-dev
-  libsimdjson-dev nlohmann-json3-dev libcli11-dev libfmt-dev
+  libsimdjson-dev nlohmann-json3-dev libcli11-dev libfmt-dev libpugixml-dev
   libbenchmark-dev hyperfine
   help2man
+  # The report tests render pages as a browser does.
+  chromium fonts-dejavu-core
   clang-14 libclang-rt-14-dev llvm-14
 )
 if [ "${1:-}" = windows ]; then

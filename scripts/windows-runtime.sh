@@ -2,9 +2,10 @@
 # Cross-builds what the Windows build links against and Debian ships only as
 # source: the protobuf runtime (libprotobuf.dll, from the Debian source of the
 # installed protobuf, so headers, runtime and the host's protoc are one
-# version; no protoc, no zlib), simdjson for the JSON reader and {fmt} for
-# the tool (static, from the Debian sources of the installed libsimdjson-dev
-# and libfmt-dev) and GoogleTest (static, from /usr/src/googletest).
+# version; no protoc, no zlib), simdjson for the JSON reader, pugixml for the
+# HTML pages and {fmt} for the tool (static, from the Debian sources of the
+# installed libsimdjson-dev, libpugixml-dev and libfmt-dev) and GoogleTest
+# (static, from /usr/src/googletest).
 # Both are installed into DIR/windows, once: a second run costs nothing. The
 # headers and CMake package files of header-only libraries are copied there
 # too, so that the cross build finds them without searching the host's /usr.
@@ -63,6 +64,9 @@ cross_build protobuf "$(dpkg-query -W -f='${Version}' libprotobuf-dev)" "$protob
 simdjson=$("$root/scripts/debian-source.sh" "$dir" libsimdjson-dev)
 cross_build simdjson "$(dpkg-query -W -f='${Version}' libsimdjson-dev)" "$simdjson" \
   -DBUILD_SHARED_LIBS=OFF -DSIMDJSON_DEVELOPER_MODE=OFF -DSIMDJSON_ENABLE_THREADS=OFF
+pugixml=$("$root/scripts/debian-source.sh" "$dir" libpugixml-dev)
+cross_build pugixml "$(dpkg-query -W -f='${Version}' libpugixml-dev)" "$pugixml" \
+  -DBUILD_SHARED_LIBS=OFF -DPUGIXML_BUILD_TESTS=OFF
 fmt=$("$root/scripts/debian-source.sh" "$dir" libfmt-dev)
 cross_build fmt "$(dpkg-query -W -f='${Version}' libfmt-dev)" "$fmt" -DFMT_DOC=OFF -DFMT_TEST=OFF
 cross_build googletest "$(dpkg-query -W -f='${Version}' googletest)" /usr/src/googletest -DBUILD_GMOCK=OFF

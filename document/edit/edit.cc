@@ -272,10 +272,10 @@ int Editor::Choose(const pb::Message& record, const FieldDescriptor* field, cons
   for (int i = 0; i < size; ++i) {
     const pb::Message& element = reflection->GetRepeatedMessage(record, field, i);
     if (SameValue(element, *wanted, key, -1)) matches.push_back(i);
-    values.push_back(ValueText(element, key, -1));
+    values.push_back(AssignedValueText(element, key, -1));
   }
   if (matches.size() == 1) return matches.front();
-  const std::string shown = ValueText(*wanted, key, -1);
+  const std::string shown = AssignedValueText(*wanted, key, -1);
   if (matches.empty()) {
     std::string message = "no element of " + field->name() + " has " + key->name() + " " + shown;
     message += size == 0 ? "; " + field->name() + " is empty" : "; " + ValuesThere(values, key, shown);

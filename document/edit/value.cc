@@ -256,7 +256,7 @@ bool SameValue(const pb::Message& a, const pb::Message& b, const FieldDescriptor
   return false;
 }
 
-std::string ValueText(const pb::Message& record, const FieldDescriptor* field, int index) {
+std::string AssignedValueText(const pb::Message& record, const FieldDescriptor* field, int index) {
   const pb::Reflection* r = record.GetReflection();
   const bool list = index >= 0;
   switch (field->cpp_type()) {

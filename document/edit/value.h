@@ -24,7 +24,7 @@ bool SameValue(const google::protobuf::Message& a, const google::protobuf::Messa
 
 // The value of `field` (element `index`, or -1) as an edit spells it: what
 // messages quote of the ids and names found.
-std::string ValueText(const google::protobuf::Message& record, const google::protobuf::FieldDescriptor* field,
+std::string AssignedValueText(const google::protobuf::Message& record, const google::protobuf::FieldDescriptor* field,
                       int index);
 
 // What a field takes, for messages: "an integer (sint32)", "text", "a value

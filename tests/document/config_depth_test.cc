@@ -10,6 +10,7 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/inspect.h>
 #include <gcuschema/document/lint.h>
+#include <gcuschema/document/report.h>
 
 #include "support/nesting.h"
 
@@ -91,6 +92,23 @@ TEST_P(ConfigDepthTest, DiffRefusesTooDeepDocumentsThatAreEqual) {
                 .find(kDepthMessage),
             std::string::npos);
   EXPECT_TRUE(Diff(Nested(GetParam(), kDeepest), Nested(GetParam(), kDeepest), {pairing}).empty());
+}
+
+TEST_P(ConfigDepthTest, TenThousandLevelsAreAnErrorNamingTheDepthInTheReport) {
+  const PairingCatalogue pairing = PairedFor(GetParam());
+  const std::string message = ErrorOf([&] { Report(Nested(GetParam(), 10000), {pairing}); });
+  EXPECT_NE(message.find(kDepthMessage), std::string::npos) << message;
+  EXPECT_EQ(ErrorOf([&] { Report(Nested(GetParam(), kDeepest), {pairing}); }), "");
+}
+
+TEST_P(ConfigDepthTest, SideBySideShowsSixteenLevelsAndSaysWhereItStops) {
+  const PairingCatalogue pairing = PairedFor(GetParam());
+  const ConfigData deep = Nested(GetParam(), 10000);
+  // Equal documents have no difference to refuse; the page shows what the
+  // walk reads of them and says the rest lies too deep.
+  std::string page;
+  EXPECT_EQ(ErrorOf([&] { page = DiffReport(deep, deep, {}, {pairing}); }), "");
+  EXPECT_NE(page.find("nested too deep to read"), std::string::npos);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ConfigDepthTest,

@@ -63,6 +63,23 @@ TEST_P(ToolConfigDepthTest, DecodeExitsTwoNamingTheDepthAndWritesNothing) {
   EXPECT_FALSE(FileExists(dir.File("deep.json")));
 }
 
+TEST_P(ToolConfigDepthTest, ReportExitsTwoNamingTheDepthAndWritesNothing) {
+  ScratchDir dir;
+  const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
+  ExpectRefusedForDepth(RunTool({"report", "--pair", GetParam().pairing, deep, "-o", dir.File("deep.html")}), deep);
+  EXPECT_FALSE(FileExists(dir.File("deep.html")));
+}
+
+TEST_P(ToolConfigDepthTest, DiffPageExitsTwoNamingTheDepthAndWritesNothing) {
+  ScratchDir dir;
+  const std::string deep = dir.Put("deep.bin", NestedConfig(GetParam(), 10000));
+  const std::string shallower = dir.Put("shallower.bin", NestedConfig(GetParam(), 9998));
+  ExpectRefusedForDepth(RunTool({"diff", "--format", "html", "--pair", GetParam().pairing, deep, shallower, "-o",
+                                 dir.File("diff.html")}),
+                        deep + " and " + shallower);
+  EXPECT_FALSE(FileExists(dir.File("diff.html")));
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryWayToNest, ToolConfigDepthTest,
                          ::testing::Values(kInputHoldsConfig, kInputHoldsDevice, kDriverHoldsConfig),
                          [](const ::testing::TestParamInfo<Nesting>& info) { return NestingName(info.param); });

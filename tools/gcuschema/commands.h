@@ -22,6 +22,7 @@ Command AddDiffCommand(CLI::App* app);
 Command AddSchemasCommand(CLI::App* app);
 Command AddSampleCommand(CLI::App* app);
 Command AddSetCommand(CLI::App* app);
+Command AddReportCommand(CLI::App* app);
 
 }  // namespace gcuschema::tool
 

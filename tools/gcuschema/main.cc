@@ -115,7 +115,7 @@ int main(int argc, char** argv) {
   // reports them as errors, and each error here is one line.
   google::protobuf::SetLogHandler(nullptr);
 
-  CLI::App app{"gcuschema: decode, encode, inspect, lint, compare and edit device documents"};
+  CLI::App app{"gcuschema: decode, encode, inspect, lint, compare, edit and report on device documents"};
   app.name("gcuschema");
   // Options are spelt the same on every system: an argument starting with
   // '/' is a path, never a Windows-style option. Set before the commands
@@ -133,8 +133,8 @@ int main(int argc, char** argv) {
   // are, for --help and the messages.
   const std::pair<const char*, Command (*)(CLI::App*)> factories[] = {
       {"decode", AddDecodeCommand}, {"encode", AddEncodeCommand}, {"inspect", AddInspectCommand},
-      {"lint", AddLintCommand},     {"diff", AddDiffCommand},     {"schemas", AddSchemasCommand},
-      {"sample", AddSampleCommand}, {"set", AddSetCommand},
+      {"lint", AddLintCommand},     {"diff", AddDiffCommand},     {"report", AddReportCommand},
+      {"schemas", AddSchemasCommand}, {"sample", AddSampleCommand}, {"set", AddSetCommand},
   };
   std::vector<Command> commands;
   for (const auto& [name, add] : factories) {

@@ -1,0 +1,31 @@
+// Private to the document library: which entries of two configurations are
+// the same entry. Diff matches them so, and the side-by-side view of two
+// documents shows them so; both take the decision here.
+#ifndef GCUSCHEMA_DOCUMENT_ENTRY_KEYS_H
+#define GCUSCHEMA_DOCUMENT_ENTRY_KEYS_H
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+
+namespace gcuschema::document::internal {
+
+// The field that identifies the entries of `list`, a list of a ConfigData
+// (inputs, outputs, maps, drivers and estimators by `id`, buses by
+// `canbusId`); null for a list whose entries go by position.
+const google::protobuf::FieldDescriptor* EntryKey(const google::protobuf::FieldDescriptor* list);
+
+// The keys of the entries of `list` in `record`, in order.
+std::vector<std::int64_t> EntryKeys(const google::protobuf::Message& record, const google::protobuf::FieldDescriptor* list,
+                                    const google::protobuf::FieldDescriptor* key);
+
+// Where each key stands; false when a key repeats, as such a list cannot be
+// matched by key (it goes by position).
+bool IndexKeys(const std::vector<std::int64_t>& keys, std::unordered_map<std::int64_t, int>* positions);
+
+}  // namespace gcuschema::document::internal
+
+#endif
