@@ -6,4 +6,4 @@ bare record names, as in the C++ library. ``gcuschema.pairing`` tells which
 settings record an entry's ``config`` bytes hold.
 """
 
-from gcuschema.pairing import INPUT_SETTINGS, OUTPUT_SETTINGS, settings_class  # noqa: F401
+from gcuschema.pairing import INPUT_SETTINGS, KINDS, MAP_SETTINGS, OUTPUT_SETTINGS, settings_class  # noqa: F401
