@@ -4,6 +4,7 @@ and type code given as a number or a name, for every kind the pairing has."""
 import pytest
 
 import gcuschema
+import gcuschema.document
 from gcuschema import Config_pb2
 
 
@@ -80,6 +81,23 @@ def test_arguments_of_other_types_are_type_errors():
     for code in (1.0, None, True, b"AdcInput"):
         with pytest.raises(TypeError, match="code: expected a type code as an int or a value name as a str"):
             gcuschema.settings_class("input", code)
+
+
+def test_settings_class_agrees_with_the_library_for_every_code():
+    checked = 0
+    for kind, names in (("input", Config_pb2.Input.Type), ("output", Config_pb2.Output.Type),
+                        ("map", Config_pb2.Map.MapType)):
+        for name, number in names.items():
+            cls = gcuschema.settings_class(kind, number)
+            held = gcuschema.document.settings_record(kind, number)
+            assert (cls.DESCRIPTOR.full_name if cls else None) == held, (kind, name)
+            checked += 1
+    for kind in ("driver", "handler"):
+        for number in (0, 1, 3, 99):
+            assert gcuschema.settings_class(kind, number) is None
+            assert gcuschema.document.settings_record(kind, number) is None
+            checked += 1
+    assert checked > 30
 
 
 def test_the_tables_keep_their_names_and_decode_a_document(sample):
