@@ -47,7 +47,8 @@ def test_a_text_format_error_gives_line_and_column():
 
 def test_a_misspelt_record_gets_the_closest_name():
     error = error_of(document.to_json, b"", "ConfgData")
-    assert str(error) == 'to_json: record: "ConfgData" is not a record of the schema library; did you mean "ConfigData"?'
+    assert str(error) == ('to_json: record: "ConfgData" is not a record of the schema library; '
+                          'did you mean "ConfigData"?')
     assert error.status == "record"
     error = error_of(document.json_schema, "Xyzzy")
     assert str(error) == ('json_schema: record: "Xyzzy" is not a record of the schema library; '
@@ -57,7 +58,8 @@ def test_a_misspelt_record_gets_the_closest_name():
 def test_a_document_naming_another_record_says_which_to_read_it_as():
     error = error_of(document.from_json, '{"@type": "CalibrationData"}', "ConfigData")
     assert str(error) == ('line 1, column 11 (@type): the document names itself a CalibrationData, but is read as a '
-                          'ConfigData; correct its "@type", or read it as the record it names (record="CalibrationData")')
+                          'ConfigData; correct its "@type", or read it as the record it names '
+                          '(record="CalibrationData")')
     assert error.status == "record"
 
 

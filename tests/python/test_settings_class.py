@@ -71,7 +71,8 @@ def test_driver_and_handler_codes_are_numbers_only():
 def test_a_code_beyond_the_type_field_is_a_value_error():
     with pytest.raises(ValueError, match=r"input type code 2147483648 does not fit the entry's type field"):
         gcuschema.settings_class("input", 2**31)
-    with pytest.raises(ValueError, match=r"driver type code -1 does not fit the entry's type field \(0 to 4294967295\)"):
+    with pytest.raises(ValueError,
+                       match=r"driver type code -1 does not fit the entry's type field \(0 to 4294967295\)"):
         gcuschema.settings_class("driver", -1)
 
 
