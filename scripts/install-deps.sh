@@ -8,7 +8,7 @@ set -euo pipefail
 
 packages=(
   cmake ninja-build g++ make pkg-config binutils dpkg-dev
-  python3 python3-protobuf python3-jsonschema
+  python3 python3-protobuf python3-jsonschema python3-pytest
   protobuf-compiler libprotobuf-dev
   googletest libgtest-dev
   libsimdjson-dev nlohmann-json3-dev libcli11-dev libfmt-dev libpugixml-dev

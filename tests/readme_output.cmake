@@ -1,8 +1,8 @@
 # ctest: a program prints what README.md shows it printing.
-# cmake -DPROGRAM=... -DREADME=... -DSHOWN_AS="$ path/of/program" -P readme_output.cmake
+# cmake -DPROGRAM=... [-DARGS=...] -DREADME=... -DSHOWN_AS="$ path/of/program" -P readme_output.cmake
 # README.md shows the output in a code block, on the lines after one that
 # reads SHOWN_AS and up to the block's end.
-execute_process(COMMAND "${PROGRAM}" RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+execute_process(COMMAND "${PROGRAM}" ${ARGS} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "${PROGRAM} exited with ${rc}:\n${out}${err}")
 endif()

@@ -27,9 +27,16 @@ foreach(pattern
     "/usr/lib/[^ \n]*pkgconfig/gcuschema\\.pc"
     "/usr/share/gcuschema/proto/CalibrationDataLimits\\.proto"
     "/usr/lib/python3/dist-packages/gcuschema/pairing\\.py"
+    "/usr/lib/python3/dist-packages/gcuschema/document\\.py"
+    "/usr/lib/python3/dist-packages/gcuschema/_library_location\\.py"
     "/usr/lib/python3/dist-packages/gcuschema/DeviceData_pb2\\.py")
   if(NOT listing MATCHES "${pattern}")
     message(FATAL_ERROR "the package lacks ${pattern}:\n${listing}")
   endif()
 endforeach()
+# Unpacked as it would lie in /, for the tests of its Python package.
+execute_process(COMMAND dpkg-deb -x ${debs} "${WORK}/root" RESULT_VARIABLE rc ERROR_VARIABLE err)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "dpkg-deb cannot unpack ${debs}:\n${err}")
+endif()
 message(STATUS "${listing}")

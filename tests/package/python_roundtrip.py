@@ -25,8 +25,8 @@ def main():
     doc.ParseFromString(data)
     assert len(doc.inputs) == 40, len(doc.inputs)
 
-    decoded = 0
-    for kind, entries in (("input", doc.inputs), ("output", doc.outputs)):
+    decoded = {"input": 0, "output": 0, "map": 0}
+    for kind, entries in (("input", doc.inputs), ("output", doc.outputs), ("map", doc.maps)):
         for entry in entries:
             cls = gcuschema.settings_class(kind, entry.type)
             if cls is None or not entry.config:
@@ -35,8 +35,8 @@ def main():
             settings.ParseFromString(entry.config)
             again = settings.SerializeToString()
             assert again == entry.config, (kind, entry.id, cls.DESCRIPTOR.name)
-            decoded += 1
-    assert decoded > 0, "no settings decoded"
+            decoded[kind] += 1
+    assert all(decoded.values()), "settings decoded by kind: %s" % decoded
 
     assert doc.SerializeToString() == data, "document bytes differ after re-encoding"
 
@@ -46,7 +46,7 @@ def main():
     back = DeviceData_pb2.DeviceData()
     back.ParseFromString(image.SerializeToString())
     assert back.config == data
-    print("decoded %d settings records; %d bytes re-encoded identically" % (decoded, len(data)))
+    print("decoded %d settings records; %d bytes re-encoded identically" % (sum(decoded.values()), len(data)))
 
 
 if __name__ == "__main__":

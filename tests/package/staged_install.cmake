@@ -13,6 +13,8 @@ foreach(f lib/libgcuschema.so lib/libgcuschema_document.so include/gcuschema/Con
           lib/cmake/GcuSchema/GcuSchemaConfigVersion.cmake lib/cmake/GcuSchema/GcuSchemaTargets.cmake
           lib/pkgconfig/gcuschema.pc lib/python3/dist-packages/gcuschema/__init__.py
           lib/python3/dist-packages/gcuschema/Config_pb2.py
+          lib/python3/dist-packages/gcuschema/document.py
+          lib/python3/dist-packages/gcuschema/_library_location.py
           share/man/man1/gcuschema.1 share/bash-completion/completions/gcuschema)
   if(NOT EXISTS "${STAGE}/${f}")
     message(FATAL_ERROR "the staged install lacks ${f}")
