@@ -1,9 +1,9 @@
 /* The start of a console program built for the Visual C++ ABI against the
- * Universal C Runtime (ucrtbase.dll) alone. The part of the runtime that
- * Visual C++ links statically into each program (vcruntime, the CRT's start
- * code) is not in Debian, so this does what a C console program needs of it:
- * the command line as argc and argv, and exit() with main's status, which
- * flushes standard output (returning from the entry point would not).
+ * Universal C Runtime (ucrtbase.dll) alone. The start code that Visual C++
+ * links statically into each program (from vcruntime and the CRT's static
+ * libraries) is not in Debian, so this does what a C console program needs
+ * of it: the command line as argc and argv, and exit() with main's status,
+ * as a C program ends (the streams flushed, atexit functions run).
  * ucrtbase.dll sets itself up when it loads. As a C runtime does, it calls
  * main with argc and argv however main is declared. */
 #include <corecrt_startup.h>
