@@ -2,8 +2,10 @@
 # Installs the Debian packages the build, the tests and the tools need, and
 # only those that are missing. Uses sudo when not run as root.
 # `install-deps.sh windows`: what the Windows build adds (the MinGW-w64 cross
-# compiler and Wine to run its programs; dpkg-dev, which unpacks Debian
-# sources, is in the main list).
+# compiler and Wine to run its programs; clang, lld, llvm-dlltool and Wine's
+# headers and import libraries of the Universal C Runtime, for the C programs
+# built for the Visual C++ ABI; dpkg-dev, which unpacks Debian sources, is in
+# the main list).
 set -euo pipefail
 
 packages=(
@@ -19,7 +21,7 @@ packages=(
   clang-14 libclang-rt-14-dev llvm-14
 )
 if [ "${1:-}" = windows ]; then
-  packages=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64)
+  packages=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 clang-14 lld-14 llvm-14 libwine-dev)
 fi
 
 missing=()

@@ -6,18 +6,9 @@
 # cmake -DHEADER=<c.h> -DLIB=<gcuschema_document.dll> -DOBJDUMP=<objdump> -P check_c_exports.cmake
 cmake_minimum_required(VERSION 3.25)
 
-file(READ "${HEADER}" header)
-string(REGEX MATCHALL "GCUSCHEMA_DOCUMENT_API[^;(]*[ *]gcuschema_[a-z0-9_]+\\(" declarations "${header}")
-set(declared "")
-foreach(declaration IN LISTS declarations)
-  string(REGEX MATCH "gcuschema_[a-z0-9_]+\\($" name "${declaration}")
-  string(REGEX REPLACE "\\($" "" name "${name}")
-  list(APPEND declared "${name}")
-endforeach()
+include("${CMAKE_CURRENT_LIST_DIR}/../cmake/CInterfaceFunctions.cmake")
+gcuschema_c_interface_functions("${HEADER}" declared)
 list(LENGTH declared n)
-if(n EQUAL 0)
-  message(FATAL_ERROR "${HEADER} declares no gcuschema_ function")
-endif()
 
 set(exported "")
 if(NM)
