@@ -444,7 +444,20 @@ class Linter {
     EntryKind kind;
     if (internal::EntryKindOf(holder.GetDescriptor(), &kind)) {
       const int code = internal::EntryTypeCode(holder);
-      why = " (the record paired with " + holder.GetDescriptor()->name() + " type " + std::to_string(code) + ")";
+      // Bytes that are not exactly their record may be exactly another's:
+      // then the type code and the settings disagree, and re-encoding them
+      // as the code's record would lose what they hold.
+      const bool fits = settings.canonical() && !internal::HoldsUnknownFields(*settings.record);
+      if (!fits && settings.state != internal::Settings::State::kTooDeep) {
+        const std::vector<internal::OtherFit> others = walk_.OtherFits(kind, paired, bytes);
+        if (!others.empty()) {
+          Add(walk_.PathTo(field->name()), Severity::kError, "config-type-mismatch",
+              TypeMismatch(kind, code, paired, bytes.size(), others));
+          return;
+        }
+      }
+      why = " (the record " + std::string(EntryKindName(kind)) + " type " + internal::DescribeTypeCode(kind, code) +
+            " holds)";
       // Only the map's type chose this table: other bytes may be another table.
       if (walk_.pairing().SourceOf(kind, code) == PairingSource::kMapType) {
         why = " (the table its type " + std::to_string(code) + " names); pair the map type with the table it holds";
@@ -467,6 +480,49 @@ class Linter {
     }
     const internal::Walk::Step step = walk_.Into(settings, field->name());
     Record(*settings.record);
+  }
+
+  // "type 2 (DigitalInput) holds DigitalInConfiguration, but the 24 bytes
+  // are AdcConfiguration settings as that record encodes them, and type 0
+  // (AdcInput) holds AdcConfiguration: ..."
+  static std::string TypeMismatch(EntryKind kind, int code, const pb::Descriptor* paired, std::size_t size,
+                                  const std::vector<internal::OtherFit>& others) {
+    const auto codes = [kind](const std::vector<int>& list) {
+      std::string out = list.size() == 1 ? "type " : "types ";
+      for (std::size_t i = 0; i < list.size(); ++i) {
+        if (i > 0) out += i + 1 == list.size() ? " and " : ", ";
+        out += internal::DescribeTypeCode(kind, list[i]);
+      }
+      return out;
+    };
+    std::string message = "type " + internal::DescribeTypeCode(kind, code) + " holds " + paired->full_name() +
+                          ", but the " + std::to_string(size) + (size == 1 ? " byte is " : " bytes are ");
+    std::string change;
+    if (others.size() == 1) {
+      const internal::OtherFit& other = others.front();
+      const std::string& name = other.record->full_name();
+      message += name + " settings as that record encodes them, and " + codes(other.codes) +
+                 (other.codes.size() == 1 ? " holds " : " hold ") + name;
+      change = other.codes.size() == 1 ? "set type to " + std::to_string(other.codes.front())
+                                       : "set type to the one of them meant";
+    } else {
+      // A few bytes can be the encoding of many records: the first few say enough.
+      constexpr std::size_t kNamed = 3;
+      const std::size_t named = others.size() > kNamed + 1 ? kNamed : others.size();
+      message += "the settings";
+      for (std::size_t i = 0; i < named; ++i) {
+        if (i > 0) message += i + 1 == others.size() ? " or" : ",";
+        message += " of " + others[i].record->full_name() + " (held by " + codes(others[i].codes) + ")";
+      }
+      if (named < others.size()) {
+        message += " or of " + std::to_string(others.size() - named) + " other records the " +
+                   std::string(EntryKindName(kind)) + " codes hold";
+      }
+      message += ", as each record encodes them";
+      change = "set type to the one meant";
+    }
+    return message + ": " + change + " if the settings are right, or give the " + std::string(EntryKindName(kind)) +
+           " " + paired->full_name() + " settings if the type is";
   }
 
   void Unknown(const pb::Message& record) {

@@ -58,9 +58,16 @@ using FindingSink = std::function<void(const Finding&)>;
 // - counts that disagree with their lists (count-mismatch, error);
 // - type codes and enumeration values outside their enumerations
 //   (unknown-type, unknown-enum-value, error);
-// - a `config` that does not parse as its paired record (config-unreadable,
-//   error; a warning where only the map's type chose the table) or is not
-//   in canonical form (config-not-canonical, warning);
+// - an entry's `config` whose bytes are not exactly its paired record's
+//   encoding (they do not parse as it, are not canonical, or hold fields it
+//   does not know) but are exactly, every field known, the encoding of the
+//   record another type code of the entry's kind holds (config-type-mismatch,
+//   error, naming those codes): the type code and the settings disagree,
+//   and the settings are neither reported nor linted further as the record
+//   their code holds;
+// - otherwise, a `config` that does not parse as its paired record
+//   (config-unreadable, error; a warning where only the map's type chose
+//   the table) or is not in canonical form (config-not-canonical, warning);
 // - duplicate identifiers among inputs, outputs, maps and buses, and
 //   duplicate logicalIds within each list of a calibration or a limits
 //   template (duplicate-id, error);
