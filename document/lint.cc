@@ -17,9 +17,11 @@
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/Config.pb.h>
+#include <gcuschema/MapConfig.pb.h>
 #include <gcuschema/document/canonical.h>
 
 #include "calibration_limits.h"
+#include "field_path.h"
 #include "field_values.h"
 #include "json/spelling.h"
 #include "ranges.h"
@@ -264,6 +266,7 @@ class Linter {
       scope_ = &scope;
     }
     for (const pb::FieldDescriptor* field : rules.fields) Field(record, rules, field);
+    Table(record);
     Unknown(record);
     scope_ = outer;
   }
@@ -523,6 +526,66 @@ class Linter {
     }
     return message + ": " + change + " if the settings are right, or give the " + std::string(EntryKindName(kind)) +
            " " + paired->full_name() + " settings if the type is";
+  }
+
+  // A table's breakpoints rise strictly along each axis, and a whole table
+  // holds a value for each pair of breakpoints, wherever it stands (a map's
+  // settings, an input's linearization).
+  void Table(const pb::Message& record) {
+    const pb::Descriptor* type = record.GetDescriptor();
+    if (type == ::Map3D::descriptor()) {
+      std::unique_ptr<::Map3D> copy;
+      const ::Map3D& table = internal::AsGenerated(record, &copy);
+      for (const char* axis : {"x", "y"}) {
+        const auto& points = axis[0] == 'x' ? table.x() : table.y();
+        const internal::Walk::Step step = walk_.Member(axis);
+        Rising(std::vector<std::int64_t>(points.begin(), points.end()),
+               [&](int i) { return walk_.PathToElement(i); },
+               [&](int i) { return std::string(axis) + "[" + std::to_string(i) + "]"; });
+      }
+      const auto x = static_cast<std::size_t>(table.x_size());
+      const auto y = static_cast<std::size_t>(table.y_size());
+      const auto values = static_cast<std::size_t>(table.values_size());
+      if (values == x * y) return;
+      const auto counted = [](std::size_t n, const char* one, const char* many) {
+        return std::to_string(n) + " " + (n == 1 ? one : many);
+      };
+      Add(walk_.PathTo("values"), Severity::kWarning, "map-size",
+          "values holds " + counted(values, "entry", "entries") + ", but " +
+              counted(x, "x breakpoint", "x breakpoints") + " by " + counted(y, "y breakpoint", "y breakpoints") +
+              " make a table of " + std::to_string(x * y) + ": give a row of " + counted(x, "value", "values") +
+              " for each y breakpoint");
+    } else if (type == ::Map2D::descriptor()) {
+      std::unique_ptr<::Map2D> copy;
+      const ::Map2D& table = internal::AsGenerated(record, &copy);
+      std::vector<std::int64_t> x;
+      for (const ::Map2DPoint& point : table.points()) x.push_back(point.x());
+      const internal::Walk::Step step = walk_.Member("points");
+      Rising(x, [&](int i) { return internal::JoinPath(walk_.PathToElement(i), "x"); },
+             [&](int i) { return "points[" + std::to_string(i) + "].x"; });
+    }
+  }
+
+  // The first breakpoint of an axis not above the one before it.
+  template <typename PathOf, typename NameOf>
+  void Rising(const std::vector<std::int64_t>& points, PathOf path_of, NameOf name_of) {
+    int first = -1;
+    int falling = 0;
+    for (std::size_t i = 1; i < points.size(); ++i) {
+      if (points[i] > points[i - 1]) continue;
+      if (first < 0) first = static_cast<int>(i);
+      ++falling;
+    }
+    if (first < 0) return;
+    std::string message = name_of(first) + " " + std::to_string(points[first]) + " is not above " +
+                          name_of(first - 1) + " " + std::to_string(points[first - 1]);
+    if (falling > 1) {
+      message += " (" + std::to_string(falling) + " of the axis's " + std::to_string(points.size() - 1) +
+                 " steps do not rise)";
+    }
+    Add(path_of(first), Severity::kWarning, "map-axis-order",
+        message + "; a table's breakpoints rise strictly along each axis: put them in increasing order, with the "
+                  "values that go with them");
   }
 
   void Unknown(const pb::Message& record) {

@@ -71,6 +71,12 @@ using FindingSink = std::function<void(const Finding&)>;
 // - duplicate identifiers among inputs, outputs, maps and buses, and
 //   duplicate logicalIds within each list of a calibration or a limits
 //   template (duplicate-id, error);
+// - tables, wherever they stand (a map's settings, an input's
+//   linearization): breakpoints that do not rise strictly along an axis, a
+//   Map3D's x or y or a Map2D's points' x (map-axis-order, warning, at the
+//   first that is not above the one before it), and a Map3D whose values
+//   are not one per pair of breakpoints, |x| times |y| (map-size, warning,
+//   naming the counts);
 // - references to input, output or bus identifiers that do not exist, from
 //   the settings of inputs and outputs and from routers (dangling-reference,
 //   error);
