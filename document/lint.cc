@@ -376,6 +376,13 @@ class Linter {
     } else if (type == CalibrationData::descriptor() || type == CalibrationTemplateData::descriptor()) {
       key = field->message_type()->FindFieldByName("logicalId");
     }
+    // Inputs, and outputs, each have a channel of their own; 0 is no pin.
+    const pb::FieldDescriptor* pin = nullptr;
+    if (type == ConfigData::descriptor() && (field->number() == ConfigData::kInputsFieldNumber ||
+                                             field->number() == ConfigData::kOutputsFieldNumber)) {
+      pin = field->message_type()->FindFieldByName("pin");
+    }
+    std::unordered_map<std::int64_t, int> on_pin;
     const bool limited = limits_ != nullptr && &record == root_;
     std::unordered_map<std::int64_t, int> first;
     const internal::Walk::Step list = walk_.Member(field->name());
@@ -393,12 +400,41 @@ class Linter {
                   "; identifiers must be unique within " + field->name());
         }
       }
+      if (pin != nullptr) {
+        const std::int64_t number = IntegerAt(element, pin, 0);
+        auto [seen, fresh] = on_pin.emplace(number, i);
+        if (number != 0 && !fresh) SharedPin(record, field, seen->second, i, number);
+      }
       if (limited) {
         limits_->Check(field, i, walk_.PathToElement(i), [this](const Finding& finding) { Emit(finding); });
       }
       const internal::Walk::Step step = walk_.Element(i);
       Record(element);
     }
+  }
+
+  // "inputs[3] (id 4, alias "Oil")", the walk standing in the list.
+  std::string Entry(const pb::Message& list_holder, const pb::FieldDescriptor* list, int index) const {
+    const pb::Message& entry = list_holder.GetReflection()->GetRepeatedMessage(list_holder, list, index);
+    const pb::Descriptor* type = entry.GetDescriptor();
+    std::string out = walk_.PathToElement(index) + " (id " + std::to_string(IntegerAt(entry, type->FindFieldByName("id"), 0));
+    const std::string alias = entry.GetReflection()->GetString(entry, type->FindFieldByName("alias"));
+    if (alias.empty()) return out + ", no alias)";
+    out += ", alias ";
+    internal::AppendJsonString(alias, &out);
+    return out + ")";
+  }
+
+  // Two entries of one list on the same pin, the walk standing in the list.
+  void SharedPin(const pb::Message& record, const pb::FieldDescriptor* list, int earlier, int later,
+                 std::int64_t pin) {
+    const std::string first = Entry(record, list, earlier);
+    const std::string second = Entry(record, list, later);
+    const std::string kind = list->name() == "inputs" ? "input" : "output";
+    const internal::Walk::Step step = walk_.Element(later);
+    Add(walk_.PathTo("pin"), Severity::kWarning, "shared-pin",
+        "pin " + std::to_string(pin) + " of " + second + " is also the pin of " + first + "; each " + kind +
+            " has a pin of its own: give one of the two another pin unless both are meant to use it");
   }
 
   void Enum(const pb::EnumDescriptor* type, std::int64_t value, At at) {

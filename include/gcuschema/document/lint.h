@@ -71,6 +71,9 @@ using FindingSink = std::function<void(const Finding&)>;
 // - duplicate identifiers among inputs, outputs, maps and buses, and
 //   duplicate logicalIds within each list of a calibration or a limits
 //   template (duplicate-id, error);
+// - two inputs, or two outputs, on the same pin, pin 0 being none
+//   (shared-pin, warning, at the later one's pin, naming both by index, id
+//   and alias);
 // - tables, wherever they stand (a map's settings, an input's
 //   linearization): breakpoints that do not rise strictly along an axis, a
 //   Map3D's x or y or a Map2D's points' x (map-axis-order, warning, at the
