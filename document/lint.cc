@@ -417,7 +417,8 @@ class Linter {
   std::string Entry(const pb::Message& list_holder, const pb::FieldDescriptor* list, int index) const {
     const pb::Message& entry = list_holder.GetReflection()->GetRepeatedMessage(list_holder, list, index);
     const pb::Descriptor* type = entry.GetDescriptor();
-    std::string out = walk_.PathToElement(index) + " (id " + std::to_string(IntegerAt(entry, type->FindFieldByName("id"), 0));
+    std::string out = walk_.PathToElement(index) + " (id " +
+                      std::to_string(IntegerAt(entry, type->FindFieldByName("id"), 0));
     const std::string alias = entry.GetReflection()->GetString(entry, type->FindFieldByName("alias"));
     if (alias.empty()) return out + ", no alias)";
     out += ", alias ";

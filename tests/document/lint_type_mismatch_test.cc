@@ -71,7 +71,8 @@ TEST(LintTypeMismatchTest, SettingsThatReadCanonicallyButWithUnknownFieldsAreChe
   // invert, mode Frequency. Read as AdcConfiguration they are canonical
   // (bools and sint32 holding 1), field 20 unknown and written last.
   const std::string digital = Bytes({0x08, 0x01, 0x10, 0x01, 0x18, 0x01, 0x20, 0x01, 0x50, 0x01, 0xA0, 0x01, 0x02});
-  const std::vector<Finding> findings = Lint(OneInput(Input::AdcInput, digital), LintOptions{PairingCatalogue::Standard()});
+  const std::vector<Finding> findings =
+      Lint(OneInput(Input::AdcInput, digital), LintOptions{PairingCatalogue::Standard()});
   ASSERT_EQ(findings.size(), 1u);
   EXPECT_EQ(findings[0].rule, "config-type-mismatch");
   EXPECT_EQ(findings[0].message,
