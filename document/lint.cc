@@ -17,9 +17,11 @@
 #include <gcuschema/CalibrationData.pb.h>
 #include <gcuschema/CalibrationDataLimits.pb.h>
 #include <gcuschema/Config.pb.h>
+#include <gcuschema/MapConfig.pb.h>
 #include <gcuschema/document/canonical.h>
 
 #include "calibration_limits.h"
+#include "field_path.h"
 #include "field_values.h"
 #include "json/spelling.h"
 #include "ranges.h"
@@ -264,6 +266,7 @@ class Linter {
       scope_ = &scope;
     }
     for (const pb::FieldDescriptor* field : rules.fields) Field(record, rules, field);
+    Table(record);
     Unknown(record);
     scope_ = outer;
   }
@@ -373,6 +376,13 @@ class Linter {
     } else if (type == CalibrationData::descriptor() || type == CalibrationTemplateData::descriptor()) {
       key = field->message_type()->FindFieldByName("logicalId");
     }
+    // Inputs, and outputs, each have a channel of their own; 0 is no pin.
+    const pb::FieldDescriptor* pin = nullptr;
+    if (type == ConfigData::descriptor() && (field->number() == ConfigData::kInputsFieldNumber ||
+                                             field->number() == ConfigData::kOutputsFieldNumber)) {
+      pin = field->message_type()->FindFieldByName("pin");
+    }
+    std::unordered_map<std::int64_t, int> on_pin;
     const bool limited = limits_ != nullptr && &record == root_;
     std::unordered_map<std::int64_t, int> first;
     const internal::Walk::Step list = walk_.Member(field->name());
@@ -390,12 +400,42 @@ class Linter {
                   "; identifiers must be unique within " + field->name());
         }
       }
+      if (pin != nullptr) {
+        const std::int64_t number = IntegerAt(element, pin, 0);
+        auto [seen, fresh] = on_pin.emplace(number, i);
+        if (number != 0 && !fresh) SharedPin(record, field, seen->second, i, number);
+      }
       if (limited) {
         limits_->Check(field, i, walk_.PathToElement(i), [this](const Finding& finding) { Emit(finding); });
       }
       const internal::Walk::Step step = walk_.Element(i);
       Record(element);
     }
+  }
+
+  // "inputs[3] (id 4, alias "Oil")", the walk standing in the list.
+  std::string Entry(const pb::Message& list_holder, const pb::FieldDescriptor* list, int index) const {
+    const pb::Message& entry = list_holder.GetReflection()->GetRepeatedMessage(list_holder, list, index);
+    const pb::Descriptor* type = entry.GetDescriptor();
+    std::string out = walk_.PathToElement(index) + " (id " +
+                      std::to_string(IntegerAt(entry, type->FindFieldByName("id"), 0));
+    const std::string alias = entry.GetReflection()->GetString(entry, type->FindFieldByName("alias"));
+    if (alias.empty()) return out + ", no alias)";
+    out += ", alias ";
+    internal::AppendJsonString(alias, &out);
+    return out + ")";
+  }
+
+  // Two entries of one list on the same pin, the walk standing in the list.
+  void SharedPin(const pb::Message& record, const pb::FieldDescriptor* list, int earlier, int later,
+                 std::int64_t pin) {
+    const std::string first = Entry(record, list, earlier);
+    const std::string second = Entry(record, list, later);
+    const std::string kind = list->name() == "inputs" ? "input" : "output";
+    const internal::Walk::Step step = walk_.Element(later);
+    Add(walk_.PathTo("pin"), Severity::kWarning, "shared-pin",
+        "pin " + std::to_string(pin) + " of " + second + " is also the pin of " + first + "; each " + kind +
+            " has a pin of its own: give one of the two another pin unless both are meant to use it");
   }
 
   void Enum(const pb::EnumDescriptor* type, std::int64_t value, At at) {
@@ -444,7 +484,20 @@ class Linter {
     EntryKind kind;
     if (internal::EntryKindOf(holder.GetDescriptor(), &kind)) {
       const int code = internal::EntryTypeCode(holder);
-      why = " (the record paired with " + holder.GetDescriptor()->name() + " type " + std::to_string(code) + ")";
+      // Bytes that are not exactly their record may be exactly another's:
+      // then the type code and the settings disagree, and re-encoding them
+      // as the code's record would lose what they hold.
+      const bool fits = settings.canonical() && !internal::HoldsUnknownFields(*settings.record);
+      if (!fits && settings.state != internal::Settings::State::kTooDeep) {
+        const std::vector<internal::OtherFit> others = walk_.OtherFits(kind, paired, bytes);
+        if (!others.empty()) {
+          Add(walk_.PathTo(field->name()), Severity::kError, "config-type-mismatch",
+              TypeMismatch(kind, code, paired, bytes.size(), others));
+          return;
+        }
+      }
+      why = " (the record " + std::string(EntryKindName(kind)) + " type " + internal::DescribeTypeCode(kind, code) +
+            " holds)";
       // Only the map's type chose this table: other bytes may be another table.
       if (walk_.pairing().SourceOf(kind, code) == PairingSource::kMapType) {
         why = " (the table its type " + std::to_string(code) + " names); pair the map type with the table it holds";
@@ -467,6 +520,109 @@ class Linter {
     }
     const internal::Walk::Step step = walk_.Into(settings, field->name());
     Record(*settings.record);
+  }
+
+  // "type 2 (DigitalInput) holds DigitalInConfiguration, but the 24 bytes
+  // are AdcConfiguration settings as that record encodes them, and type 0
+  // (AdcInput) holds AdcConfiguration: ..."
+  static std::string TypeMismatch(EntryKind kind, int code, const pb::Descriptor* paired, std::size_t size,
+                                  const std::vector<internal::OtherFit>& others) {
+    const auto codes = [kind](const std::vector<int>& list) {
+      std::string out = list.size() == 1 ? "type " : "types ";
+      for (std::size_t i = 0; i < list.size(); ++i) {
+        if (i > 0) out += i + 1 == list.size() ? " and " : ", ";
+        out += internal::DescribeTypeCode(kind, list[i]);
+      }
+      return out;
+    };
+    std::string message = "type " + internal::DescribeTypeCode(kind, code) + " holds " + paired->full_name() +
+                          ", but the " + std::to_string(size) + (size == 1 ? " byte is " : " bytes are ");
+    std::string change;
+    if (others.size() == 1) {
+      const internal::OtherFit& other = others.front();
+      const std::string& name = other.record->full_name();
+      message += name + " settings as that record encodes them, and " + codes(other.codes) +
+                 (other.codes.size() == 1 ? " holds " : " hold ") + name;
+      change = other.codes.size() == 1 ? "set type to " + std::to_string(other.codes.front())
+                                       : "set type to the one of them meant";
+    } else {
+      // A few bytes can be the encoding of many records: the first few say enough.
+      constexpr std::size_t kNamed = 3;
+      const std::size_t named = others.size() > kNamed + 1 ? kNamed : others.size();
+      message += "the settings";
+      for (std::size_t i = 0; i < named; ++i) {
+        if (i > 0) message += i + 1 == others.size() ? " or" : ",";
+        message += " of " + others[i].record->full_name() + " (held by " + codes(others[i].codes) + ")";
+      }
+      if (named < others.size()) {
+        message += " or of " + std::to_string(others.size() - named) + " other records the " +
+                   std::string(EntryKindName(kind)) + " codes hold";
+      }
+      message += ", as each record encodes them";
+      change = "set type to the one meant";
+    }
+    return message + ": " + change + " if the settings are right, or give the " + std::string(EntryKindName(kind)) +
+           " " + paired->full_name() + " settings if the type is";
+  }
+
+  // A table's breakpoints rise strictly along each axis, and a whole table
+  // holds a value for each pair of breakpoints, wherever it stands (a map's
+  // settings, an input's linearization).
+  void Table(const pb::Message& record) {
+    const pb::Descriptor* type = record.GetDescriptor();
+    if (type == ::Map3D::descriptor()) {
+      std::unique_ptr<::Map3D> copy;
+      const ::Map3D& table = internal::AsGenerated(record, &copy);
+      for (const char* axis : {"x", "y"}) {
+        const auto& points = axis[0] == 'x' ? table.x() : table.y();
+        const internal::Walk::Step step = walk_.Member(axis);
+        Rising(std::vector<std::int64_t>(points.begin(), points.end()),
+               [&](int i) { return walk_.PathToElement(i); },
+               [&](int i) { return std::string(axis) + "[" + std::to_string(i) + "]"; });
+      }
+      const auto x = static_cast<std::size_t>(table.x_size());
+      const auto y = static_cast<std::size_t>(table.y_size());
+      const auto values = static_cast<std::size_t>(table.values_size());
+      if (values == x * y) return;
+      const auto counted = [](std::size_t n, const char* one, const char* many) {
+        return std::to_string(n) + " " + (n == 1 ? one : many);
+      };
+      Add(walk_.PathTo("values"), Severity::kWarning, "map-size",
+          "values holds " + counted(values, "entry", "entries") + ", but " +
+              counted(x, "x breakpoint", "x breakpoints") + " by " + counted(y, "y breakpoint", "y breakpoints") +
+              " make a table of " + std::to_string(x * y) + ": give a row of " + counted(x, "value", "values") +
+              " for each y breakpoint");
+    } else if (type == ::Map2D::descriptor()) {
+      std::unique_ptr<::Map2D> copy;
+      const ::Map2D& table = internal::AsGenerated(record, &copy);
+      std::vector<std::int64_t> x;
+      for (const ::Map2DPoint& point : table.points()) x.push_back(point.x());
+      const internal::Walk::Step step = walk_.Member("points");
+      Rising(x, [&](int i) { return internal::JoinPath(walk_.PathToElement(i), "x"); },
+             [&](int i) { return "points[" + std::to_string(i) + "].x"; });
+    }
+  }
+
+  // The first breakpoint of an axis not above the one before it.
+  template <typename PathOf, typename NameOf>
+  void Rising(const std::vector<std::int64_t>& points, PathOf path_of, NameOf name_of) {
+    int first = -1;
+    int falling = 0;
+    for (std::size_t i = 1; i < points.size(); ++i) {
+      if (points[i] > points[i - 1]) continue;
+      if (first < 0) first = static_cast<int>(i);
+      ++falling;
+    }
+    if (first < 0) return;
+    std::string message = name_of(first) + " " + std::to_string(points[first]) + " is not above " +
+                          name_of(first - 1) + " " + std::to_string(points[first - 1]);
+    if (falling > 1) {
+      message += " (" + std::to_string(falling) + " of the axis's " + std::to_string(points.size() - 1) +
+                 " steps do not rise)";
+    }
+    Add(path_of(first), Severity::kWarning, "map-axis-order",
+        message + "; a table's breakpoints rise strictly along each axis: put them in increasing order, with the "
+                  "values that go with them");
   }
 
   void Unknown(const pb::Message& record) {

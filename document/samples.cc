@@ -89,7 +89,7 @@ std::string Padded(int value, int width) {
 
 // A lookup table as a Map3D: increasing breakpoints on both axes and the
 // values row by row (one row per y breakpoint, x running fastest).
-std::string Table(Rng& rng, int columns, int rows) {
+::Map3D TableRecord(Rng& rng, int columns, int rows) {
   ::Map3D table;
   int x = rng.Range(-100, 100);
   for (int i = 0; i < columns; ++i) {
@@ -109,8 +109,10 @@ std::string Table(Rng& rng, int columns, int rows) {
       value += rng.Range(-20, 60);
     }
   }
-  return table.SerializeAsString();
+  return table;
 }
+
+std::string Table(Rng& rng, int columns, int rows) { return TableRecord(rng, columns, rows).SerializeAsString(); }
 
 // The input kinds in the order the first inputs take them (so that a
 // document of 16 inputs has one of each), with the weight that the later
@@ -1186,6 +1188,15 @@ std::unique_ptr<pb::Message> Sample(const pb::Descriptor* type, const SampleOpti
       output->set_config(tacho.SerializeAsString());
     } else if (type == ::Map::descriptor()) {
       static_cast<::Map*>(record.get())->set_config(Table(rng, 4, 4));
+    } else if (type == ::Map3D::descriptor()) {
+      // A table reads as one: its axes rising, a value for each pair of breakpoints.
+      static_cast<::Map3D*>(record.get())->CopyFrom(TableRecord(rng, 2, 2));
+    } else if (type == ::Map2D::descriptor()) {
+      int x = rng.Range(-100, 100);
+      for (::Map2DPoint& point : *static_cast<::Map2D*>(record.get())->mutable_points()) {
+        point.set_x(x);
+        x += rng.Range(10, 500);
+      }
     }
   }
   return record;

@@ -1,5 +1,7 @@
 #include "walk.h"
 
+#include <algorithm>
+
 #include <google/protobuf/stubs/logging.h>
 
 #include <gcuschema/Config.pb.h>
@@ -50,6 +52,32 @@ const pb::Descriptor* PairedSettings(const pb::Message& holder, const PairingCat
   EntryKind kind;
   if (!EntryKindOf(type, &kind)) return nullptr;
   return pairing.Find(kind, EntryTypeCode(holder));
+}
+
+std::vector<int> CodesHolding(const PairingCatalogue& pairing, EntryKind kind, const pb::Descriptor* record) {
+  std::vector<int> codes;
+  for (const auto& [key, paired] : pairing.entries()) {
+    if (key.first == kind && paired == record) codes.push_back(key.second);
+  }
+  return codes;
+}
+
+bool HoldsUnknownFields(const pb::Message& record) {
+  const pb::Reflection* reflection = record.GetReflection();
+  if (!reflection->GetUnknownFields(record).empty()) return true;
+  std::vector<const pb::FieldDescriptor*> fields;
+  reflection->ListFields(record, &fields);
+  for (const pb::FieldDescriptor* field : fields) {
+    if (field->cpp_type() != pb::FieldDescriptor::CPPTYPE_MESSAGE) continue;
+    if (!field->is_repeated()) {
+      if (HoldsUnknownFields(reflection->GetMessage(record, field))) return true;
+      continue;
+    }
+    for (int i = 0; i < reflection->FieldSize(record, field); ++i) {
+      if (HoldsUnknownFields(reflection->GetRepeatedMessage(record, field, i))) return true;
+    }
+  }
+  return false;
 }
 
 Walk::Step Walk::Into(const Settings& decided, std::string_view member) {
@@ -116,6 +144,31 @@ Settings Walk::Decide(const pb::Descriptor* paired, const std::string& bytes, in
   decided.record = record.get();
   decided.state = again_ == bytes ? Settings::State::kCanonical : Settings::State::kNotCanonical;
   return decided;
+}
+
+std::vector<OtherFit> Walk::OtherFits(EntryKind kind, const pb::Descriptor* paired, const std::string& bytes) {
+  auto [slot, fresh] = held_by_kind_.try_emplace(static_cast<int>(kind));
+  std::vector<OtherFit>& held = slot->second;
+  if (fresh) {
+    for (const auto& [key, record] : pairing_.entries()) {
+      if (key.first != kind) continue;
+      auto same = std::find_if(held.begin(), held.end(), [&](const OtherFit& fit) { return fit.record == record; });
+      if (same == held.end()) same = held.insert(held.end(), OtherFit{record, {}});
+      same->codes.push_back(key.second);
+    }
+  }
+  std::vector<OtherFit> fits;
+  pb::LogSilencer quiet;
+  for (const OtherFit& candidate : held) {
+    if (candidate.record == paired) continue;
+    std::unique_ptr<pb::Message>& record = others_[candidate.record];
+    if (record == nullptr) record = NewRecord(candidate.record);
+    record->Clear();
+    if (!record->ParsePartialFromString(bytes)) continue;
+    record->SerializePartialToString(&again_);
+    if (again_ == bytes && !HoldsUnknownFields(*record)) fits.push_back(candidate);
+  }
+  return fits;
 }
 
 Error Walk::TooDeep(const std::string& path) {

@@ -62,6 +62,21 @@ const google::protobuf::Descriptor* PairedSettings(const google::protobuf::Messa
 // enumeration has one.
 std::string DescribeTypeCode(EntryKind kind, int code);
 
+// The type codes of `kind` that `pairing` gives `record` to, ascending.
+std::vector<int> CodesHolding(const PairingCatalogue& pairing, EntryKind kind,
+                              const google::protobuf::Descriptor* record);
+
+// Whether `record`, or any record inside it, holds fields its type does not
+// know.
+bool HoldsUnknownFields(const google::protobuf::Message& record);
+
+// A record other than the paired one that a `config`'s bytes are exactly
+// an encoding of, with the type codes of the entry's kind that hold it.
+struct OtherFit {
+  const google::protobuf::Descriptor* record;
+  std::vector<int> codes;
+};
+
 // What a `config` holds, decided once for every reader and writer.
 struct Settings {
   enum class State {
@@ -168,6 +183,14 @@ class Walk {
   // The same with the record given (the pairing already asked by the caller).
   Settings Decide(const google::protobuf::Descriptor* paired, const std::string& bytes, int side = 0);
 
+  // The records the pairing gives to codes of `kind`, other than `paired`,
+  // whose own encoding `bytes` are, every field known: settings written for
+  // another type code than their entry's. Asked only of settings that do
+  // not fit their own record that way, since empty bytes and a record of
+  // a few common fields fit many.
+  std::vector<OtherFit> OtherFits(EntryKind kind, const google::protobuf::Descriptor* paired,
+                                  const std::string& bytes);
+
   // The Error for settings deeper than kMaxConfigDepth, at `path`.
   static Error TooDeep(const std::string& path);
 
@@ -186,6 +209,10 @@ class Walk {
   std::vector<std::unordered_map<const google::protobuf::Descriptor*, std::unique_ptr<google::protobuf::Message>>>
       read_;
   std::string again_;  // settings encoded again, to compare with their bytes
+  // OtherFits: the records of each kind with their codes, made when first
+  // asked, and the records read there.
+  std::unordered_map<int, std::vector<OtherFit>> held_by_kind_;
+  std::unordered_map<const google::protobuf::Descriptor*, std::unique_ptr<google::protobuf::Message>> others_;
 };
 
 // `record` as its generated class; a copy (kept in `copy`) when it is

@@ -631,15 +631,35 @@ void JsonDescent::CheckHeldType(const RecordBeingRead& holder) {
   }
   const pb::Descriptor* paired = pairing_.Find(kind, code);
   if (paired == nullptr || paired == holder.held) return;
+  // A user editing the text mends the text: the type code that holds the
+  // record named, or settings of the record the code holds. Pairing the
+  // code otherwise is offered only where no code of the kind holds it.
+  const std::string held = holder.held->full_name();
+  std::string message = "\"@type\" " + held + ", but type " + DescribeTypeCode(kind, code) + " holds " +
+                        paired->full_name();
+  const std::vector<int> codes = CodesHolding(pairing_, kind, holder.held);
   Remedy remedy;
-  remedy.kind = Remedy::Kind::kPairCode;
-  remedy.record = holder.held->full_name();
-  remedy.entry = kind;
-  remedy.code = code;
-  Fail(holder.held_at, PathTo("config"),
-       "\"@type\" " + holder.held->full_name() + ", but type " + DescribeTypeCode(kind, code) + " holds " +
-           paired->full_name() + "; make them agree, or pair the code with the record",
-       remedy);
+  if (codes.empty()) {
+    message += ", and no " + std::string(EntryKindName(kind)) + " type code holds " + held +
+               ": give the entry settings of " + paired->full_name() + ", or pair its code with " + held;
+    remedy.kind = Remedy::Kind::kPairCode;
+    remedy.record = held;
+    remedy.entry = kind;
+    remedy.code = code;
+  } else if (codes.size() == 1) {
+    message += "; " + held + " is what type " + DescribeTypeCode(kind, codes.front()) + " holds: set type to " +
+               std::to_string(codes.front()) + " if the settings are right, or give settings of " +
+               paired->full_name() + " if the type is";
+  } else {
+    std::string list;
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+      if (i > 0) list += i + 1 == codes.size() ? " and " : ", ";
+      list += DescribeTypeCode(kind, codes[i]);
+    }
+    message += "; " + held + " is what types " + list + " hold: set type to the one meant if the settings are " +
+               "right, or give settings of " + paired->full_name() + " if the type is";
+  }
+  Fail(holder.held_at, PathTo("config"), message, remedy);
 }
 
 // ----------------------------------------------------------------- records

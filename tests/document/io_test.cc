@@ -189,11 +189,11 @@ TEST(ReadTest, AFailedReadLeavesTheRecordEmpty) {
 }
 
 TEST(ReadTest, ThePairingComesInTheOptions) {
-  const std::string json = R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})";
+  const std::string json = R"({"inputs": [{"type": 2, "config": {"@type": "AdcSwitchConfiguration"}}]})";
   const Error e = ReadError(json);
   EXPECT_EQ(e.remedy().kind, Remedy::Kind::kPairCode);
   ReadOptions options;
-  options.pairing.Apply("input:2=AdcConfiguration");
+  options.pairing.Apply("input:2=AdcSwitchConfiguration");
   ConfigData doc;
   EXPECT_EQ(Read(json, &doc, options), Format::kJson);
   EXPECT_EQ(Hex(Encode(doc)), Hex(Bytes({0x1A, 0x02, 0x18, 0x02})));
@@ -258,7 +258,7 @@ TEST(ErrorTest, MessagesNameNoOptionOfAnyProgram) {
   };
   ConfigData doc;
   collect([&] { Read("", &doc); });
-  collect([&] { Read(R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})", &doc); });
+  collect([&] { Read(R"({"inputs": [{"type": 2, "config": {"@type": "AdcSwitchConfiguration"}}]})", &doc); });
   collect([&] { Read(R"({"@type": "DeviceData"})", &doc); });
   collect([&] { Read(R"({"zzzzzzzzzzzz": 1})", &doc); });
   collect([&] { Read("zzzzzzzzzzzz: 1", &doc); });

@@ -312,20 +312,40 @@ TEST(JsonReaderTest, SettingsNameTheirRecordAnywhereInTheirObject) {
 }
 
 TEST(JsonReaderTest, SettingsMustBeTheRecordTheTypeCodeHolds) {
+  // The record named is what another code holds: the message says which,
+  // and offers no pairing, since the text is what a user mends.
   const std::string mismatch = ReadOutcome(R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})");
   EXPECT_EQ(mismatch,
             "error at line 1, column 45 (inputs[0].config): \"@type\" AdcConfiguration, but type 2 (DigitalInput) "
-            "holds DigitalInConfiguration; make them agree, or pair the code with the record");
+            "holds DigitalInConfiguration; AdcConfiguration is what type 0 (AdcInput) holds: set type to 0 if the "
+            "settings are right, or give settings of DigitalInConfiguration if the type is");
   // The type code may come after the settings.
-  EXPECT_EQ(ReadOutcome(R"({"inputs": [{"config": {"@type": "AdcConfiguration"}, "type": 2}]})"), mismatch.substr(0, 0) +
+  EXPECT_EQ(ReadOutcome(R"({"inputs": [{"config": {"@type": "AdcConfiguration"}, "type": 2}]})"),
             "error at line 1, column 34 (inputs[0].config): \"@type\" AdcConfiguration, but type 2 (DigitalInput) "
-            "holds DigitalInConfiguration; make them agree, or pair the code with the record");
-  // What a program can offer besides mending the text: that pairing.
-  const Remedy remedy = ReadRemedy(R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})");
+            "holds DigitalInConfiguration; AdcConfiguration is what type 0 (AdcInput) holds: set type to 0 if the "
+            "settings are right, or give settings of DigitalInConfiguration if the type is");
+  EXPECT_EQ(ReadRemedy(R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})").kind,
+            Remedy::Kind::kNone);
+  // Held by several codes, it names them all.
+  ReadOptions two_codes{Format::kJson};
+  two_codes.pairing.Apply("input:1=AdcConfiguration");
+  EXPECT_EQ(ReadOutcome(R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})", two_codes),
+            "error at line 1, column 45 (inputs[0].config): \"@type\" AdcConfiguration, but type 2 (DigitalInput) "
+            "holds DigitalInConfiguration; AdcConfiguration is what types 0 (AdcInput) and 1 (FrequencyInput) hold: "
+            "set type to the one meant if the settings are right, or give settings of DigitalInConfiguration if the "
+            "type is");
+  // A record no code holds can only be read through a pairing: that, and
+  // only that, a program may offer besides mending the text.
+  const std::string unpaired = R"({"inputs": [{"type": 2, "config": {"@type": "AdcSwitchConfiguration"}}]})";
+  EXPECT_EQ(ReadOutcome(unpaired),
+            "error at line 1, column 45 (inputs[0].config): \"@type\" AdcSwitchConfiguration, but type 2 "
+            "(DigitalInput) holds DigitalInConfiguration, and no input type code holds AdcSwitchConfiguration: give "
+            "the entry settings of DigitalInConfiguration, or pair its code with AdcSwitchConfiguration");
+  const Remedy remedy = ReadRemedy(unpaired);
   EXPECT_EQ(remedy.kind, Remedy::Kind::kPairCode);
   EXPECT_EQ(remedy.entry, EntryKind::kInput);
   EXPECT_EQ(remedy.code, 2);
-  EXPECT_EQ(remedy.record, "AdcConfiguration");
+  EXPECT_EQ(remedy.record, "AdcSwitchConfiguration");
   // Paired otherwise, the same text reads.
   PairingCatalogue pairing = PairingCatalogue::Standard();
   pairing.Apply("input:2=AdcConfiguration");

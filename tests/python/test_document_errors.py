@@ -63,10 +63,19 @@ def test_a_document_naming_another_record_says_which_to_read_it_as():
     assert error.status == "record"
 
 
-def test_settings_of_another_record_than_the_code_holds_say_how_to_pair_them():
+def test_settings_another_code_holds_name_that_code():
     error = error_of(document.from_json, '{"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]}',
                      "ConfigData")
-    assert str(error).endswith('make them agree, or pair the code with the record (pairs=["input:2=AdcConfiguration"])')
+    assert str(error).endswith('AdcConfiguration is what type 0 (AdcInput) holds: set type to 0 if the settings are '
+                               'right, or give settings of DigitalInConfiguration if the type is')
+    assert "pairs=" not in str(error)
+    assert error.path == "inputs[0].config"
+
+
+def test_settings_no_code_holds_say_how_to_pair_them():
+    error = error_of(document.from_json,
+                     '{"inputs": [{"type": 2, "config": {"@type": "AdcSwitchConfiguration"}}]}', "ConfigData")
+    assert str(error).endswith('(pairs=["input:2=AdcSwitchConfiguration"])')
     assert error.path == "inputs[0].config"
 
 

@@ -125,13 +125,23 @@ TEST(ToolFromTest, EmptyInputIsRefusedUnlessItsFormatIsNamed) {
 }
 
 TEST(ToolFromTest, TheToolsHintFollowsTheLibrarysMessageOnce) {
-  const ProcessResult paired =
-      RunTool({"encode", "-o", "/dev/null"}, R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})");
+  // A record no input code holds: pairing one with it is the way besides the text.
+  const ProcessResult paired = RunTool({"encode", "-o", "/dev/null"},
+                                       R"({"inputs": [{"type": 2, "config": {"@type": "AdcSwitchConfiguration"}}]})");
   EXPECT_EQ(paired.exit_status, 2);
   EXPECT_EQ(paired.err,
+            "gcuschema: <stdin>: line 1, column 45 (inputs[0].config): \"@type\" AdcSwitchConfiguration, but type 2 "
+            "(DigitalInput) holds DigitalInConfiguration, and no input type code holds AdcSwitchConfiguration: give "
+            "the entry settings of DigitalInConfiguration, or pair its code with AdcSwitchConfiguration "
+            "(--pair input:2=AdcSwitchConfiguration)\n");
+  // A record another code holds: that code is what agrees, and no pairing is offered.
+  const ProcessResult held =
+      RunTool({"encode", "-o", "/dev/null"}, R"({"inputs": [{"type": 2, "config": {"@type": "AdcConfiguration"}}]})");
+  EXPECT_EQ(held.exit_status, 2);
+  EXPECT_EQ(held.err,
             "gcuschema: <stdin>: line 1, column 45 (inputs[0].config): \"@type\" AdcConfiguration, but type 2 "
-            "(DigitalInput) holds DigitalInConfiguration; make them agree, or pair the code with the record "
-            "(--pair input:2=AdcConfiguration)\n");
+            "(DigitalInput) holds DigitalInConfiguration; AdcConfiguration is what type 0 (AdcInput) holds: set type "
+            "to 0 if the settings are right, or give settings of DigitalInConfiguration if the type is\n");
 
   const ProcessResult record = RunTool({"decode", "--pair", "input:5=Zzzzzzzzzzzzzzzz"}, SampleBytes("ConfigData"));
   EXPECT_EQ(record.exit_status, 2);

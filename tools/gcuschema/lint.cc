@@ -138,12 +138,16 @@ Command AddLintCommand(CLI::App* app) {
   auto args = std::make_shared<LintArguments>();
   CLI::App* command = app->add_subcommand(
       "lint",
-      "Check a document (binary, JSON or text) for what the records do not enforce (counts, type "
-      "codes, unreadable settings, bytes that writing the document back would change, duplicate "
-      "identifiers, dangling references, ranges "
-      "given upside down, calibration values outside their template's limits); one "
-      "finding per line as found, then a summary line; exit 1 when there is an error, 0 "
-      "when clean or only warnings");
+      "Check a document (binary, JSON or text) for what the records do not enforce; one finding per "
+      "line as found, its rule in brackets, then a summary line; exit 1 when there is an error, 0 when "
+      "clean or only warnings. Rules: document-not-canonical (bytes that writing the document back would "
+      "change), count-mismatch (a count beside its list), unknown-type and unknown-enum-value (values "
+      "outside their enumeration), config-unreadable, config-type-mismatch and config-not-canonical "
+      "(settings that do not read as the record their type code holds, that are the record another code "
+      "holds, or that writing back would change), duplicate-id, shared-pin (two inputs, or two outputs, "
+      "on one pin), dangling-reference, inverted-range (a range given upside down), map-axis-order and "
+      "map-size (a table whose breakpoints do not rise along an axis, or whose values do not fill it), "
+      "out-of-limits and no-limits (a calibration against --template), unknown-field");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
   command

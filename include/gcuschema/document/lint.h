@@ -58,12 +58,28 @@ using FindingSink = std::function<void(const Finding&)>;
 // - counts that disagree with their lists (count-mismatch, error);
 // - type codes and enumeration values outside their enumerations
 //   (unknown-type, unknown-enum-value, error);
-// - a `config` that does not parse as its paired record (config-unreadable,
-//   error; a warning where only the map's type chose the table) or is not
-//   in canonical form (config-not-canonical, warning);
+// - an entry's `config` whose bytes are not exactly its paired record's
+//   encoding (they do not parse as it, are not canonical, or hold fields it
+//   does not know) but are exactly, every field known, the encoding of the
+//   record another type code of the entry's kind holds (config-type-mismatch,
+//   error, naming those codes): the type code and the settings disagree,
+//   and the settings are neither reported nor linted further as the record
+//   their code holds;
+// - otherwise, a `config` that does not parse as its paired record
+//   (config-unreadable, error; a warning where only the map's type chose
+//   the table) or is not in canonical form (config-not-canonical, warning);
 // - duplicate identifiers among inputs, outputs, maps and buses, and
 //   duplicate logicalIds within each list of a calibration or a limits
 //   template (duplicate-id, error);
+// - two inputs, or two outputs, on the same pin, pin 0 being none
+//   (shared-pin, warning, at the later one's pin, naming both by index, id
+//   and alias);
+// - tables, wherever they stand (a map's settings, an input's
+//   linearization): breakpoints that do not rise strictly along an axis, a
+//   Map3D's x or y or a Map2D's points' x (map-axis-order, warning, at the
+//   first that is not above the one before it), and a Map3D whose values
+//   are not one per pair of breakpoints, |x| times |y| (map-size, warning,
+//   naming the counts);
 // - references to input, output or bus identifiers that do not exist, from
 //   the settings of inputs and outputs and from routers (dangling-reference,
 //   error);
