@@ -20,6 +20,7 @@ struct DiffArguments {
   TypeOption type;
   PairingOptions pairing;
   FromOption from;
+  std::string format = "text";
   std::string old_input;
   std::string new_input;
 };
@@ -36,7 +37,8 @@ int RunDiff(const DiffArguments& args) {
   const std::vector<document::Difference> differences =
       AsFailure(InputName(args.old_input) + " and " + InputName(args.new_input),
                 [&] { return document::Diff(*a, *b, {reading.pairing}); });
-  std::string report = document::FormatDifferences(differences);
+  std::string report = args.format == "json" ? document::DifferencesAsJson(differences)
+                                              : document::FormatDifferences(differences);
   if (!report.empty() && report.back() != '\n') report += '\n';
   WriteOutput("", report);
   return differences.empty() ? kExitOk : kExitFindings;
@@ -48,11 +50,16 @@ Command AddDiffCommand(CLI::App* app) {
   auto args = std::make_shared<DiffArguments>();
   CLI::App* command = app->add_subcommand(
       "diff",
-      "Compare two documents (binary, JSON or text) field by field, settings expanded: \"~ path: old -> "
-      "new\", \"+ path: new\", \"- path: old\"; exit 0 when equal, 1 when they differ");
+      "Compare two documents (binary, JSON or text) field by field, settings expanded, entries matched and "
+      "named by id: \"~ path: old -> new\", \"+ path: new\", \"- path: old\", \"~ list reordered: moves\"; "
+      "exit 0 when equal, 1 when they differ");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
   args->from.AddTo(command);
+  command->add_option("-f,--format", args->format, "Output format: text (one line per difference) or json (an array "
+                                                   "of objects: path, kind, old, new, entries)")
+      ->check(CLI::IsMember({"text", "json"}))
+      ->capture_default_str();
   command->add_option("A", args->old_input, "Old document (standard input if -)")->required();
   command->add_option("B", args->new_input, "New document (standard input if -)")->required();
   return {command, [args] { return RunDiff(*args); }};
