@@ -21,7 +21,6 @@
 #include <google/protobuf/util/field_comparator.h>
 #include <google/protobuf/util/message_differencer.h>
 
-#include <gcuschema/Config.pb.h>
 #include <gcuschema/document/error.h>
 
 #include "diff_order.h"

@@ -22,7 +22,9 @@ void TextTable::Write(std::ostream& out, const std::string& indent) const {
   };
   line([&](std::size_t i) -> const std::string& { return columns_[i].title; });
   static const std::string kNone;
-  for (const auto& row : rows_) line([&](std::size_t i) -> const std::string& { return i < row.size() ? row[i] : kNone; });
+  for (const auto& row : rows_) {
+    line([&](std::size_t i) -> const std::string& { return i < row.size() ? row[i] : kNone; });
+  }
 }
 
 }  // namespace gcuschema::document::internal
