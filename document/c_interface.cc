@@ -339,6 +339,8 @@ gcuschema_status gcuschema_diff(const gcuschema_document* a, const gcuschema_doc
           return std::vector<const std::string*>{&d.path, &d.old_value, &d.new_value};
         },
         [](const document::Difference& d, const std::vector<const char*>& text) {
+          // A reordering is a change of its list: the kinds a C host knows
+          // stay the three it was built with.
           const gcuschema_difference_kind kind = d.kind == document::Difference::Kind::kAdded ? GCUSCHEMA_DIFFERENCE_ADDED
                                                  : d.kind == document::Difference::Kind::kRemoved
                                                      ? GCUSCHEMA_DIFFERENCE_REMOVED

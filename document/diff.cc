@@ -21,9 +21,9 @@
 #include <google/protobuf/util/field_comparator.h>
 #include <google/protobuf/util/message_differencer.h>
 
-#include <gcuschema/Config.pb.h>
 #include <gcuschema/document/error.h>
 
+#include "diff_order.h"
 #include "entry_keys.h"
 #include "field_path.h"
 #include "text_numbers.h"
@@ -179,14 +179,31 @@ std::string FormatMessage(const pb::Message& record, Walk& walk, int side) {
   return out + " }";
 }
 
-void Compare(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector<Difference>* out);
+// A comparison of two documents under way: where it stands, the entries
+// named by identifier on the way there, and what it found.
+struct Comparison {
+  Comparison(Walk& walk, std::vector<Difference>* out) : walk(walk), out(out) {}
+
+  void Add(Difference::Kind kind, std::string path, std::string old_value, std::string new_value) {
+    out->push_back(Difference{kind, std::move(path), std::move(old_value), std::move(new_value), named, {}});
+  }
+
+  Walk& walk;
+  std::vector<Difference>* out;
+  // The keyed entries the walk stands in, outermost first.
+  std::vector<EntryId> named;
+  // Which records can hold a single float or double (HasSingleFloats).
+  std::unordered_map<const pb::Descriptor*, bool> single_floats;
+};
+
+void Compare(const pb::Message& a, const pb::Message& b, Comparison& comparison);
 
 // Turns the differencer's reports into differences with readable paths,
 // reading settings in `config` as their records. The walk stands where the
-// compared records stand in the documents ("inputs[4]").
+// compared records stand in the documents ("inputs[id=4]").
 class Collector : public MessageDifferencer::Reporter {
  public:
-  Collector(Walk& walk, std::vector<Difference>* out) : walk_(walk), out_(out) {}
+  explicit Collector(Comparison& comparison) : comparison_(comparison), walk_(comparison.walk) {}
 
   void ReportAdded(const pb::Message& a, const pb::Message& b, const std::vector<SpecificField>& path) override {
     Report(Difference::Kind::kAdded, a, b, path);
@@ -301,11 +318,11 @@ class Collector : public MessageDifferencer::Reporter {
     if (settings_a.paired != nullptr && settings_a.paired == settings_b.paired) {
       const Walk::Step step = walk_.Into(settings_a, field->name());
       if (settings_a.read() && settings_b.read()) {
-        const std::size_t before = out_->size();
-        Compare(*settings_a.record, *settings_b.record, walk_, out_);
+        const std::size_t before = comparison_.out->size();
+        Compare(*settings_a.record, *settings_b.record, comparison_);
         // Equal records from different bytes: an encoding that is not the
         // canonical one on some side. Still a difference in the document.
-        if (out_->size() != before) return;
+        if (comparison_.out->size() != before) return;
       }
     }
     const std::size_t from = FirstDifference(bytes_a, bytes_b);
@@ -319,11 +336,11 @@ class Collector : public MessageDifferencer::Reporter {
   }
 
   void Add(Difference::Kind kind, std::string path, std::string old_value, std::string new_value) {
-    out_->push_back(Difference{kind, std::move(path), std::move(old_value), std::move(new_value)});
+    comparison_.Add(kind, std::move(path), std::move(old_value), std::move(new_value));
   }
 
+  Comparison& comparison_;
   Walk& walk_;
-  std::vector<Difference>* out_;
 };
 
 // A differencer with the settings every comparison here uses, reporting
@@ -365,14 +382,13 @@ class BitwiseFloats : public pb::util::SimpleFieldComparator {
 
 class Differ {
  public:
-  Differ(Walk& walk, std::vector<Difference>* out) : collector_(walk, out) {
+  explicit Differ(Comparison& comparison) : collector_(comparison) {
     differencer_.set_field_comparator(&comparator_);
     differencer_.set_report_ignores(false);
     differencer_.ReportDifferencesTo(&collector_);
   }
 
   MessageDifferencer& differencer() { return differencer_; }
-  Collector& collector() { return collector_; }
 
  private:
   Collector collector_;
@@ -380,11 +396,38 @@ class Differ {
   MessageDifferencer differencer_;
 };
 
+// An entry of a keyed list (at `list_path`) named by its identifier and
+// alias.
+EntryId Named(const pb::Message& entry, const std::string& list_path, const pb::FieldDescriptor* key) {
+  return EntryId{list_path, key->name(), internal::EntryKeyOf(entry, key), internal::EntryAlias(entry)};
+}
+
+std::string Label(const EntryId& named) { return internal::EntryLabel(named.key, named.id, named.alias); }
+
+// The walk and the named entries standing in one entry of a keyed list for
+// as long as this lives.
+class InEntry {
+ public:
+  InEntry(Comparison& comparison, EntryId named, int index)
+      : comparison_(comparison), label_(Label(named)), step_(comparison.walk.Entry(index, label_)) {
+    comparison_.named.push_back(std::move(named));
+  }
+  InEntry(const InEntry&) = delete;
+  InEntry& operator=(const InEntry&) = delete;
+  ~InEntry() { comparison_.named.pop_back(); }
+
+ private:
+  Comparison& comparison_;
+  std::string label_;  // the walk's step refers to it
+  Walk::Step step_;
+};
+
 // Entries matched by identifier but standing in another order: one
-// difference on the list, showing the two orders from where they part.
-void OrderChange(const std::vector<std::int64_t>& keys_a, const std::vector<std::int64_t>& keys_b,
+// difference on the list, saying in words which moved.
+void OrderChange(const pb::Message& b, const pb::FieldDescriptor* list, const pb::FieldDescriptor* key,
+                 const std::vector<std::int64_t>& keys_a, const std::vector<std::int64_t>& keys_b,
                  const std::unordered_map<std::int64_t, int>& in_a, const std::unordered_map<std::int64_t, int>& in_b,
-                 const std::string& path, const pb::FieldDescriptor* key, std::vector<Difference>* out) {
+                 Comparison& comparison) {
   std::vector<std::int64_t> kept_a;
   std::vector<std::int64_t> kept_b;
   for (std::int64_t k : keys_a) {
@@ -394,16 +437,21 @@ void OrderChange(const std::vector<std::int64_t>& keys_a, const std::vector<std:
     if (in_a.count(k) != 0) kept_b.push_back(k);
   }
   if (kept_a == kept_b) return;
-  std::size_t from = 0;
-  while (kept_a[from] == kept_b[from]) ++from;
-  auto show = [&](const std::vector<std::int64_t>& keys) {
-    std::string text = key->name() + " order from matched entry " + std::to_string(from) + ": ";
-    for (std::size_t i = from; i < keys.size() && i < from + 8; ++i) {
-      text += (i > from ? ", " : "") + std::to_string(keys[i]);
-    }
-    return text + (keys.size() > from + 8 ? ", ..." : "");
+  const internal::Moves moves = internal::DescribeMoves(kept_a, kept_b);
+  auto spell = [](const std::vector<std::int64_t>& keys) {
+    std::string text;
+    for (std::int64_t k : keys) text += (text.empty() ? "" : ", ") + std::to_string(k);
+    return text;
   };
-  out->push_back(Difference{Difference::Kind::kModified, path, show(kept_a), show(kept_b)});
+  const std::string path = comparison.walk.Path();
+  Difference reordered{Difference::Kind::kReordered, path, spell(kept_a), spell(kept_b), comparison.named,
+                       moves.words};
+  const pb::Reflection* r = b.GetReflection();
+  for (std::size_t moved : moves.moved) {
+    const int at = in_b.at(kept_b[moved]);
+    reordered.entries.push_back(Named(r->GetRepeatedMessage(b, list, at), path, key));
+  }
+  comparison.out->push_back(std::move(reordered));
 }
 
 // Whether records of `type` can hold a single float or double field, in
@@ -454,69 +502,73 @@ bool HoldsNegativeZero(const pb::Message& record, std::unordered_map<const pb::D
   return false;
 }
 
-// A keyed list of two configurations: entries gone from the first, entries
+// A keyed list of two records: entries gone from the first, entries
 // changed (compared one by one, in the first document's order), entries new
 // in the second, then the order when it changed. Matching by a hash of the
 // keys keeps this linear, whatever the size of the document.
 void CompareKeyed(const pb::Message& a, const pb::Message& b, const pb::FieldDescriptor* list,
                   const pb::FieldDescriptor* key, const std::vector<std::int64_t>& keys_a,
                   const std::vector<std::int64_t>& keys_b, const std::unordered_map<std::int64_t, int>& in_a,
-                  const std::unordered_map<std::int64_t, int>& in_b, Walk& walk, std::vector<Difference>* out) {
+                  const std::unordered_map<std::int64_t, int>& in_b, Comparison& comparison) {
+  Walk& walk = comparison.walk;
   const Walk::Step step = walk.Member(list->name());
+  const std::string path = walk.Path();
   const pb::Reflection* ra = a.GetReflection();
   const pb::Reflection* rb = b.GetReflection();
-  Differ elements(walk, out);
-  std::unordered_map<const pb::Descriptor*, bool> single_floats;
+  Differ elements(comparison);
+  const bool keyed_inside = internal::HasKeyedLists(list->message_type());
   // A string that is not UTF-8 is a difference to show, not a log line.
   pb::LogSilencer quiet;
   for (std::size_t i = 0; i < keys_a.size(); ++i) {
     const pb::Message& element_a = ra->GetRepeatedMessage(a, list, static_cast<int>(i));
     auto match = in_b.find(keys_a[i]);
     if (match == in_b.end()) {
-      const Walk::Step element = walk.Element(static_cast<int>(i));
-      out->push_back(Difference{Difference::Kind::kRemoved, walk.Path(), FormatMessage(element_a, walk, 0),
-                                std::string()});
+      const InEntry entry(comparison, Named(element_a, path, key), static_cast<int>(i));
+      comparison.Add(Difference::Kind::kRemoved, walk.Path(), FormatMessage(element_a, walk, 0), std::string());
       continue;
     }
     const pb::Message& element_b = rb->GetRepeatedMessage(b, list, match->second);
     // Most entries are unchanged: equal encodings are equal records, but
     // for a -0.0 that the encoding leaves out.
     if (element_a.SerializeAsString() == element_b.SerializeAsString() &&
-        !HoldsNegativeZero(element_a, &single_floats) && !HoldsNegativeZero(element_b, &single_floats)) {
+        !HoldsNegativeZero(element_a, &comparison.single_floats) &&
+        !HoldsNegativeZero(element_b, &comparison.single_floats)) {
       continue;
     }
-    const Walk::Step element = walk.Element(match->second);
-    elements.differencer().Compare(element_a, element_b);
+    const InEntry entry(comparison, Named(element_b, path, key), match->second);
+    if (keyed_inside) {
+      Compare(element_a, element_b, comparison);
+    } else {
+      elements.differencer().Compare(element_a, element_b);
+    }
   }
   for (std::size_t j = 0; j < keys_b.size(); ++j) {
     if (in_a.count(keys_b[j]) != 0) continue;
-    const Walk::Step element = walk.Element(static_cast<int>(j));
-    out->push_back(Difference{Difference::Kind::kAdded, walk.Path(), std::string(),
-                              FormatMessage(rb->GetRepeatedMessage(b, list, static_cast<int>(j)), walk, 1)});
+    const pb::Message& element_b = rb->GetRepeatedMessage(b, list, static_cast<int>(j));
+    const InEntry entry(comparison, Named(element_b, path, key), static_cast<int>(j));
+    comparison.Add(Difference::Kind::kAdded, walk.Path(), std::string(), FormatMessage(element_b, walk, 1));
   }
-  OrderChange(keys_a, keys_b, in_a, in_b, walk.Path(), key, out);
+  OrderChange(b, list, key, keys_a, keys_b, in_a, in_b, comparison);
 }
 
-// Two configurations, field after field in the order of the encoding, the
-// keyed lists matched by identifier, the document's own unknown fields last.
-void CompareDocuments(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector<Difference>* out) {
+// Two records holding keyed lists, field after field in the order of the
+// encoding, the keyed lists matched by identifier, the record's own unknown
+// fields last.
+void CompareFields(const pb::Message& a, const pb::Message& b, Comparison& comparison) {
   const pb::Descriptor* type = a.GetDescriptor();
   std::vector<const pb::FieldDescriptor*> fields;
   for (int i = 0; i < type->field_count(); ++i) fields.push_back(type->field(i));
   std::sort(fields.begin(), fields.end(),
             [](const pb::FieldDescriptor* x, const pb::FieldDescriptor* y) { return x->number() < y->number(); });
-  Differ plain(walk, out);
+  Differ plain(comparison);
   for (const pb::FieldDescriptor* field : fields) {
-    // Entries that carry an identifier are matched by it, so an inserted or
-    // removed entry is one difference rather than a shift of every entry
-    // after it.
     if (const pb::FieldDescriptor* key = internal::EntryKey(field)) {
       const std::vector<std::int64_t> keys_a = internal::EntryKeys(a, field, key);
       const std::vector<std::int64_t> keys_b = internal::EntryKeys(b, field, key);
       std::unordered_map<std::int64_t, int> in_a;
       std::unordered_map<std::int64_t, int> in_b;
       if (internal::IndexKeys(keys_a, &in_a) && internal::IndexKeys(keys_b, &in_b)) {
-        CompareKeyed(a, b, field, key, keys_a, keys_b, in_a, in_b, walk, out);
+        CompareKeyed(a, b, field, key, keys_a, keys_b, in_a, in_b, comparison);
         continue;
       }
       // Repeated identifiers cannot be matched: such a list goes by position.
@@ -525,18 +577,18 @@ void CompareDocuments(const pb::Message& a, const pb::Message& b, Walk& walk, st
   }
   const pb::Reflection* r = a.GetReflection();
   if (r->GetUnknownFields(a).empty() && b.GetReflection()->GetUnknownFields(b).empty()) return;
-  Differ unknown(walk, out);
+  Differ unknown(comparison);
   for (const pb::FieldDescriptor* field : fields) unknown.differencer().IgnoreField(field);
   unknown.differencer().Compare(a, b);
 }
 
 // Two records where the walk stands.
-void Compare(const pb::Message& a, const pb::Message& b, Walk& walk, std::vector<Difference>* out) {
-  if (a.GetDescriptor() == ConfigData::descriptor()) {
-    CompareDocuments(a, b, walk, out);
+void Compare(const pb::Message& a, const pb::Message& b, Comparison& comparison) {
+  if (internal::HasKeyedLists(a.GetDescriptor())) {
+    CompareFields(a, b, comparison);
     return;
   }
-  Differ(walk, out).differencer().Compare(a, b);
+  Differ(comparison).differencer().Compare(a, b);
 }
 
 // Whether records of `type` can hold settings, in a `config` of their own
@@ -601,12 +653,13 @@ std::vector<Difference> Diff(const pb::Message& a, const pb::Message& b, const D
   }
   std::vector<Difference> differences;
   Walk walk(options.pairing);
+  Comparison comparison(walk, &differences);
   // Paths inside settings name the record they were read as.
   walk.set_name_settings(true);
   std::unordered_map<const pb::Descriptor*, bool> holds_settings;
   RequireDepth(a, walk, 0, &holds_settings);
   RequireDepth(b, walk, 1, &holds_settings);
-  Compare(a, b, walk, &differences);
+  Compare(a, b, comparison);
   return differences;
 }
 
@@ -617,6 +670,7 @@ std::string FormatDifferences(const std::vector<Difference>& differences) {
       case Difference::Kind::kModified: out << "~ " << d.path << ": " << d.old_value << " -> " << d.new_value; break;
       case Difference::Kind::kAdded: out << "+ " << d.path << ": " << d.new_value; break;
       case Difference::Kind::kRemoved: out << "- " << d.path << ": " << d.old_value; break;
+      case Difference::Kind::kReordered: out << "~ " << d.path << " reordered: " << d.moves; break;
     }
     out << '\n';
   }

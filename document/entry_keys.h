@@ -5,6 +5,8 @@
 #define GCUSCHEMA_DOCUMENT_ENTRY_KEYS_H
 
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -13,10 +15,24 @@
 
 namespace gcuschema::document::internal {
 
-// The field that identifies the entries of `list`, a list of a ConfigData
-// (inputs, outputs, maps, drivers and estimators by `id`, buses by
-// `canbusId`); null for a list whose entries go by position.
+// The field that identifies the entries of `list`: a ConfigData's inputs,
+// outputs, maps, drivers and estimators by `id`, its buses by `canbusId`; a
+// bus's frames by `messageId` and handlers by `entityId`. Null for a list
+// whose entries go by position.
 const google::protobuf::FieldDescriptor* EntryKey(const google::protobuf::FieldDescriptor* list);
+
+// Whether records of `type` hold lists whose entries have keys.
+bool HasKeyedLists(const google::protobuf::Descriptor* type);
+
+// The key of one entry.
+std::int64_t EntryKeyOf(const google::protobuf::Message& element, const google::protobuf::FieldDescriptor* key);
+
+// An entry's alias, for entries that have one.
+std::optional<std::string> EntryAlias(const google::protobuf::Message& entry);
+
+// How a path names an entry of a keyed list in its brackets:
+// `id=2 "Switch_002"` (the alias C-escaped, left out when empty).
+std::string EntryLabel(const std::string& key, std::int64_t id, const std::optional<std::string>& alias);
 
 // The keys of the entries of `list` in `record`, in order.
 std::vector<std::int64_t> EntryKeys(const google::protobuf::Message& record, const google::protobuf::FieldDescriptor* list,

@@ -233,7 +233,15 @@ class SideBySide {
       // Diff names an entry by its place in the second document, or in the
       // first for one removed.
       const int index = j >= 0 ? j : i;
-      Entry(section, entry_a, entry_b, index, internal::IndexPath(path, index));
+      // By its identifier and alias in a keyed list, as Diff names it.
+      const std::string named =
+          key != nullptr ? path + "[" +
+                               internal::EntryLabel(key->name(), keys_a.empty() || i < 0 ? keys_b[static_cast<std::size_t>(j)]
+                                                                                         : keys_a[static_cast<std::size_t>(i)],
+                                                    internal::EntryAlias(entry_b != nullptr ? *entry_b : *entry_a)) +
+                               "]"
+                         : internal::IndexPath(path, index);
+      Entry(section, entry_a, entry_b, index, named);
     }
   }
 

@@ -98,7 +98,13 @@ std::string Walk::Path(std::size_t steps) const {
       path = JoinPath(path, step.name);
       if (name_settings_ && step.settings != nullptr) path += "<" + step.settings->full_name() + ">";
     }
-    if (step.index >= 0) path = IndexPath(path, step.index);
+    if (step.index >= 0 && !step.label.empty()) {
+      path += '[';
+      path += step.label;
+      path += ']';
+    } else if (step.index >= 0) {
+      path = IndexPath(path, step.index);
+    }
   }
   return path;
 }

@@ -133,6 +133,14 @@ class Walk {
     Push({}, index);
     return Step(this);
   }
+  // Element `index` of a list whose entries are known by an identifier:
+  // the path spells `label` in its brackets instead of the index
+  // ("inputs[id=2 \"Switch_002\"]"). The label must outlive the step.
+  Step Entry(int index, std::string_view label) {
+    Push({}, index);
+    steps_.back().label = label;
+    return Step(this);
+  }
   // Into the settings `decided` for the `config` member of the record
   // where the walk stands: the member, and one level of `config` more.
   // Throws Error at the path of that `config` when the settings lie deeper
@@ -199,6 +207,7 @@ class Walk {
     std::string_view name;
     int index;
     const google::protobuf::Descriptor* settings;
+    std::string_view label = {};  // spelt instead of the index when not empty
   };
 
   const PairingCatalogue& pairing_;

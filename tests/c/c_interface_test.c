@@ -68,6 +68,9 @@ static const char kJson[] =
     "}";
 
 /* The same document, the input renamed and its range changed. */
+static const char kTwoInputs[] = "{\"inputs\": [{\"id\": 1}, {\"id\": 2}]}";
+static const char kTwoInputsSwapped[] = "{\"inputs\": [{\"id\": 2}, {\"id\": 1}]}";
+
 static const char kEdited[] =
     "{\"version\": 3,\n"
     " \"inputs\": [{\"id\": 1, \"alias\": \"Gearbox oil\",\n"
@@ -207,13 +210,30 @@ static void diff(void) {
   CHECK(count == 2);
   if (count == 2) {
     CHECK(differences[0].kind == GCUSCHEMA_DIFFERENCE_MODIFIED);
-    CHECK(same_text(differences[0].path, "inputs[0].alias"));
+    CHECK(same_text(differences[0].path, "inputs[id=1 \"Gearbox oil\"].alias"));
     CHECK(same_text(differences[0].old_value, "\"Oil temperature\""));
     CHECK(same_text(differences[0].new_value, "\"Gearbox oil\""));
     CHECK(differences[1].kind == GCUSCHEMA_DIFFERENCE_MODIFIED);
-    CHECK(same_text(differences[1].path, "inputs[0].config<AdcConfiguration>.range"));
+    CHECK(same_text(differences[1].path, "inputs[id=1 \"Gearbox oil\"].config<AdcConfiguration>.range"));
     CHECK(same_text(differences[1].old_value, "range12V"));
     CHECK(same_text(differences[1].new_value, "range5V"));
+  }
+  gcuschema_differences_free(differences);
+  gcuschema_document_free(b);
+  gcuschema_document_free(a);
+
+  /* Entries in another order: a change of the list, its two orders of ids. */
+  a = read_document("ConfigData", kTwoInputs, strlen(kTwoInputs));
+  b = read_document("ConfigData", kTwoInputsSwapped, strlen(kTwoInputsSwapped));
+  differences = NULL;
+  count = 0;
+  CHECK(gcuschema_diff(a, b, NULL, &differences, &count, NULL) == GCUSCHEMA_OK);
+  CHECK(count == 1);
+  if (count == 1) {
+    CHECK(differences[0].kind == GCUSCHEMA_DIFFERENCE_MODIFIED);
+    CHECK(same_text(differences[0].path, "inputs"));
+    CHECK(same_text(differences[0].old_value, "1, 2"));
+    CHECK(same_text(differences[0].new_value, "2, 1"));
   }
   gcuschema_differences_free(differences);
   gcuschema_document_free(b);

@@ -60,10 +60,11 @@ TEST(DiffTest, ASettingChangedInsideAConfigHasItsExpandedPath) {
   const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].kind, Difference::Kind::kModified);
-  EXPECT_EQ(differences[0].path, "inputs[" + std::to_string(i) + "].config<AdcConfiguration>.range");
+  // The sample's first ADC input is its first input, id 1, "Analog_001".
+  EXPECT_EQ(differences[0].path, "inputs[id=1 \"Analog_001\"].config<AdcConfiguration>.range");
   EXPECT_EQ(differences[0].old_value, AdcConfiguration_AdcRange_Name(old_range));
   EXPECT_EQ(differences[0].new_value, AdcConfiguration_AdcRange_Name(new_range));
-  EXPECT_EQ(FormatDifferences(differences), "~ inputs[" + std::to_string(i) + "].config<AdcConfiguration>.range: " +
+  EXPECT_EQ(FormatDifferences(differences), "~ inputs[id=1 \"Analog_001\"].config<AdcConfiguration>.range: " +
                                                 AdcConfiguration_AdcRange_Name(old_range) + " -> " +
                                                 AdcConfiguration_AdcRange_Name(new_range) + "\n");
 }
@@ -82,7 +83,7 @@ TEST(DiffTest, AddedAndRemovedInputs) {
   std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].kind, Difference::Kind::kAdded);
-  EXPECT_EQ(differences[0].path, "inputs[24]");
+  EXPECT_EQ(differences[0].path, "inputs[id=500 \"Extra\"]");
   EXPECT_TRUE(differences[0].old_value.empty());
   // The whole entry, its settings shown as their record.
   EXPECT_NE(differences[0].new_value.find("id: 500"), std::string::npos) << differences[0].new_value;
@@ -93,9 +94,11 @@ TEST(DiffTest, AddedAndRemovedInputs) {
   differences = Diff(after, before, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].kind, Difference::Kind::kRemoved);
-  EXPECT_EQ(differences[0].path, "inputs[24]");
+  EXPECT_EQ(differences[0].path, "inputs[id=500 \"Extra\"]");
   EXPECT_TRUE(differences[0].new_value.empty());
-  EXPECT_EQ(FormatDifferences(differences).substr(0, 13), "- inputs[24]:");
+  EXPECT_EQ(FormatDifferences(differences),
+            "- inputs[id=500 \"Extra\"]: { id: 500 type: 2 alias: \"Extra\" config: DigitalInConfiguration { invert: "
+            "true } }\n");
 }
 
 TEST(DiffTest, RemovingAnInputInTheMiddleIsOneDifference) {
@@ -105,8 +108,8 @@ TEST(DiffTest, RemovingAnInputInTheMiddleIsOneDifference) {
   const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].kind, Difference::Kind::kRemoved);
-  EXPECT_EQ(differences[0].path, "inputs[3]");
-  EXPECT_NE(differences[0].old_value.find("id: " + std::to_string(before.inputs(3).id())), std::string::npos);
+  EXPECT_EQ(differences[0].path, "inputs[id=4 \"Bus_004\"]");
+  EXPECT_NE(differences[0].old_value.find("id: 4 "), std::string::npos) << differences[0].old_value;
 }
 
 TEST(DiffTest, ReorderedEntriesAreOneDifferenceOnTheList) {
@@ -115,10 +118,17 @@ TEST(DiffTest, ReorderedEntriesAreOneDifferenceOnTheList) {
   after.mutable_outputs()->SwapElements(0, 1);
   const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
-  EXPECT_EQ(differences[0].kind, Difference::Kind::kModified);
+  EXPECT_EQ(differences[0].kind, Difference::Kind::kReordered);
   EXPECT_EQ(differences[0].path, "outputs");
-  EXPECT_NE(differences[0].old_value.find("1, 2"), std::string::npos) << differences[0].old_value;
-  EXPECT_NE(differences[0].new_value.find("2, 1"), std::string::npos) << differences[0].new_value;
+  EXPECT_EQ(differences[0].old_value, "1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12");
+  EXPECT_EQ(differences[0].new_value, "2, 1, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12");
+  EXPECT_EQ(differences[0].moves, "2 before 1");
+  ASSERT_EQ(differences[0].entries.size(), 1u);
+  EXPECT_EQ(differences[0].entries[0].list, "outputs");
+  EXPECT_EQ(differences[0].entries[0].key, "id");
+  EXPECT_EQ(differences[0].entries[0].id, 2);
+  EXPECT_EQ(differences[0].entries[0].alias, "Analog_002");
+  EXPECT_EQ(FormatDifferences(differences), "~ outputs reordered: 2 before 1\n");
 }
 
 TEST(DiffTest, ListsWithRepeatedIdentifiersGoByPosition) {
@@ -141,8 +151,9 @@ TEST(DiffTest, ScalarsStringsAndDefaults) {
   after.mutable_units()->set_pressureunit(before.units().pressureunit() == Units::Bar ? Units::mBar : Units::Bar);
   const std::string expected =
       "~ version: " + std::to_string(before.version()) + " -> " + std::to_string(after.version()) + "\n" +
-      "~ inputs[0].alias: \"" + before.inputs(0).alias() + "\" -> \"Renamed\"\n" +
-      "~ inputs[1].pin: " + std::to_string(before.inputs(1).pin()) + " -> 0\n" +
+      // An entry is named as it stands in the second document: by its new alias.
+      "~ inputs[id=1 \"Renamed\"].alias: \"Analog_001\" -> \"Renamed\"\n" +
+      "~ inputs[id=2 \"Switch_002\"].pin: " + std::to_string(before.inputs(1).pin()) + " -> 0\n" +
       "~ units.pressureUnit: " + Units_Pressure_Name(before.units().pressureunit()) + " -> " +
       Units_Pressure_Name(after.units().pressureunit()) + "\n";
   ASSERT_NE(before.inputs(1).pin(), 0u);
@@ -154,7 +165,7 @@ TEST(DiffTest, StringsThatAreNotUtf8AreShownEscaped) {
   before.add_inputs()->set_alias("A");
   ConfigData after = before;
   after.mutable_inputs(0)->set_alias(test::Bytes({0xC3, 0x28}));
-  EXPECT_EQ(Lines(before, after), "~ inputs[0].alias: \"A\" -> \"\\303(\"\n");
+  EXPECT_EQ(Lines(before, after), "~ inputs[id=0 \"\\303(\"].alias: \"A\" -> \"\\303(\"\n");
 }
 
 TEST(DiffTest, ConfigsUnderDifferentRecordsAreComparedWhole) {
@@ -171,8 +182,8 @@ TEST(DiffTest, ConfigsUnderDifferentRecordsAreComparedWhole) {
   digital.set_invert(true);
   after.mutable_inputs(0)->set_config(digital.SerializeAsString());
   EXPECT_EQ(Lines(before, after),
-            "~ inputs[0].type: 0 -> 2\n"
-            "~ inputs[0].config: AdcConfiguration { saturation: true } -> DigitalInConfiguration { invert: true }\n");
+            "~ inputs[id=1].type: 0 -> 2\n"
+            "~ inputs[id=1].config: AdcConfiguration { saturation: true } -> DigitalInConfiguration { invert: true }\n");
 }
 
 TEST(DiffTest, OpaqueAndUnreadableConfigsAreComparedAsBytes) {
@@ -182,7 +193,7 @@ TEST(DiffTest, OpaqueAndUnreadableConfigsAreComparedAsBytes) {
   driver->set_config(test::Bytes({0x01, 0x02, 0x03}));
   ConfigData after = before;
   after.mutable_drivers(0)->set_config(test::Bytes({0x01, 0xFF, 0x03}));
-  EXPECT_EQ(Lines(before, after), "~ drivers[0].config: <01 02 03> -> <01 ff 03>\n");
+  EXPECT_EQ(Lines(before, after), "~ drivers[id=1].config: <01 02 03> -> <01 ff 03>\n");
 
   // An ADC input whose settings stop reading on one side.
   ConfigData adc_before;
@@ -192,7 +203,7 @@ TEST(DiffTest, OpaqueAndUnreadableConfigsAreComparedAsBytes) {
   ConfigData adc_after = adc_before;
   adc_after.mutable_inputs(0)->set_config(test::Bytes({0x0A, 0x05}));
   EXPECT_EQ(Lines(adc_before, adc_after),
-            "~ inputs[0].config: AdcConfiguration { range: range12V } -> <0a 05>\n");
+            "~ inputs[id=1].config: AdcConfiguration { range: range12V } -> <0a 05>\n");
 }
 
 TEST(DiffTest, SameSettingsInAnotherEncodingAreStillADifference) {
@@ -204,7 +215,7 @@ TEST(DiffTest, SameSettingsInAnotherEncodingAreStillADifference) {
   after.mutable_inputs(0)->set_config(test::Bytes({0x10, 0x01, 0x08, 0x02}));
   const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 1u) << FormatDifferences(differences);
-  EXPECT_EQ(differences[0].path, "inputs[0].config");
+  EXPECT_EQ(differences[0].path, "inputs[id=1].config");
   EXPECT_EQ(differences[0].old_value, "AdcConfiguration { range: range12V saturation: true }");
   EXPECT_EQ(differences[0].new_value, "<10 01 08 02>");
 }
@@ -221,7 +232,7 @@ TEST(DiffTest, DeviceDataConfigIsComparedAsADocument) {
   const std::vector<Difference> differences = Diff(before, after, {Standard()});
   ASSERT_EQ(differences.size(), 2u) << FormatDifferences(differences);
   EXPECT_EQ(differences[0].path, "version");
-  EXPECT_EQ(differences[1].path, "config<ConfigData>.inputs[2].alias");
+  EXPECT_EQ(differences[1].path, "config<ConfigData>.inputs[id=3 \"Changed\"].alias");
   EXPECT_EQ(differences[1].new_value, "\"Changed\"");
 }
 
@@ -233,15 +244,15 @@ TEST(DiffTest, UnknownFieldsAndListElements) {
   after.mutable_canbus(0)->add_standardinputframes()->set_messageid(0x123);
   // A document's unknown fields come last, where its encoding has them.
   EXPECT_EQ(Lines(before, after),
-            "+ canbus[0].standardInputFrames[0]: { messageId: 291 }\n"
+            "+ canbus[canbusId=1].standardInputFrames[messageId=291]: { messageId: 291 }\n"
             "+ #40: 3\n");
   EXPECT_EQ(Lines(after, before),
-            "- canbus[0].standardInputFrames[0]: { messageId: 291 }\n"
+            "- canbus[canbusId=1].standardInputFrames[messageId=291]: { messageId: 291 }\n"
             "- #40: 3\n");
   // Inside an entry too.
   ConfigData tagged = before;
   tagged.mutable_canbus(0)->GetReflection()->MutableUnknownFields(tagged.mutable_canbus(0))->AddVarint(50, 1);
-  EXPECT_EQ(Lines(before, tagged), "+ canbus[0].#50: 1\n");
+  EXPECT_EQ(Lines(before, tagged), "+ canbus[canbusId=1].#50: 1\n");
 }
 
 TEST(DiffTest, LongUnknownBytesAreShownWhereTheyPartAsBytesFieldsAre) {
@@ -263,7 +274,7 @@ TEST(DiffTest, LongUnknownBytesAreShownWhereTheyPartAsBytesFieldsAre) {
   known_before.add_drivers()->set_config(bytes);
   known_after.add_drivers()->set_config(changed);
   EXPECT_EQ(Lines(known_before, known_after),
-            "~ drivers[0].config: <120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 5a 5b 5c 5d 5e 5f ...> -> "
+            "~ drivers[id=0].config: <120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 5a 5b 5c 5d 5e 5f ...> -> "
             "<120 bytes, at 80: 50 51 52 53 54 55 56 57 58 59 ff 5b 5c 5d 5e 5f ...>\n");
   // Inside an entry, and where one side is shorter.
   ConfigData entry_before;
@@ -275,7 +286,7 @@ TEST(DiffTest, LongUnknownBytesAreShownWhereTheyPartAsBytesFieldsAre) {
   entry_after.mutable_canbus(0)->GetReflection()->MutableUnknownFields(entry_after.mutable_canbus(0))
       ->AddLengthDelimited(50, bytes.substr(0, 40));
   EXPECT_EQ(Lines(entry_before, entry_after),
-            "~ canbus[0].#50: <120 bytes, at 32: 20 21 22 23 24 25 26 27 28 29 2a 2b 2c 2d 2e 2f ...> -> "
+            "~ canbus[canbusId=1].#50: <120 bytes, at 32: 20 21 22 23 24 25 26 27 28 29 2a 2b 2c 2d 2e 2f ...> -> "
             "<40 bytes, at 32: 20 21 22 23 24 25 26 27>\n");
 }
 
@@ -291,8 +302,8 @@ TEST(DiffTest, NaNsThatDifferInSignOrPayloadAreDifferentValues) {
   const ConfigData negative = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0xC0, 0xFF}));
   const ConfigData payload = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x01, 0x00, 0xC0, 0x7F}));
   EXPECT_TRUE(Diff(quiet, quiet, {Standard()}).empty());
-  EXPECT_EQ(Lines(quiet, negative), "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0xffc00000\n");
-  EXPECT_EQ(Lines(quiet, payload), "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0x7fc00001\n");
+  EXPECT_EQ(Lines(quiet, negative), "~ inputs[id=1].minValue: NaN 0x7fc00000 -> NaN 0xffc00000\n");
+  EXPECT_EQ(Lines(quiet, payload), "~ inputs[id=1].minValue: NaN 0x7fc00000 -> NaN 0x7fc00001\n");
 }
 
 TEST(DiffTest, NegativeZeroInASingleFieldIsADifferenceAsInAList) {
@@ -302,8 +313,8 @@ TEST(DiffTest, NegativeZeroInASingleFieldIsADifferenceAsInAList) {
   const ConfigData absent = Parsed(test::Bytes({0x1A, 0x02, 0x08, 0x01}));
   const ConfigData negative = Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0x00, 0x80}));
   ASSERT_TRUE(std::signbit(negative.inputs(0).minvalue()));
-  EXPECT_EQ(Lines(absent, negative), "~ inputs[0].minValue: 0 -> -0\n");
-  EXPECT_EQ(Lines(negative, absent), "~ inputs[0].minValue: -0 -> 0\n");
+  EXPECT_EQ(Lines(absent, negative), "~ inputs[id=1].minValue: 0 -> -0\n");
+  EXPECT_EQ(Lines(negative, absent), "~ inputs[id=1].minValue: -0 -> 0\n");
   EXPECT_TRUE(Diff(negative, Parsed(test::Bytes({0x1A, 0x07, 0x08, 0x01, 0x45, 0x00, 0x00, 0x00, 0x80})),
                    {Standard()})
                   .empty());
@@ -319,14 +330,14 @@ TEST(DiffTest, NegativeZeroInASingleFieldIsADifferenceAsInAList) {
   ConfigData config_negative;
   config_negative.add_estimationdata()->set_id(1);
   config_negative.mutable_estimationdata(0)->set_yminsaturation(-0.0);
-  EXPECT_EQ(Lines(config_absent, config_negative), "~ estimationData[0].yMinSaturation: 0 -> -0\n");
+  EXPECT_EQ(Lines(config_absent, config_negative), "~ estimationData[id=1].yMinSaturation: 0 -> -0\n");
 }
 
 TEST(DiffTest, NegativeZeroInAListIsADifference) {
   // estimationData[0] { id: 1 thetaValues: [0.0] } against [-0.0], packed.
   const ConfigData positive = Parsed(test::Bytes({0x4A, 0x0C, 0x08, 0x01, 0x1A, 0x08, 0, 0, 0, 0, 0, 0, 0, 0x00}));
   const ConfigData negative = Parsed(test::Bytes({0x4A, 0x0C, 0x08, 0x01, 0x1A, 0x08, 0, 0, 0, 0, 0, 0, 0, 0x80}));
-  EXPECT_EQ(Lines(positive, negative), "~ estimationData[0].thetaValues[0]: 0 -> -0\n");
+  EXPECT_EQ(Lines(positive, negative), "~ estimationData[id=1].thetaValues[0]: 0 -> -0\n");
 }
 
 TEST(DiffTest, NaNBitsCountInsideSettingsToo) {
@@ -336,7 +347,7 @@ TEST(DiffTest, NaNBitsCountInsideSettingsToo) {
   const ConfigData negative = Parsed(test::Bytes({0x22, 0x0F, 0x08, 0x01, 0x18, 0x03, 0x32, 0x09, 0x49, 0x00,
                                                   0x00, 0x00, 0x00, 0x00, 0x00, 0xF8, 0xFF}));
   EXPECT_EQ(Lines(quiet, negative),
-            "~ outputs[0].config<CurrentConfiguration>.lambda: NaN 0x7ff8000000000000 -> NaN 0xfff8000000000000\n");
+            "~ outputs[id=1].config<CurrentConfiguration>.lambda: NaN 0x7ff8000000000000 -> NaN 0xfff8000000000000\n");
 }
 
 TEST(DiffTest, RecordsOfDifferentTypesCannotBeCompared) {

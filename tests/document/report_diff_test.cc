@@ -48,6 +48,23 @@ std::vector<std::string> Marked(const HtmlBody& page, const std::string& css) {
   return paths;
 }
 
+// How diff names an entry of a list matched by id: `inputs[id=2 "Switch_002"]`.
+template <typename Entry>
+std::string Named(const std::string& list, const Entry& entry) {
+  return list + "[id=" + std::to_string(entry.id()) + (entry.alias().empty() ? "" : " \"" + entry.alias() + "\"") + "]";
+}
+
+// The block showing the entry at `path` (its summary names it).
+pugi::xml_node EntryBlock(const HtmlBody& page, const std::string& path) {
+  pugi::xml_node found;
+  page.Each([&](pugi::xml_node node) {
+    if (std::string(node.name()) == "details" && std::string(node.child("summary").child("code").child_value()) == path) {
+      found = node;
+    }
+  });
+  return found;
+}
+
 void ExpectUniqueIds(const HtmlBody& page) {
   std::set<std::string> ids;
   page.Each([&](pugi::xml_node node) {
@@ -107,32 +124,33 @@ TEST(DiffReportTest, EachDifferenceIsListedAndMarkedWhereItLies) {
   EXPECT_EQ(listed, differences.size());
 
   EXPECT_EQ(Marked(page, "changed"),
-            (std::vector<std::string>{"version", "inputs[0].alias", "inputs[1].config<DigitalInConfiguration>.delay"}));
+            (std::vector<std::string>{"version", Named("inputs", b.inputs(0)) + ".alias",
+                                      Named("inputs", b.inputs(1)) + ".config<DigitalInConfiguration>.delay"}));
   // The removed entry, by its place in the first document; the added one by
   // its place in the second, every row of each.
   const std::vector<std::string> removed = Marked(page, "removed");
   ASSERT_FALSE(removed.empty());
-  for (const std::string& path : removed) EXPECT_EQ(path.rfind("inputs[5].", 0), 0u) << path;
+  for (const std::string& path : removed) EXPECT_EQ(path.rfind(Named("inputs", a.inputs(5)) + ".", 0), 0u) << path;
   const std::vector<std::string> added_rows = Marked(page, "added");
   ASSERT_FALSE(added_rows.empty());
-  const std::string added_at = "inputs[" + std::to_string(b.inputs_size() - 1) + "].";
+  const std::string added_at = Named("inputs", *added) + ".";
   for (const std::string& path : added_rows) EXPECT_EQ(path.rfind(added_at, 0), 0u) << path;
 
   // Changed entries open, the others folded; the entries are paired by id.
-  const pugi::xml_node changed = page.ById("d-inputs-1");
+  const pugi::xml_node changed = EntryBlock(page, Named("inputs", b.inputs(1)));
   ASSERT_TRUE(changed);
   EXPECT_TRUE(changed.attribute("open"));
   EXPECT_NE(TextOf(changed.child("summary")).find("changed"), std::string::npos);
-  const pugi::xml_node same = page.ById("d-inputs-2");
+  const pugi::xml_node same = EntryBlock(page, Named("inputs", b.inputs(2)));
   ASSERT_TRUE(same);
   EXPECT_FALSE(same.attribute("open"));
   EXPECT_NE(TextOf(same.child("summary")).find("unchanged"), std::string::npos);
   // inputs[5] of the first document is gone, and inputs[6] is inputs[5] of
   // the second: two entries, each shown once.
-  const pugi::xml_node gone = page.ById("d-removed-inputs-5");
+  const pugi::xml_node gone = EntryBlock(page, Named("inputs", a.inputs(5)));
   ASSERT_TRUE(gone);
   EXPECT_NE(TextOf(gone.child("summary")).find("removed"), std::string::npos);
-  const pugi::xml_node moved = page.ById("d-inputs-5");
+  const pugi::xml_node moved = EntryBlock(page, Named("inputs", a.inputs(6)));
   ASSERT_TRUE(moved);
   EXPECT_NE(TextOf(moved.child("summary")).find("unchanged"), std::string::npos);
   EXPECT_NE(TextOf(moved.child("summary")).find("id " + std::to_string(a.inputs(6).id())), std::string::npos);
@@ -175,8 +193,9 @@ TEST(DiffReportTest, DeviceDataConfigurationsAreComparedAsDocuments) {
   DeviceData b = a;
   b.set_config(config.SerializeAsString());
   const HtmlBody page(Page(a, b));
-  EXPECT_EQ(Marked(page, "changed"), std::vector<std::string>{"config<ConfigData>.inputs[2].alias"});
-  EXPECT_TRUE(page.ById("d-config-ConfigData--inputs-2"));
+  const std::string renamed = "config<ConfigData>." + Named("inputs", config.inputs(2));
+  EXPECT_EQ(Marked(page, "changed"), std::vector<std::string>{renamed + ".alias"});
+  EXPECT_TRUE(EntryBlock(page, renamed));
 }
 
 // The cells of a drawing outlined as changed, by their tooltips.
@@ -199,13 +218,13 @@ TEST(DiffReportTest, ChangedTablesAreDrawnSideBySideOnOneScaleWithTheChangedCell
   b.mutable_maps(0)->set_config(table.SerializeAsString());
   const HtmlBody page(Page(a, b));
 
-  const pugi::xml_node changed = page.ById("d-maps-0");
+  const pugi::xml_node changed = EntryBlock(page, Named("maps", b.maps(0)));
   ASSERT_TRUE(changed);
   std::vector<pugi::xml_node> figures;
   for (const pugi::xpath_node& figure : changed.select_nodes(".//figure")) figures.push_back(figure.node());
   ASSERT_EQ(figures.size(), 2u);
-  EXPECT_EQ(TextOf(figures[0].child("figcaption")), "A (old): maps[0]");
-  EXPECT_EQ(TextOf(figures[1].child("figcaption")), "B (new): maps[0]");
+  EXPECT_EQ(TextOf(figures[0].child("figcaption")), "A (old): " + Named("maps", b.maps(0)));
+  EXPECT_EQ(TextOf(figures[1].child("figcaption")), "B (new): " + Named("maps", b.maps(0)));
   ASSERT_EQ(Outlined(figures[1]).size(), 1u);
   EXPECT_NE(Outlined(figures[1])[0].find(": 999, changed"), std::string::npos) << Outlined(figures[1])[0];
   ASSERT_EQ(Outlined(figures[0]).size(), 1u);
@@ -219,7 +238,7 @@ TEST(DiffReportTest, ChangedTablesAreDrawnSideBySideOnOneScaleWithTheChangedCell
   EXPECT_EQ(top(figures[0]), "999");
   EXPECT_EQ(top(figures[1]), "999");
   // Tables that did not change are not drawn.
-  const pugi::xml_node same = page.ById("d-maps-1");
+  const pugi::xml_node same = EntryBlock(page, Named("maps", b.maps(1)));
   ASSERT_TRUE(same);
   EXPECT_FALSE(same.select_node(".//svg"));
 }

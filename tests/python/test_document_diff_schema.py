@@ -27,10 +27,11 @@ def test_diff_lists_what_changed_as_the_tool_does(tmp_path, run_tool):
     old, new = two_documents()
     differences = document.diff(old, new, "ConfigData")
     assert differences == [
-        document.Difference("inputs[0].alias", "modified", '"Oil temperature"', '"Gearbox oil"'),
-        document.Difference("inputs[0].config<AdcConfiguration>.range", "modified", "range12V", "range5V"),
-        document.Difference("inputs[1]", "removed", '{ id: 2 alias: "Spare" }', None),
-        document.Difference("maps[0]", "added", None, "{ id: 4 }"),
+        document.Difference('inputs[id=1 "Gearbox oil"].alias', "modified", '"Oil temperature"', '"Gearbox oil"'),
+        document.Difference('inputs[id=1 "Gearbox oil"].config<AdcConfiguration>.range', "modified", "range12V",
+                            "range5V"),
+        document.Difference('inputs[id=2 "Spare"]', "removed", '{ id: 2 alias: "Spare" }', None),
+        document.Difference("maps[id=4]", "added", None, "{ id: 4 }"),
     ]
     (tmp_path / "old.bin").write_bytes(old)
     printed = run_tool("diff", str(tmp_path / "old.bin"), "-", data=new, check=False)

@@ -53,6 +53,8 @@ TEST(ToolCompletionTest, CompletesEachCommandsOptions) {
 
 TEST(ToolCompletionTest, CompletesTheValuesAnOptionTakes) {
   EXPECT_EQ(Complete({"gcuschema", "decode", "--format", ""}), "json\ntext\n");
+  EXPECT_EQ(Complete({"gcuschema", "diff", "--format", ""}), "text\njson\nhtml\n");
+  EXPECT_EQ(Complete({"gcuschema", "inspect", "-f", "j"}), "json\n");
   EXPECT_EQ(Complete({"gcuschema", "diff", "--from", "b"}), "binary\n");
   EXPECT_EQ(Complete({"gcuschema", "encode", "--from", ""}), "binary\njson\ntext\n");
   EXPECT_EQ(Complete({"gcuschema", "set", "-f", ""}), "binary\njson\ntext\n");

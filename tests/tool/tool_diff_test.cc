@@ -1,10 +1,12 @@
-// diff: field paths with old and new values, settings expanded; exit 0
-// when equal, 1 when different, 2 when a document cannot be read.
+// diff: field paths with old and new values, settings expanded, entries
+// named by id; as text or JSON; exit 0 when equal, 1 when different, 2 when
+// a document cannot be read.
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include <gcuschema/AdcConfiguration.pb.h>
+#include <gcuschema/DigitalInputConfiguration.pb.h>
 #include <gcuschema/Config.pb.h>
 #include <gcuschema/document/samples.h>
 
@@ -39,7 +41,7 @@ TEST(ToolDiffTest, DocumentsThatDifferOnlyInNaNBitsDiffer) {
   const std::string b = dir.Put("b.bin", std::string("\x1A\x07\x08\x01\x45\x00\x00\xC0\xFF", 9));
   ProcessResult result = RunTool({"diff", a, b});
   EXPECT_EQ(result.exit_status, 1) << result.err;
-  EXPECT_EQ(result.out, "~ inputs[0].minValue: NaN 0x7fc00000 -> NaN 0xffc00000\n");
+  EXPECT_EQ(result.out, "~ inputs[id=1].minValue: NaN 0x7fc00000 -> NaN 0xffc00000\n");
 }
 
 TEST(ToolDiffTest, LongUnknownFieldsAreShownFromWhereTheyDiffer) {
@@ -71,7 +73,7 @@ TEST(ToolDiffTest, NegativeZeroInASingleFieldDiffersFromZero) {
     SCOPED_TRACE(path);
     ProcessResult result = RunTool({"diff", absent, path});
     EXPECT_EQ(result.exit_status, 1) << result.err;
-    EXPECT_EQ(result.out, "~ inputs[0].minValue: 0 -> -0\n");
+    EXPECT_EQ(result.out, "~ inputs[id=1].minValue: 0 -> -0\n");
     result = RunTool({"diff", path, negative});
     EXPECT_EQ(result.exit_status, 0) << result.err;
     EXPECT_EQ(result.out, "");
@@ -80,18 +82,13 @@ TEST(ToolDiffTest, NegativeZeroInASingleFieldDiffersFromZero) {
 
 TEST(ToolDiffTest, ChangedFieldIsShownWithOldAndNewValues) {
   ConfigData changed = SampleDocument();
-  const std::string old_alias = changed.inputs(0).alias();
-  ASSERT_FALSE(old_alias.empty()) << "the sample names its inputs";
   changed.mutable_inputs(0)->set_alias("renamed-input");
   ScratchDir dir;
   const std::string a = dir.Put("a.bin", EncodeRecord(SampleDocument()));
   const std::string b = dir.Put("b.bin", EncodeRecord(changed));
   ProcessResult result = RunTool({"diff", a, b});
   EXPECT_EQ(result.exit_status, 1) << result.err;
-  const std::string line = result.out.substr(0, result.out.find('\n'));
-  EXPECT_NE(line.find("inputs[0].alias"), std::string::npos) << result.out;
-  EXPECT_NE(line.find("renamed-input"), std::string::npos) << result.out;
-  EXPECT_NE(line.find(old_alias), std::string::npos) << result.out;
+  EXPECT_EQ(result.out, "~ inputs[id=1 \"renamed-input\"].alias: \"Analog_001\" -> \"renamed-input\"\n");
 }
 
 TEST(ToolDiffTest, ChangeInsideSettingsIsShownAsAFieldOfTheSettingsRecord) {
@@ -111,9 +108,86 @@ TEST(ToolDiffTest, ChangeInsideSettingsIsShownAsAFieldOfTheSettingsRecord) {
   const std::string b = dir.Put("b.bin", EncodeRecord(changed));
   ProcessResult result = RunTool({"diff", a, b});
   EXPECT_EQ(result.exit_status, 1) << result.err;
-  EXPECT_NE(result.out.find("inputs[" + std::to_string(adc) + "].config"), std::string::npos)
-      << result.out;
-  EXPECT_NE(result.out.find("inMinValue"), std::string::npos) << result.out;
+  EXPECT_EQ(result.out, "~ inputs[id=" + std::to_string(config.inputs(adc).id()) + " \"" + config.inputs(adc).alias() +
+                            "\"].config<AdcConfiguration>.inMinValue: " + std::to_string(settings.inminvalue() - 1) +
+                            " -> " + std::to_string(settings.inminvalue()) + "\n");
+}
+
+// The sample with its first two inputs swapped and the delay of input 2,
+// "Switch_002", changed from 24 to 30.
+ConfigData SwappedAndChanged() {
+  ConfigData config = SampleDocument();
+  config.mutable_inputs()->SwapElements(0, 1);
+  DigitalInConfiguration digital;
+  EXPECT_TRUE(digital.ParseFromString(config.inputs(0).config()));
+  EXPECT_EQ(digital.delay(), 24u);
+  digital.set_delay(30);
+  config.mutable_inputs(0)->set_config(digital.SerializeAsString());
+  return config;
+}
+
+TEST(ToolDiffTest, EntriesAreNamedByIdAndAliasAndAReorderingIsOneLine) {
+  ScratchDir dir;
+  const std::string a = dir.Put("a.bin", EncodeRecord(SampleDocument()));
+  const std::string b = dir.Put("b.bin", EncodeRecord(SwappedAndChanged()));
+  ProcessResult result = RunTool({"diff", a, b});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out,
+            "~ inputs[id=2 \"Switch_002\"].config<DigitalInConfiguration>.delay: 24 -> 30\n"
+            "~ inputs reordered: 2 before 1\n");
+}
+
+TEST(ToolDiffTest, FormatJsonGivesTheDifferencesForPrograms) {
+  ScratchDir dir;
+  const std::string a = dir.Put("a.bin", EncodeRecord(SampleDocument()));
+  const std::string b = dir.Put("b.bin", EncodeRecord(SwappedAndChanged()));
+  ProcessResult result = RunTool({"diff", "--format", "json", a, b});
+  EXPECT_EQ(result.exit_status, 1) << result.err;
+  EXPECT_EQ(result.out, R"([
+  {
+    "path": "inputs[id=2 \"Switch_002\"].config<DigitalInConfiguration>.delay",
+    "kind": "modified",
+    "old": "24",
+    "new": "30",
+    "entries": [
+      {
+        "list": "inputs",
+        "key": "id",
+        "id": 2,
+        "alias": "Switch_002"
+      }
+    ]
+  },
+  {
+    "path": "inputs",
+    "kind": "reordered",
+    "old": "1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12",
+    "new": "2, 1, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12",
+    "moves": "2 before 1",
+    "entries": [
+      {
+        "list": "inputs",
+        "key": "id",
+        "id": 2,
+        "alias": "Switch_002"
+      }
+    ]
+  }
+]
+)");
+  // Equal documents: an empty array, exit 0.
+  result = RunTool({"diff", "-f", "json", a, a});
+  EXPECT_EQ(result.exit_status, 0) << result.err;
+  EXPECT_EQ(result.out, "[]\n");
+}
+
+TEST(ToolDiffTest, AnUnknownOutputFormatIsRefused) {
+  ScratchDir dir;
+  const std::string a = dir.Put("a.bin", EncodeRecord(SampleDocument()));
+  ProcessResult result = RunTool({"diff", "--format", "yaml", a, a});
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_NE(result.err.find("yaml"), std::string::npos) << result.err;
 }
 
 TEST(ToolDiffTest, UnreadableDocumentExitsTwo) {

@@ -65,7 +65,7 @@ TEST(ToolFormatsTest, EditedJsonIsLintedAndComparedWithoutEncodingIt) {
   RunToolOk({"lint", edited});
   ProcessResult diff = RunTool({"diff", w.binary, edited});
   EXPECT_EQ(diff.exit_status, 1) << diff.err;
-  EXPECT_EQ(diff.out, "~ inputs[0].alias: \"Analog_001\" -> \"Oil temperature\"\n");
+  EXPECT_EQ(diff.out, "~ inputs[id=1 \"Oil temperature\"].alias: \"Analog_001\" -> \"Oil temperature\"\n");
   // From standard input too.
   ProcessResult piped = RunTool({"diff", w.binary, "-"}, json);
   EXPECT_EQ(piped.exit_status, 1) << piped.err;

@@ -1,4 +1,5 @@
-// inspect: the library's summary of a document read from a file.
+// inspect: the library's summary of a document read from a file, as text
+// with a table of entries per kind, or as JSON.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -39,6 +40,62 @@ TEST(ToolInspectTest, ReadsStandardInputGivenAsDash) {
   ASSERT_EQ(from_stdin.exit_status, 0) << from_stdin.err;
   EXPECT_FALSE(from_stdin.out.empty());
   EXPECT_EQ(from_stdin.out, from_file.out);
+}
+
+TEST(ToolInspectTest, ListsTheEntriesOfEachKind) {
+  // The sample of 6 inputs: after the summary, a table per kind of entry.
+  const std::string bytes = RunToolOk({"sample", "--inputs", "6"}).out;
+  const std::string out = RunToolOk({"inspect", "-"}, bytes).out;
+  const std::size_t tables = out.find("  input entries:\n");
+  ASSERT_NE(tables, std::string::npos) << out;
+  EXPECT_EQ(out.substr(tables), R"(  input entries:
+    id  alias             pin  type                    settings                         bytes  settings bytes
+     1  "Analog_001"        1  AdcInput (0)            AdcConfiguration                    56              24
+     2  "Switch_002"        2  DigitalInput (2)        DigitalInConfiguration              32              10
+     3  "ShaftSpeed_003"    3  PhonicWheelInput (3)    PhonicWheelConfiguration            92              56
+     4  "Bus_004"           0  CanbusInput (4)         CanbusInputConfiguration            59              42
+     5  "Constant_005"      0  ConstantValueInput (6)  ConstantValueInputConfiguration     25               3
+     6  "Compare_006"       0  CompareInput (7)        CompareConfiguration                45              24
+  output entries:
+    id  alias           pin  type              settings                   bytes  settings bytes
+     1  "Solenoid_001"    1  PwmOutput (0)     PwmConfiguration              48              20
+     2  "Analog_002"      2  DacOutput (1)     DacConfiguration              44              13
+     3  "Bus_003"         0  CanbusOutput (2)  CanbusOutputConfiguration     48              31
+  map entries:
+    id  alias         type                   table                      bytes  table bytes
+     1  "Clutch_001"  Interpolated3dMap (1)  Map3D, paired by its type    187          162
+  driver entries:
+    id  type  settings           bytes  settings bytes
+     1     2  (opaque settings)     29               9
+  handler entries:
+    bus  entityId  type  settings           bytes  settings bytes
+      1         1     2  (opaque settings)     17              11
+      1         2     3  (opaque settings)     12               6
+      1         3     1  (opaque settings)     15               9
+      2         4     2  (opaque settings)     20              14
+      2         5     3  (opaque settings)     12               6
+      2         6     3  (opaque settings)     12               6
+)");
+}
+
+TEST(ToolInspectTest, FormatJsonGivesTheLibrarysSummaryForPrograms) {
+  ConfigData config;
+  document::SampleOptions options;
+  options.inputs = 6;
+  document::SampleConfig(options, &config);
+  ScratchDir dir;
+  const std::string path = dir.Put("config.bin", EncodeRecord(config));
+  ProcessResult result = RunTool({"inspect", "--format", "json", path});
+  ASSERT_EQ(result.exit_status, 0) << result.err;
+  document::InspectOptions inspect;
+  const std::string encoded = EncodeRecord(config);
+  inspect.encoded = encoded;
+  EXPECT_EQ(result.out, document::InspectAsJson(config, inspect));
+  EXPECT_NE(result.out.find("\n        \"alias\": \"Switch_002\",\n"), std::string::npos) << result.out;
+  // An unknown format is refused before anything is read.
+  result = RunTool({"inspect", "-f", "yaml", path});
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_EQ(result.out, "");
 }
 
 TEST(ToolInspectTest, TruncatedDocumentExitsTwo) {

@@ -130,7 +130,10 @@ TEST(ToolDiffPageTest, HtmlShowsBothSidesWithTheDifferencesAndExitsAsTheTextDoes
   EXPECT_EQ(result.out, "");
   const std::string page = ReadFileBytes(dir.File("d.html"));
   EXPECT_EQ(Count(page, kPolicy), 1u);
-  EXPECT_NE(page.find("<tr class=\"changed\"><td class=\"path\">inputs[0].alias</td>"), std::string::npos) << page;
+  // Paths name the entry by id and alias, as the text does, escaped.
+  EXPECT_NE(page.find("<tr class=\"changed\"><td class=\"path\">inputs[id=1 \"&lt;b&gt;renamed&lt;/b&gt;\"].alias</td>"),
+            std::string::npos)
+      << page;
   EXPECT_NE(page.find("&lt;b&gt;renamed&lt;/b&gt;"), std::string::npos);
   EXPECT_EQ(page.find("<b>renamed"), std::string::npos);
 
@@ -141,7 +144,7 @@ TEST(ToolDiffPageTest, HtmlShowsBothSidesWithTheDifferencesAndExitsAsTheTextDoes
   // The text is as it was, to standard output or to -o.
   result = RunTool({"diff", old_path, new_path, "-o", dir.File("d.txt")});
   EXPECT_EQ(result.exit_status, 1);
-  EXPECT_EQ(ReadFileBytes(dir.File("d.txt")), "~ inputs[0].alias: \"" + a.inputs(0).alias() +
+  EXPECT_EQ(ReadFileBytes(dir.File("d.txt")), "~ inputs[id=1 \"<b>renamed</b>\"].alias: \"" + a.inputs(0).alias() +
                                                   "\" -> \"<b>renamed</b>\"\n");
   result = RunTool({"diff", "--format", "pdf", old_path, new_path});
   EXPECT_EQ(result.exit_status, 2);

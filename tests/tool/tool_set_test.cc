@@ -32,7 +32,7 @@ TEST(ToolSetTest, EditsABinaryDocumentInPlaceChangingOnlyTheEditedByte) {
   ASSERT_EQ(edited.size(), original.size());
   EXPECT_EQ(Differences(original, edited).size(), 1u);
   const ProcessResult diff = RunTool({"diff", dir.Put("before.bin", original), path});
-  EXPECT_EQ(diff.out, "~ inputs[1].config<DigitalInConfiguration>.delay: 24 -> 50\n");
+  EXPECT_EQ(diff.out, "~ inputs[id=2 \"Switch_002\"].config<DigitalInConfiguration>.delay: 24 -> 50\n");
   EXPECT_EQ(dir.Entries(), (std::vector<std::string>{"before.bin", "config.bin"}));
 }
 

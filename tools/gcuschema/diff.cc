@@ -49,7 +49,8 @@ int RunDiff(const DiffArguments& args) {
     report = AsFailure(InputName(args.old_input) + " and " + InputName(args.new_input),
                        [&] { return document::DiffReport(*a, *b, differences, options); });
   } else {
-    report = document::FormatDifferences(differences);
+    report = args.format == "json" ? document::DifferencesAsJson(differences)
+                                   : document::FormatDifferences(differences);
     if (!report.empty() && report.back() != '\n') report += '\n';
   }
   WriteOutput(args.output, report);
@@ -62,16 +63,18 @@ Command AddDiffCommand(CLI::App* app) {
   auto args = std::make_shared<DiffArguments>();
   CLI::App* command = app->add_subcommand(
       "diff",
-      "Compare two documents (binary, JSON or text) field by field, settings expanded: \"~ path: old -> "
-      "new\", \"+ path: new\", \"- path: old\"; or, with --format html, one self-contained HTML page "
-      "showing the two side by side with the differences marked; exit 0 when equal, 1 when they differ");
+      "Compare two documents (binary, JSON or text) field by field, settings expanded, entries matched and "
+      "named by id: \"~ path: old -> new\", \"+ path: new\", \"- path: old\", \"~ list reordered: moves\"; "
+      "with --format json the same for programs, with --format html one self-contained HTML page showing the "
+      "two side by side with the differences marked; exit 0 when equal, 1 when they differ");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
   args->from.AddTo(command);
   command
       ->add_option("-f,--format", args->format,
-                   "Output format: text (a line per difference) or html (a page, the documents side by side)")
-      ->check(CLI::IsMember({"text", "html"}))
+                   "Output format: text (one line per difference), json (an array of objects: path, kind, old, "
+                   "new, entries) or html (a page, the documents side by side)")
+      ->check(CLI::IsMember({"text", "json", "html"}))
       ->capture_default_str();
   AddOutputOption(command, &args->output);
   command->add_option("A", args->old_input, "Old document (standard input if -)")->required();

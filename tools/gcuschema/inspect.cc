@@ -18,6 +18,7 @@ struct InspectArguments {
   TypeOption type;
   PairingOptions pairing;
   FromOption from;
+  std::string format = "text";
   std::string input;
 };
 
@@ -28,7 +29,9 @@ int RunInspect(const InspectArguments& args) {
   document::InspectOptions options;
   options.pairing = reading.pairing;
   options.encoded = record.encoded();
-  std::string summary = AsFailure(InputName(args.input), [&] { return document::Inspect(*record, options); });
+  std::string summary = AsFailure(InputName(args.input), [&] {
+    return args.format == "json" ? document::InspectAsJson(*record, options) : document::Inspect(*record, options);
+  });
   if (!summary.empty() && summary.back() != '\n') summary += '\n';
   WriteOutput("", summary);
   return 0;
@@ -39,10 +42,16 @@ int RunInspect(const InspectArguments& args) {
 Command AddInspectCommand(CLI::App* app) {
   auto args = std::make_shared<InspectArguments>();
   CLI::App* command = app->add_subcommand(
-      "inspect", "Summarise a document (binary, JSON or text): identity, entries by type, section sizes");
+      "inspect",
+      "Summarise a document (binary, JSON or text): identity, entries by type, section sizes, then each kind's "
+      "entries (id, alias, pin, type, settings record, bytes)");
   args->type.AddTo(command);
   args->pairing.AddTo(command);
   args->from.AddTo(command);
+  command->add_option("-f,--format", args->format, "Output format: text, or json (the same summary, every list "
+                                                   "whole, for programs)")
+      ->check(CLI::IsMember({"text", "json"}))
+      ->capture_default_str();
   command->add_option("IN", args->input, "Document (standard input if -)")->required();
   return {command, [args] { return RunInspect(*args); }};
 }

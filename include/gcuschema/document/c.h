@@ -137,7 +137,7 @@ typedef enum gcuschema_difference_kind {
 
 typedef struct gcuschema_difference {
   gcuschema_difference_kind kind;
-  const char* path;      /* "inputs[0].config<AdcConfiguration>.range" */
+  const char* path;      /* "inputs[id=1 \"Oil\"].config<AdcConfiguration>.range" */
   const char* old_value; /* as the schema's text; "" when added */
   const char* new_value; /* "" when removed */
 } gcuschema_difference;
@@ -203,7 +203,11 @@ GCUSCHEMA_DOCUMENT_API void gcuschema_findings_free(gcuschema_finding* findings)
 
 /* The differences from `a` to `b`, two documents of one record, settings
  * compared as the records they hold: an array of `*count` differences (NULL
- * when the two are equal), released with gcuschema_differences_free. */
+ * when the two are equal), released with gcuschema_differences_free.
+ * Entries with identifiers are matched and named by them; entries that
+ * stand in another order come as a modification of their list (path
+ * "inputs"), old and new values the identifiers in each document's order
+ * ("1, 2, 3" and "2, 1, 3"). */
 GCUSCHEMA_DOCUMENT_API gcuschema_status gcuschema_diff(const gcuschema_document* a, const gcuschema_document* b,
                                                        const gcuschema_pairing* pairing,
                                                        gcuschema_difference** differences, size_t* count,

@@ -14,7 +14,11 @@ namespace gcuschema::document {
 
 // A readable summary of a record: for a ConfigData the counts of inputs and
 // outputs by type name, maps, buses with their frames, estimators, units,
-// the identity strings and the bytes taken by each section; for a DeviceData
+// the identity strings and the bytes taken by each section, then a table
+// of the entries of each kind (inputs and outputs: id, alias, pin, type,
+// settings record, bytes of the entry and of its settings; maps: id,
+// alias, type, how the table was read, bytes; drivers; the buses'
+// handlers), in document order; for a DeviceData
 // its identity, its blocks' sizes and its configuration's summary; for a
 // calibration its identity and list sizes; for other records their fields.
 // Settings are counted by the record their type code pairs, with how many of
@@ -36,6 +40,17 @@ struct InspectOptions {
 
 GCUSCHEMA_DOCUMENT_API std::string Inspect(const google::protobuf::Message& record,
                                            const InspectOptions& options = {});
+
+// The same summary as a JSON object for programs: "record", "bytes" (and
+// "canonicalBytes" and "notCanonical" where the bytes read are not those
+// the record writes), then what the text shows, under the schema's field
+// names where a value is a field's. A ConfigData's lists have "count" and
+// "bytes"; inputs and outputs "byType" and "entries", maps "byType" and
+// "entries", drivers "entries", canbus "buses" and "handlers",
+// canbusRouter "routes", estimationData "estimators". Every list is given
+// whole (the text shows the first buses, routers and estimators).
+GCUSCHEMA_DOCUMENT_API std::string InspectAsJson(const google::protobuf::Message& record,
+                                                 const InspectOptions& options = {});
 
 }  // namespace gcuschema::document
 
