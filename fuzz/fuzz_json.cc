@@ -4,6 +4,8 @@
 // accepts encodes, re-parses, and shows as JSON that collapses to the same
 // bytes. Encode, which makes the encoding without a record where it can,
 // accepts what Read accepts and gives the bytes the record read encodes to.
+// The record's JSON with type codes by name (WriteOptions::type_names) reads
+// back, by Read and by Encode, to the same bytes.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -47,6 +49,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const std::vector<const Descriptor*> types = gcuschema::test::AllRecords();
   static const document::ReadOptions kJson{document::Format::kJson};
   static const document::WriteOptions kExpanded;
+  static const document::WriteOptions kNamed = [] {
+    document::WriteOptions options;
+    options.type_names = true;
+    return options;
+  }();
   if (size == 0 || types.empty()) return 0;
   const Descriptor* type = types[data[0] % types.size()];
   const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
@@ -86,5 +93,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string written_again;
   document::Encode(document::WriteString(*reparsed, document::Format::kJson, kExpanded), type, &written_again, kJson);
   if (written_again != encoded) Fail(type, "Encode of the JSON written gives other bytes than the record");
+
+  const std::string named = document::WriteString(*reparsed, document::Format::kJson, kNamed);
+  std::unique_ptr<Message> from_named = document::NewRecord(type);
+  try {
+    document::Read(named, from_named.get(), kJson);
+  } catch (const document::Error& e) {
+    Fail(type, std::string("the JSON of an accepted document with type names does not read: ") + e.what());
+  }
+  if (from_named->SerializeAsString() != encoded) Fail(type, "JSON with type names reads as another record");
+  std::string named_encoded;
+  document::Encode(named, type, &named_encoded, kJson);
+  if (named_encoded != encoded) Fail(type, "Encode of the JSON with type names gives other bytes than the record");
   return 0;
 }

@@ -8,8 +8,9 @@
 //   corpus/fuzz_records/     one populated instance of every record, and
 //                            the edge cases the wire tests pin
 //   corpus/fuzz_expand/      sample documents of the three kinds, small and larger
-//   corpus/fuzz_json/        the expanded JSON of those samples and of every
-//                            populated record
+//   corpus/fuzz_json/        the expanded JSON of those samples (the documents
+//                            with entries also with type codes by name) and of
+//                            every populated record
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -238,9 +239,16 @@ void WriteJsonCorpus(const std::string& dir) {
           std::string(1, static_cast<char>(i)) + WriteString(*record, Format::kJson, Indented(0)));
   }
   for (const auto& [name, record] : Samples()) {
-    Write(dir + "/corpus/fuzz_json/" + name,
-          std::string(1, index.at(record->GetDescriptor()->full_name())) +
-              WriteString(*record, Format::kJson, Indented(1)));
+    const std::string selector(1, index.at(record->GetDescriptor()->full_name()));
+    Write(dir + "/corpus/fuzz_json/" + name, selector + WriteString(*record, Format::kJson, Indented(1)));
+    gcuschema::document::WriteOptions named = Indented(1);
+    named.type_names = true;
+    gcuschema::document::WriteOptions typed = Indented(1);
+    typed.type_name = true;
+    const std::string with_names = WriteString(*record, Format::kJson, named);
+    if (with_names != WriteString(*record, Format::kJson, typed)) {
+      Write(dir + "/corpus/fuzz_json/" + name + ".type-names", selector + with_names);
+    }
   }
 }
 

@@ -124,6 +124,7 @@ void JsonDescent::Descend(const pb::Descriptor* type) {
   }
   const simdjson::simdjson_result<const char*> after = document_.current_location();
   if (!after.error()) SyntaxFailure(after.value_unsafe());
+  if (untyped_name_ != nullptr && !typed_) TypeNameInPlainJson();
 
   // The text and its index are done with: given back before the record
   // grows, so that the two never take memory at once.
@@ -223,6 +224,7 @@ bool JsonDescent::Annotation(sj::value& value, std::string_view name, std::size_
 
 void JsonDescent::DocumentType(sj::value& value) {
   root_type_seen_ = true;
+  typed_ = true;
   const char* at = Start(value);
   const std::string& name = root_->full_name();
   if (*at != '"') Fail(at, kTypeKey, "expected the name of the document's record, found " + Describe(at));
@@ -423,9 +425,11 @@ void JsonDescent::Member(sj::value& value, const FieldPlan& field, RecordBeingRe
     return;
   }
   std::int64_t integer = 0;
-  if (Scalar(value, field, at, false, &integer) && field.field == place.plan->type_code) {
-    place.type_code = static_cast<int>(integer);
-  }
+  const bool type_code = field.field == place.plan->type_code;
+  const pb::EnumDescriptor* names = type_code && field.kind != ValueKind::kEnum ? place.plan->type_code_names : nullptr;
+  const bool set = names != nullptr && *at == '"' ? TypeCodeName(value, field, names, at, &integer)
+                                                  : Scalar(value, field, at, false, &integer);
+  if (set && type_code) place.type_code = static_cast<int>(integer);
 }
 
 void JsonDescent::SubRecord(sj::value& value, const FieldPlan& field, const RecordPlan& plan, int depth,
@@ -523,6 +527,7 @@ void JsonDescent::Settings(sj::value& value, const FieldPlan& field, RecordBeing
     break;
   }
   if (type_at == nullptr) MissingType(holder);
+  typed_ = true;
   const pb::Descriptor* type = nullptr;
   if (const auto known = record_types_.find(type_name); known != record_types_.end()) {
     type = known->second;

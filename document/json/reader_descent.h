@@ -104,6 +104,11 @@ class JsonDescent {
   // A value of a scalar field, encoded (its tag too unless `packed`); false
   // when it sets nothing. `*integer` gets integers and enumeration numbers.
   bool Scalar(sj::value& value, const FieldPlan& field, const char* at, bool packed, std::int64_t* integer);
+  // An entry's type code given in a string that holds no number: by the
+  // name its kind gives it; false when it sets nothing.
+  bool TypeCodeName(sj::value& value, const FieldPlan& field, const pb::EnumDescriptor* names, const char* at,
+                    std::int64_t* integer);
+  [[noreturn]] void TypeNameInPlainJson() const;
   template <typename T>
   NumberProblem Integer(sj::value& value, const char* at, T* out);
   void PutInteger(const FieldPlan& field, bool packed, std::uint64_t bits);
@@ -159,6 +164,14 @@ class JsonDescent {
   sj::document document_;
   sj::object root_object_;
   bool root_type_seen_ = false;
+  // Whether the document carries "@type" (its own or a `config` object's):
+  // it is then this library's JSON, which may give type codes by name.
+  // Plain proto3 JSON may not: the first name read before any "@type" is
+  // kept, refused when the document ends without one.
+  bool typed_ = false;
+  const pb::EnumValueDescriptor* untyped_name_ = nullptr;
+  std::size_t untyped_name_at_ = kNowhere;
+  std::string untyped_name_path_;
   bool syntax_failed_ = false;
 
   Wire wire_;

@@ -193,6 +193,55 @@ bool JsonDescent::Scalar(sj::value& value, const FieldPlan& field, const char* a
   return false;
 }
 
+// Names are this library's JSON, read where the document carries "@type";
+// the place of one read before any "@type" is kept for the refusal, should
+// the document end without one (plain proto3 JSON, where a type code is a
+// number).
+bool JsonDescent::TypeCodeName(sj::value& value, const FieldPlan& field, const pb::EnumDescriptor* names,
+                               const char* at, std::int64_t* integer) {
+  const std::string_view text = StringAt(at, value.raw_json_token().size());
+  std::int64_t number = 0;
+  if (IntegerOfText(text, &number) != NumberProblem::kNotANumber) return Scalar(value, field, at, false, integer);
+  const pb::EnumValueDescriptor* found = nullptr;
+  for (int i = 0; i < names->value_count() && found == nullptr; ++i) {
+    if (names->value(i)->name() == text) found = names->value(i);
+  }
+  if (found == nullptr) {
+    // Skipped as an enumeration's unknown name is.
+    if (options_.ignore_unknown_fields) return false;
+    std::vector<std::string> candidates;
+    for (int i = 0; i < names->value_count(); ++i) candidates.push_back(names->value(i)->name());
+    bool named = false;
+    const std::string message =
+        UnknownName("a number or a value of " + names->full_name(), Shortened(text), candidates, &named);
+    Remedy remedy;
+    if (!named) {
+      remedy.kind = Remedy::Kind::kListNames;
+      remedy.record = names->containing_type()->full_name();
+    }
+    Fail(at, Path(), message, remedy);
+  }
+  if (!typed_ && untyped_name_ == nullptr) {
+    untyped_name_ = found;
+    untyped_name_at_ = Offset(at);
+    untyped_name_path_ = Path();
+  }
+  // Code 0, a proto3 zero, is left out by the record.
+  if (found->number() == 0 && !field.explicit_presence) canonical_ = false;
+  PutInteger(field, false, static_cast<std::uint64_t>(static_cast<std::int64_t>(found->number())));
+  *integer = found->number();
+  return true;
+}
+
+void JsonDescent::TypeNameInPlainJson() const {
+  const std::string code = std::to_string(untyped_name_->number());
+  Fail(untyped_name_at_, untyped_name_path_,
+       "\"" + untyped_name_->name() + "\" is the name of type code " + code +
+           ", but the document is plain proto3 JSON (it carries no \"@type\"), which gives type codes as "
+           "numbers: write " + code + ", or make it expanded JSON by giving it \"@type\": \"" + root_->full_name() +
+           "\" as its first member");
+}
+
 // A number, or a string holding one, as an integer of type T.
 template <typename T>
 NumberProblem JsonDescent::Integer(sj::value& value, const char* at, T* out) {

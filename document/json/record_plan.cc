@@ -72,7 +72,10 @@ const RecordPlan& RecordPlans::Get(const pb::Descriptor* type) {
   plan.has_extensions = type->extension_range_count() > 0;
   const FieldDescriptor* config = SettingsField(type);
   plan.entry = EntryKindOf(type, &plan.kind);
-  if (plan.entry) plan.type_code = type->FindFieldByName("type");
+  if (plan.entry) {
+    plan.type_code = type->FindFieldByName("type");
+    plan.type_code_names = TypeCodeNames(plan.kind);
+  }
   plan.fields.reserve(type->field_count());
   for (int i = 0; i < type->field_count(); ++i) {
     const FieldDescriptor* field = type->field(i);

@@ -60,6 +60,9 @@ struct RecordPlan {
   bool entry = false;
   EntryKind kind = EntryKind::kInput;
   const google::protobuf::FieldDescriptor* type_code = nullptr;
+  // The names of the kind's type codes (Input.Type, ...); null for kinds
+  // whose codes are plain numbers.
+  const google::protobuf::EnumDescriptor* type_code_names = nullptr;
   bool has_extensions = false;
   // Float or double fields here or in sub-records: NaNs to look at.
   bool has_floats = false;

@@ -61,7 +61,8 @@ JsonWriter::JsonWriter(const WriteOptions& options, std::string* out,
 
 void JsonWriter::Document(const pb::Message& record) {
   const std::string name = record.GetDescriptor()->full_name();
-  Record(record, 0, options_.type_name ? &name : nullptr);
+  // Type names are read back only from a document that carries "@type".
+  Record(record, 0, options_.type_name || options_.type_names ? &name : nullptr);
   if (sink_ != nullptr && !out_->empty()) {
     (*sink_)(*out_);
     out_->clear();
@@ -136,6 +137,16 @@ void JsonWriter::Record(const pb::Message& record, int level, const std::string*
         const Walk::Step step = walk_.Into(settings, f->name());
         member(key);
         Record(*settings.record, level + 1, &settings.paired->full_name());
+        continue;
+      }
+    }
+    // A type code by its name, code 0 too: a reader of the text then sees
+    // what each entry is without knowing which code goes unwritten.
+    if (options_.type_names && f == plan.type_code && plan.type_code_names != nullptr) {
+      if (const pb::EnumValueDescriptor* name =
+              plan.type_code_names->FindValueByNumber(TypeCodeIn(record, reflection, f))) {
+        member(key);
+        AppendJsonString(name->name(), out_);
         continue;
       }
     }

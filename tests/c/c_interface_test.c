@@ -270,7 +270,9 @@ static void errors_say_where(void) {
   CHECK(document == NULL);
   CHECK(gcuschema_error_status(error) == GCUSCHEMA_ERROR_DOCUMENT);
   CHECK(same_text(gcuschema_error_message(error),
-                  "line 3, column 23 (inputs[0].type): the string \"AdcInput\" is not a number for an int32 field"));
+                  "line 3, column 23 (inputs[0].type): \"AdcInput\" is the name of type code 0, but the document is "
+                  "plain proto3 JSON (it carries no \"@type\"), which gives type codes as numbers: write 0, or make "
+                  "it expanded JSON by giving it \"@type\": \"ConfigData\" as its first member"));
   CHECK(gcuschema_error_line(error) == 3);
   CHECK(gcuschema_error_column(error) == 23);
   CHECK(gcuschema_error_offset(error) == -1);

@@ -21,12 +21,30 @@ struct DecodeArguments {
   std::string format = "json";
   bool no_expand = false;
   bool original_names = false;
+  bool type_names = false;
   int threads = 0;
   std::string output;
   std::string input;
 };
 
+// Names are read back from expanded JSON only: plain proto3 JSON and text
+// format give type codes as numbers.
+void CheckTypeNames(const DecodeArguments& args) {
+  if (!args.type_names) return;
+  if (args.format == "text") {
+    throw Failure("--type-names", "",
+                  "names type codes in JSON only; text format gives them as numbers: leave out --type-names or "
+                  "--format text; see `gcuschema decode --help`");
+  }
+  if (args.no_expand) {
+    throw Failure("--type-names", "",
+                  "writes names that only expanded JSON reads back, and --no-expand writes plain proto3 JSON, "
+                  "which gives type codes as numbers: leave out one of the two; see `gcuschema decode --help`");
+  }
+}
+
 int RunDecode(const DecodeArguments& args) {
+  CheckTypeNames(args);
   args.type.Resolve();  // a wrong --type is reported before any input is read
   const document::ReadOptions reading = InputReading(args.from.Resolve(), args.pairing.Resolve());
   RefuseOverwritingInputs(args.output, {args.input});
@@ -41,6 +59,7 @@ int RunDecode(const DecodeArguments& args) {
   // Expanded JSON says what it is, so that encode needs no --type.
   writing.type_name = !args.no_expand;
   writing.original_names = args.original_names;
+  writing.type_names = args.type_names;
   writing.threads = args.threads;
   WriteDocument(args.output, *record, args.format == "text" ? document::Format::kText : document::Format::kJson,
                 writing, InputName(args.input));
@@ -67,6 +86,9 @@ Command AddDecodeCommand(CLI::App* app) {
                     "holds, no \"@type\" or \"@unknown\"");
   command->add_flag("--original-names", args->original_names,
                     "Fields under the schema's names instead of their JSON names");
+  command->add_flag("--type-names", args->type_names,
+                    "Each input's, output's and map's type code as its name (\"type\": \"DigitalInput\"), "
+                    "code 0 too (\"AdcInput\"), for people to read; encode reads it back to the same bytes");
   args->pairing.AddTo(command);
   AddThreadsOption(command, &args->threads);
   AddOutputOption(command, &args->output);

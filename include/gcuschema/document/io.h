@@ -72,6 +72,16 @@ struct WriteOptions {
   // JSON: the record's full name as a leading "@type" member, so that a
   // reader knows what the document is (DocumentType).
   bool type_name = false;
+  // JSON: an entry's type code as the name its kind gives it ("type":
+  // "DigitalInput" for an input, "type": "PwmOutput" for an output,
+  // "Point3dMap" for a map), written also for code 0, which is otherwise
+  // left out, so that every such entry says what it is; a code without a
+  // name, and the codes of drivers and handlers, stay numbers. Read turns
+  // the names back into their codes (the same encoding) in a document that
+  // carries "@type", and only there: plain proto3 JSON gives a type code as
+  // a number. So the document is given its leading "@type" whatever
+  // type_name says.
+  bool type_names = false;
   // JSON: spaces per level of nesting; 0 writes everything on one line.
   int indent = 2;
   // JSON and text: large lists of records are written by up to this many
@@ -98,7 +108,11 @@ GCUSCHEMA_DOCUMENT_API Format DetectFormat(std::string_view bytes, const google:
 // reading (a document is parsed once unless the format its first bytes
 // suggest fails). Returns the format read. Each JSON "@type" object is
 // encoded into its entry's `config` and each "@unknown" restored; a leading
-// "@type" of the document must name `record`'s type. Throws Error saying
+// "@type" of the document must name `record`'s type. An input's or output's
+// type code may be given by name ("DigitalInput", as WriteOptions::type_names
+// writes it) where the document carries "@type" (its own or a `config`
+// object's); plain proto3 JSON, which carries none, gives it as a number,
+// and a name there is an Error. Throws Error saying
 // where the input stops making sense: the byte offset and field path
 // ("byte 312 (inputs[4].alias)") or the line, column and field path; the
 // record then holds nothing. Throws UnsupportedError for JSON that needs

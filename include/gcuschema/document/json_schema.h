@@ -40,7 +40,8 @@ struct JsonSchemaOptions {
 // settings nested deeper than 16 levels of `config`, and the reader's
 // limits on size. It is stricter than the reader in a few spellings only:
 // integers in strings with a fraction or exponent ("7.0", "1e2") or "-0"
-// for an unsigned one; a type code in a string other than plain digits;
+// for an unsigned one; a type code in a string other than plain digits
+// (an input's or output's type by name, WriteOptions::type_names, among them);
 // floats in strings with an exponent, without a digit before the point, or
 // with more than 38 (308 for doubles) digits before it or 30 after; and
 // numbers just beyond the largest float that round to it.
