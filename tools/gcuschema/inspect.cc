@@ -43,7 +43,7 @@ Command AddInspectCommand(CLI::App* app) {
   args->type.AddTo(command);
   args->pairing.AddTo(command);
   args->from.AddTo(command);
-  command->add_option("IN", args->input, "Document (standard input if -)")->required();
+  command->add_option("IN", args->input, "Document (standard input if -)")->type_name(kFileValue)->required();
   return {command, [args] { return RunInspect(*args); }};
 }
 
