@@ -18,7 +18,8 @@ endif()
 # The man page is made by running the tool, which a cross build cannot.
 if(TARGET gcuschema_tool AND NOT CMAKE_CROSSCOMPILING)
   # The tool's man page, made by help2man from the help texts when installing
-  # (the build itself needs no help2man), and its bash completion.
+  # (the build itself needs no help2man), and its bash completion, which the
+  # build writes by running the tool.
   find_program(GCUSCHEMA_HELP2MAN help2man)
   set(GCUSCHEMA_MAN_PAGE "${CMAKE_CURRENT_BINARY_DIR}/man/gcuschema.1")
   install(CODE "
@@ -30,7 +31,7 @@ if(TARGET gcuschema_tool AND NOT CMAKE_CROSSCOMPILING)
       message(FATAL_ERROR \"the man page of gcuschema could not be made\")
     endif()" COMPONENT runtime)
   install(FILES "${GCUSCHEMA_MAN_PAGE}" DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
-  install(FILES tools/gcuschema/gcuschema.bash-completion RENAME gcuschema
+  install(FILES "${GCUSCHEMA_BASH_COMPLETION}" RENAME gcuschema
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
 endif()
 install(DIRECTORY include/gcuschema DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}

@@ -1,4 +1,4 @@
-# cmake -DBUILD_DIR=... -DWORK=... -P deb_contents.cmake
+# cmake -DBUILD_DIR=... -DWORK=... -DTOOL=<gcuschema> -P deb_contents.cmake
 file(REMOVE_RECURSE "${WORK}")
 execute_process(COMMAND cpack -G DEB --config "${BUILD_DIR}/CPackConfig.cmake" -B "${WORK}"
                 RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
@@ -38,5 +38,12 @@ endforeach()
 execute_process(COMMAND dpkg-deb -x ${debs} "${WORK}/root" RESULT_VARIABLE rc ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "dpkg-deb cannot unpack ${debs}:\n${err}")
+endif()
+# The package's bash completion is the one the tool writes.
+execute_process(COMMAND dpkg-deb --fsys-tarfile ${debs} COMMAND tar -xO ./usr/share/bash-completion/completions/gcuschema
+                RESULT_VARIABLE rc OUTPUT_VARIABLE packaged)
+execute_process(COMMAND "${TOOL}" completion bash RESULT_VARIABLE tool_rc OUTPUT_VARIABLE written)
+if(NOT rc EQUAL 0 OR NOT tool_rc EQUAL 0 OR written STREQUAL "" OR NOT packaged STREQUAL written)
+  message(FATAL_ERROR "the package's bash completion is not what `${TOOL} completion bash` writes")
 endif()
 message(STATUS "${listing}")

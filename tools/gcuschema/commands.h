@@ -23,6 +23,8 @@ Command AddSchemasCommand(CLI::App* app);
 Command AddSampleCommand(CLI::App* app);
 Command AddSetCommand(CLI::App* app);
 Command AddReportCommand(CLI::App* app);
+// Needs every other command set up on `app` before it runs.
+Command AddCompletionCommand(CLI::App* app);
 
 }  // namespace gcuschema::tool
 

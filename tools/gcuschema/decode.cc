@@ -92,7 +92,8 @@ Command AddDecodeCommand(CLI::App* app) {
   args->pairing.AddTo(command);
   AddThreadsOption(command, &args->threads);
   AddOutputOption(command, &args->output);
-  command->add_option("IN", args->input, "Document (standard input if absent or -)");
+  command->add_option("IN", args->input, "Document (standard input if absent or -)")
+      ->type_name(kFileValue);
   return {command, [args] { return RunDecode(*args); }};
 }
 

@@ -77,8 +77,8 @@ Command AddDiffCommand(CLI::App* app) {
       ->check(CLI::IsMember({"text", "json", "html"}))
       ->capture_default_str();
   AddOutputOption(command, &args->output);
-  command->add_option("A", args->old_input, "Old document (standard input if -)")->required();
-  command->add_option("B", args->new_input, "New document (standard input if -)")->required();
+  command->add_option("A", args->old_input, "Old document (standard input if -)")->type_name(kFileValue)->required();
+  command->add_option("B", args->new_input, "New document (standard input if -)")->type_name(kFileValue)->required();
   return {command, [args] { return RunDiff(*args); }};
 }
 

@@ -74,7 +74,8 @@ Command AddEncodeCommand(CLI::App* app) {
   command->add_option("-f,--format", args->format)->check(CLI::IsMember({"json", "text"}))->group("");
   args->pairing.AddTo(command);
   AddOutputOption(command, &args->output);
-  command->add_option("IN", args->input, "JSON or text document (standard input if absent or -)");
+  command->add_option("IN", args->input, "JSON or text document (standard input if absent or -)")
+      ->type_name(kFileValue);
   return {command, [args] { return RunEncode(*args); }};
 }
 

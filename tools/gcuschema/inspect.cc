@@ -52,7 +52,7 @@ Command AddInspectCommand(CLI::App* app) {
                                                    "whole, for programs)")
       ->check(CLI::IsMember({"text", "json"}))
       ->capture_default_str();
-  command->add_option("IN", args->input, "Document (standard input if -)")->required();
+  command->add_option("IN", args->input, "Document (standard input if -)")->type_name(kFileValue)->required();
   return {command, [args] { return RunInspect(*args); }};
 }
 

@@ -155,10 +155,10 @@ Command AddLintCommand(CLI::App* app) {
                    "Limits template (a CalibrationTemplateData, read as the document is): every value of the "
                    "calibration outside its template's bounds is an error; the document is then "
                    "a CalibrationData unless --type says otherwise")
-      ->type_name("LIMITS");
+      ->type_name(kFileValue);
   command->add_flag("-q,--quiet", args->quiet, "No summary line: only the findings");
   args->from.AddTo(command);
-  command->add_option("IN", args->input, "Document (standard input if -)")->required();
+  command->add_option("IN", args->input, "Document (standard input if -)")->type_name(kFileValue)->required();
   return {command, [args] { return RunLint(*args); }};
 }
 

@@ -130,15 +130,18 @@ int main(int argc, char** argv) {
   // Setting up a command's options is a good part of a short run: when the
   // first argument names a command, only that one is set up (nothing after
   // it can name another), and `--version` alone needs none. Otherwise all
-  // are, for --help and the messages.
+  // are, for --help and the messages, and for `completion`, which writes
+  // them all out.
   const std::pair<const char*, Command (*)(CLI::App*)> factories[] = {
       {"decode", AddDecodeCommand}, {"encode", AddEncodeCommand}, {"inspect", AddInspectCommand},
       {"lint", AddLintCommand},     {"diff", AddDiffCommand},     {"report", AddReportCommand},
       {"schemas", AddSchemasCommand}, {"sample", AddSampleCommand}, {"set", AddSetCommand},
+      {"completion", AddCompletionCommand},
   };
+  const bool completion = arguments.size() > 1 && arguments[1] == "completion";
   std::vector<Command> commands;
   for (const auto& [name, add] : factories) {
-    if (arguments.size() > 1 && arguments[1] == name) commands = {add(&app)};
+    if (!completion && arguments.size() > 1 && arguments[1] == name) commands = {add(&app)};
   }
   const bool version_only = arguments.size() == 2 && arguments[1] == "--version";
   if (commands.empty() && !version_only) {

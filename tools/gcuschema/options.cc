@@ -39,7 +39,7 @@ void TypeOption::AddTo(CLI::App* command) {
       ->add_option("-t,--type", name,
                    "Record the document holds (see `gcuschema schemas`); without it, JSON that "
                    "names its record in a leading \"@type\" is read as that record")
-      ->type_name("RECORD")
+      ->type_name(kRecordValue)
       ->capture_default_str();
 }
 
@@ -70,14 +70,14 @@ void PairingOptions::AddTo(CLI::App* command) {
                    "input:AnalogSwitchInput=AdcSwitchConfiguration or output:5=; kinds: "
                    "input, output, map, driver, handler; an empty record removes the "
                    "pairing (repeatable, applied in order)")
-      ->type_name("KIND:CODE=RECORD")
+      ->type_name(kPairValue)
       // One value per occurrence, so that --pair never swallows the input.
       ->allow_extra_args(false);
   command
       ->add_option("--map-table", map_table,
                    "Table record held in the config of every map and linearization, "
                    "e.g. Map3D")
-      ->type_name("RECORD");
+      ->type_name(kRecordValue);
 }
 
 document::PairingCatalogue PairingOptions::Resolve() const {
@@ -99,7 +99,7 @@ void AddOutputOption(CLI::App* command, std::string* output) {
       ->add_option("-o,--output", *output,
                    "Write here (through a temporary file renamed when complete) instead "
                    "of standard output (-)")
-      ->type_name("OUT")
+      ->type_name(kOutputValue)
       ->check(CLI::Validator(named, ""));
 }
 

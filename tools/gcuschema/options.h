@@ -14,6 +14,16 @@
 
 namespace gcuschema::tool {
 
+// Names of the values options and operands take, as their help shows them.
+// The bash completion offers values by these names (files, records, pairings),
+// so an option given one of them completes with no edit elsewhere; an option
+// checked by CLI::IsMember offers its members whatever its name.
+inline constexpr char kFileValue[] = "FILE";                // a file to read, - for standard input
+inline constexpr char kOutputValue[] = "OUT";               // a file to write, - for standard output
+inline constexpr char kRecordValue[] = "RECORD";            // a record of the library by name
+inline constexpr char kPairValue[] = "KIND:CODE=RECORD";    // a pairing, as --pair takes it
+inline constexpr char kSubjectValue[] = "RECORD|KIND:CODE";  // a record, or an entry kind's type code
+
 // --type RECORD: which record a document is (ConfigData unless given).
 struct TypeOption {
   std::string name = "ConfigData";

@@ -74,10 +74,10 @@ Command AddReportCommand(CLI::App* app) {
                    "Limits template (a CalibrationTemplateData, read as the document is): each value of the "
                    "calibration is shown within or outside its bounds; the document is then a CalibrationData "
                    "unless --type says otherwise")
-      ->type_name("LIMITS");
+      ->type_name(kFileValue);
   args->from.AddTo(command);
   AddOutputOption(command, &args->output);
-  command->add_option("IN", args->input, "Document (standard input if -)")->required();
+  command->add_option("IN", args->input, "Document (standard input if -)")->type_name(kFileValue)->required();
   return {command, [args] { return RunReport(*args); }};
 }
 

@@ -142,7 +142,8 @@ Command AddSchemasCommand(CLI::App* app) {
   args->pairing.AddTo(command);
   command->add_option("RECORD", args->subject,
                       "Record to show (ConfigData, CalibrationData.AdcCalibrationData) or type code "
-                      "(input:DutyInput, output:5, map:Point3dMap)");
+                      "(input:DutyInput, output:5, map:Point3dMap)")
+      ->type_name(kSubjectValue);
   return {command, [args] { return RunSchemas(*args); }};
 }
 

@@ -112,8 +112,11 @@ Command AddSetCommand(CLI::App* app) {
   args->pairing.AddTo(command);
   AddOutputOption(command, &args->output);
   command->add_option("DOC", args->input, "Document to edit (- for standard input); -o may name it to edit it in place")
+      ->type_name(kFileValue)
       ->required();
-  command->add_option("EDIT", args->edits, "PATH=VALUE, one or more, applied in order")->required();
+  command->add_option("EDIT", args->edits, "PATH=VALUE, one or more, applied in order")
+      ->type_name("PATH=VALUE")
+      ->required();
   return {command, [args] { return RunSet(*args); }};
 }
 
