@@ -133,7 +133,8 @@ TEST(JsonTypeNamesTest, ANameChoosesTheSettingsItsCodeHolds) {
   EXPECT_EQ(Encoded(R"({"@type": "ConfigData", "inputs": [{"type": "DigitalInput", )"
                     R"("config": {"@type": "AdcConfiguration"}}]})"),
             "error at line 1, column 81 (inputs[0].config): \"@type\" AdcConfiguration, but type 2 (DigitalInput) "
-            "holds DigitalInConfiguration; make them agree, or pair the code with the record");
+            "holds DigitalInConfiguration; AdcConfiguration is what type 0 (AdcInput) holds: set type to 0 if the "
+            "settings are right, or give settings of DigitalInConfiguration if the type is");
   EXPECT_EQ(Encoded(R"({"@type": "ConfigData", "inputs": [{"type": "DigitalInput", )"
                     R"("config": {"@type": "DigitalInConfiguration"}}]})"),
             Hex(Bytes({0x1A, 0x02, 0x18, 0x02})));

@@ -17,8 +17,9 @@ def error_of(call, *args, **kwargs):
 
 def test_a_json_error_gives_line_column_and_field_path():
     error = error_of(document.from_json, '{\n  "inputs": [\n    {"id": 1, "type": "AdcInput"}\n  ]\n}', "ConfigData")
-    assert str(error) == ('line 3, column 23 (inputs[0].type): the string "AdcInput" is not a number for an int32 '
-                          'field')
+    assert str(error) == ('line 3, column 23 (inputs[0].type): "AdcInput" is the name of type code 0, but the document '
+                          'is plain proto3 JSON (it carries no "@type"), which gives type codes as numbers: write 0, '
+                          'or make it expanded JSON by giving it "@type": "ConfigData" as its first member')
     assert (error.line, error.column, error.path, error.offset, error.status) == (3, 23, "inputs[0].type", None,
                                                                                   "document")
     assert isinstance(error, ValueError)

@@ -48,7 +48,7 @@ TEST(ToolCompletionTest, CompletesTheValuesAnOptionTakes) {
   EXPECT_EQ(Complete({"gcuschema", "diff", "--from", "b"}), "binary\n");
   EXPECT_EQ(Complete({"gcuschema", "encode", "--from", ""}), "binary\njson\ntext\n");
   EXPECT_EQ(Complete({"gcuschema", "set", "-f", ""}), "binary\njson\ntext\n");
-  EXPECT_EQ(Complete({"gcuschema", "diff", "--format", ""}), "text\nhtml\n");
+  EXPECT_EQ(Complete({"gcuschema", "diff", "--format", ""}), "text\njson\nhtml\n");
   EXPECT_EQ(Complete({"gcuschema", "inspect", "-t", "Dev"}), "DeviceData\n");
   // The hidden -f of encode still takes its value, so the word after it is one.
   EXPECT_EQ(Complete({"gcuschema", "encode", "-f", ""}), "json\ntext\n");
