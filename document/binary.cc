@@ -349,6 +349,12 @@ class WireWalker {
         return "the field tag of " + p + " is longer than it needs (" + Bytes(used) + " where " +
                Bytes(static_cast<int>(pb::io::CodedOutputStream::VarintSize32(tag))) + " would do)";
       });
+    } else if (used == 5 && (data_[tag_at + 4] & 0x70) != 0) {
+      // A tag is 32 bits: the runtime drops what a fifth byte holds beyond.
+      Note(tag_at + 4, at, [&](const std::string& p) {
+        return "the field tag of " + p + " holds bits beyond 32 (its fifth byte is " + Hex2(data_[tag_at + 4]) +
+               "), which the records drop: they write " + Hex2(data_[tag_at + 4] & 0x0F);
+      });
     }
     if (entry == nullptr) {
       if (*first_unknown_at < 0) {

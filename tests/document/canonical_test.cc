@@ -128,6 +128,19 @@ TEST(CanonicalEncodingTest, VarintTagOrLengthLongerThanItNeedsIsNamed) {
   EXPECT_EQ(length.cause, "the length of inputs[0] is longer than it needs (2 bytes where 1 byte would do)");
 }
 
+TEST(CanonicalEncodingTest, TagBitsBeyondThirtyTwoAreNamed) {
+  // A five-byte tag whose last byte holds more than the 4 bits a 32-bit tag
+  // leaves: field 508088256, fixed32, kept as unknown.
+  ConfigData config;
+  const EncodingDifference d =
+      DifferenceOf(Bytes({0x85, 0xFC, 0x99, 0x92, 0x7F, 0x01, 0x02, 0x03, 0x04}), &config);
+  EXPECT_EQ(Hex(Encode(config)), Hex(Bytes({0x85, 0xFC, 0x99, 0x92, 0x0F, 0x01, 0x02, 0x03, 0x04})));
+  EXPECT_EQ(d.offset, 4u);
+  EXPECT_EQ(d.path, "field 508088256");
+  EXPECT_EQ(d.cause, "the field tag of field 508088256 holds bits beyond 32 (its fifth byte is 7F), which the "
+                     "records drop: they write 0F");
+}
+
 TEST(CanonicalEncodingTest, FieldsOutOfNumberOrderAreNamed) {
   ConfigData config;
   // canObjectCount (8) before version (1).
