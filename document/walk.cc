@@ -156,8 +156,9 @@ std::vector<OtherFit> Walk::OtherFits(EntryKind kind, const pb::Descriptor* pair
   auto [slot, fresh] = held_by_kind_.try_emplace(static_cast<int>(kind));
   std::vector<OtherFit>& held = slot->second;
   if (fresh) {
-    for (const auto& [key, record] : pairing_.entries()) {
+    for (const auto& [key, paired_record] : pairing_.entries()) {
       if (key.first != kind) continue;
+      const pb::Descriptor* record = paired_record;  // a binding the lambda below may capture
       auto same = std::find_if(held.begin(), held.end(), [&](const OtherFit& fit) { return fit.record == record; });
       if (same == held.end()) same = held.insert(held.end(), OtherFit{record, {}});
       same->codes.push_back(key.second);

@@ -314,7 +314,8 @@ class JsonSplicer {
       }
       i = last + 1;
     }
-    for (const auto& [field, member_text] : inserted) {
+    for (const auto& [inserted_field, member_text] : inserted) {
+      const FieldDescriptor* field = inserted_field;  // a binding the lambda below may capture
       const auto next = std::find_if(kept.begin(), kept.end(), [&](std::size_t k) {
         if (members[k].name == "@unknown") return true;
         const FieldDescriptor* other = FieldOf(type, members[k]);
