@@ -28,6 +28,7 @@
 #include "field_path.h"
 #include "text_numbers.h"
 #include "walk.h"
+#include "value_text.h"
 
 namespace gcuschema::document {
 namespace {
@@ -84,18 +85,6 @@ std::string FormatSettings(const pb::Message& holder, const pb::FieldDescriptor*
   return settings.paired->full_name() + " " + FormatMessage(*settings.record, walk, side);
 }
 
-// "1.5"; a NaN with its bits, which tell one NaN from another.
-template <typename Float, typename Bits>
-std::string FormatFloat(Float value) {
-  if (!std::isnan(value)) {
-    return std::is_same_v<Float, float> ? internal::SpellFloat(value) : internal::SpellDouble(value);
-  }
-  Bits bits;
-  std::memcpy(&bits, &value, sizeof bits);
-  char text[2 * sizeof bits + 1];
-  std::snprintf(text, sizeof text, "%0*llx", static_cast<int>(2 * sizeof bits), static_cast<unsigned long long>(bits));
-  return std::string("NaN 0x") + text;
-}
 
 // A value of `field` of `record`, where the walk stands; `side` is the
 // document it comes from.
@@ -103,28 +92,8 @@ std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* fi
                         int side) {
   const pb::Reflection* r = record.GetReflection();
   const bool rep = field->is_repeated();
+  if (std::optional<std::string> scalar = internal::ScalarText(record, field, index)) return *scalar;
   switch (field->cpp_type()) {
-    case pb::FieldDescriptor::CPPTYPE_INT32:
-      return std::to_string(rep ? r->GetRepeatedInt32(record, field, index) : r->GetInt32(record, field));
-    case pb::FieldDescriptor::CPPTYPE_INT64:
-      return std::to_string(rep ? r->GetRepeatedInt64(record, field, index) : r->GetInt64(record, field));
-    case pb::FieldDescriptor::CPPTYPE_UINT32:
-      return std::to_string(rep ? r->GetRepeatedUInt32(record, field, index) : r->GetUInt32(record, field));
-    case pb::FieldDescriptor::CPPTYPE_UINT64:
-      return std::to_string(rep ? r->GetRepeatedUInt64(record, field, index) : r->GetUInt64(record, field));
-    case pb::FieldDescriptor::CPPTYPE_FLOAT:
-      return FormatFloat<float, std::uint32_t>(rep ? r->GetRepeatedFloat(record, field, index)
-                                                   : r->GetFloat(record, field));
-    case pb::FieldDescriptor::CPPTYPE_DOUBLE:
-      return FormatFloat<double, std::uint64_t>(rep ? r->GetRepeatedDouble(record, field, index)
-                                                    : r->GetDouble(record, field));
-    case pb::FieldDescriptor::CPPTYPE_BOOL:
-      return (rep ? r->GetRepeatedBool(record, field, index) : r->GetBool(record, field)) ? "true" : "false";
-    case pb::FieldDescriptor::CPPTYPE_ENUM: {
-      const int value = rep ? r->GetRepeatedEnumValue(record, field, index) : r->GetEnumValue(record, field);
-      const pb::EnumValueDescriptor* named = field->enum_type()->FindValueByNumber(value);
-      return named != nullptr ? named->name() : std::to_string(value);
-    }
     case pb::FieldDescriptor::CPPTYPE_STRING: {
       const std::string value = rep ? r->GetRepeatedString(record, field, index) : r->GetString(record, field);
       if (field->type() == pb::FieldDescriptor::TYPE_STRING) return "\"" + pb::CEscape(value) + "\"";
@@ -137,6 +106,7 @@ std::string FormatValue(const pb::Message& record, const pb::FieldDescriptor* fi
       const Walk::Step element = walk.Element(index);
       return FormatMessage(r->GetRepeatedMessage(record, field, index), walk, side);
     }
+    default: break;  // the scalars, above
   }
   return std::string();
 }

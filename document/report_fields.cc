@@ -1,14 +1,12 @@
 #include "report_fields.h"
 
-#include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <type_traits>
+#include <optional>
 
 #include <google/protobuf/unknown_field_set.h>
 
 #include "text_numbers.h"
+#include "value_text.h"
 
 namespace gcuschema::document::internal {
 namespace {
@@ -31,17 +29,6 @@ std::string Hex(const std::string& bytes) {
   return out + ">";
 }
 
-template <typename Float, typename Bits>
-std::string FloatText(Float value) {
-  if (!std::isnan(value)) {
-    return std::is_same_v<Float, float> ? SpellFloat(value) : SpellDouble(value);
-  }
-  Bits bits;
-  std::memcpy(&bits, &value, sizeof bits);
-  char text[2 * sizeof bits + 1];
-  std::snprintf(text, sizeof text, "%0*llx", static_cast<int>(2 * sizeof bits), static_cast<unsigned long long>(bits));
-  return std::string("NaN 0x") + text;
-}
 
 std::string UnknownText(const pb::UnknownField& field) {
   switch (field.type()) {
@@ -63,34 +50,15 @@ std::string Joined(const std::string& prefix, const std::string& name) {
 std::string ValueText(const pb::Message& record, const pb::FieldDescriptor* field, int index) {
   const pb::Reflection* r = record.GetReflection();
   const bool rep = field->is_repeated();
+  if (std::optional<std::string> scalar = ScalarText(record, field, index)) return *scalar;
   switch (field->cpp_type()) {
-    case pb::FieldDescriptor::CPPTYPE_INT32:
-      return std::to_string(rep ? r->GetRepeatedInt32(record, field, index) : r->GetInt32(record, field));
-    case pb::FieldDescriptor::CPPTYPE_INT64:
-      return std::to_string(rep ? r->GetRepeatedInt64(record, field, index) : r->GetInt64(record, field));
-    case pb::FieldDescriptor::CPPTYPE_UINT32:
-      return std::to_string(rep ? r->GetRepeatedUInt32(record, field, index) : r->GetUInt32(record, field));
-    case pb::FieldDescriptor::CPPTYPE_UINT64:
-      return std::to_string(rep ? r->GetRepeatedUInt64(record, field, index) : r->GetUInt64(record, field));
-    case pb::FieldDescriptor::CPPTYPE_FLOAT:
-      return FloatText<float, std::uint32_t>(rep ? r->GetRepeatedFloat(record, field, index)
-                                                 : r->GetFloat(record, field));
-    case pb::FieldDescriptor::CPPTYPE_DOUBLE:
-      return FloatText<double, std::uint64_t>(rep ? r->GetRepeatedDouble(record, field, index)
-                                                  : r->GetDouble(record, field));
-    case pb::FieldDescriptor::CPPTYPE_BOOL:
-      return (rep ? r->GetRepeatedBool(record, field, index) : r->GetBool(record, field)) ? "true" : "false";
-    case pb::FieldDescriptor::CPPTYPE_ENUM: {
-      const int value = rep ? r->GetRepeatedEnumValue(record, field, index) : r->GetEnumValue(record, field);
-      const pb::EnumValueDescriptor* named = field->enum_type()->FindValueByNumber(value);
-      return named != nullptr ? named->name() : std::to_string(value);
-    }
     case pb::FieldDescriptor::CPPTYPE_STRING: {
       const std::string value = rep ? r->GetRepeatedString(record, field, index) : r->GetString(record, field);
       return field->type() == pb::FieldDescriptor::TYPE_STRING ? value : Hex(value);
     }
     case pb::FieldDescriptor::CPPTYPE_MESSAGE:
       break;
+    default: break;  // the scalars, above
   }
   return std::string();
 }
