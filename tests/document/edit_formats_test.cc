@@ -14,16 +14,13 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/io.h>
 
+#include "support/edits.h"
 #include "support/sample_bytes.h"
 
 namespace gcuschema::document {
 namespace {
 
-std::vector<Assignment> Edits(const std::vector<std::string>& texts) {
-  std::vector<Assignment> out;
-  for (const std::string& text : texts) out.push_back(ParseAssignment(text));
-  return out;
-}
+using test::Edits;
 
 // The document edited in the format it is in.
 std::string Edited(const std::string& text, const std::vector<std::string>& edits, google::protobuf::Message* record) {

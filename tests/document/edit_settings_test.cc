@@ -12,30 +12,18 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/settings.h>
 
+#include "support/thrown.h"
+#include "support/edits.h"
 #include "support/wire.h"
 
 namespace gcuschema::document {
 namespace {
 
+using test::Thrown;
+using test::Edits;
+
 using test::Bytes;
 using test::Hex;
-
-template <typename Call>
-Error Thrown(Call call) {
-  try {
-    call();
-  } catch (const Error& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no Error thrown";
-  return Error("", "");
-}
-
-std::vector<Assignment> Edits(const std::vector<std::string>& texts) {
-  std::vector<Assignment> out;
-  for (const std::string& text : texts) out.push_back(ParseAssignment(text));
-  return out;
-}
 
 // Input 1 holds AdcConfiguration {range12V}; input 2 a FrequencyInput (a
 // code paired with no record) with the bytes 08 05; input 3 an AdcInput

@@ -16,32 +16,19 @@
 #include <gcuschema/document/io.h>
 #include <gcuschema/document/settings.h>
 
+#include "support/thrown.h"
+#include "support/edits.h"
 #include "support/sample_bytes.h"
 #include "support/wire.h"
 
 namespace gcuschema::document {
 namespace {
 
+using test::Thrown;
+using test::Edits;
+
 using test::Bytes;
 using test::Hex;
-
-// The Error `call` throws; fails the test when it throws none.
-template <typename Call>
-Error Thrown(Call call) {
-  try {
-    call();
-  } catch (const Error& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no Error thrown";
-  return Error("", "");
-}
-
-std::vector<Assignment> Edits(const std::vector<std::string>& texts) {
-  std::vector<Assignment> out;
-  for (const std::string& text : texts) out.push_back(ParseAssignment(text));
-  return out;
-}
 
 // The edited document, read from `bytes` (a ConfigData unless `record`
 // says otherwise).

@@ -13,8 +13,12 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/records.h>
 
+#include "support/thrown.h"
+
 namespace gcuschema::document {
 namespace {
+
+using test::Thrown;
 
 using Bytes = std::string;
 
@@ -27,18 +31,6 @@ AdcConfiguration Adc() {
   adc.set_saturation(true);
   adc.set_inminvalue(-15);
   return adc;
-}
-
-// The Error `call` throws; fails the test when it throws none.
-template <typename Call>
-Error Thrown(Call call) {
-  try {
-    call();
-  } catch (const Error& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no Error thrown";
-  return Error("", "");
 }
 
 TEST(SetSettingsTest, EncodesTheSettingsAndSetsTheInputCodeThatHoldsThem) {
