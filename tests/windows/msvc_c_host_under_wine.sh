@@ -96,7 +96,7 @@ run_both sample sample.bin edited.json
 same_as_mingw sample ok
 size=$(stat -c %s sample.bin)
 if grep -qx "encoded: $size bytes, read back the same" sample.msvc.out.lf &&
-  grep -qx '  ~ inputs\[0\]\.alias: "\(.*\)" -> "Edited \1"' sample.msvc.out.lf; then
+  grep -qx '  ~ inputs\[id=1 "Edited \(.*\)"\]\.alias: "\1" -> "Edited \1"' sample.msvc.out.lf; then
   pass
 else
   fail "the MSVC-ABI host did not encode sample.bin to its $size bytes, or did not find the edited alias:"
