@@ -397,6 +397,14 @@ class WireWalker {
       return kept;
     }
     const int used = Position() - at;
+    if (used == 10 && (data_[at + 9] & 0x7E) != 0) {
+      // A varint is 64 bits: the runtime drops what a tenth byte holds beyond.
+      Note(at + 9, where, [&](const std::string& p) {
+        return p + " is a varint holding bits beyond 64 (its tenth byte is " + Hex2(data_[at + 9]) +
+               "), which the records drop: they write " + Hex2(data_[at + 9] & 0x01);
+      });
+      return kept;
+    }
     const int needed = static_cast<int>(pb::io::CodedOutputStream::VarintSize64(value));
     if (used > needed) {
       Note(at, where, [&](const std::string& p) {

@@ -141,6 +141,17 @@ TEST(CanonicalEncodingTest, TagBitsBeyondThirtyTwoAreNamed) {
                      "records drop: they write 0F");
 }
 
+TEST(CanonicalEncodingTest, VarintBitsBeyondSixtyFourAreNamed) {
+  // Field 101, which ConfigData does not know, as a ten-byte varint whose
+  // last byte holds more than bit 63.
+  ConfigData config;
+  const EncodingDifference d = DifferenceOf(
+      Bytes({0xA8, 0x06, 0x81, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x05}), &config);
+  EXPECT_EQ(d.offset, 11u);
+  EXPECT_EQ(d.cause, "field 101 is a varint holding bits beyond 64 (its tenth byte is 05), which the records "
+                     "drop: they write 01");
+}
+
 TEST(CanonicalEncodingTest, FieldsOutOfNumberOrderAreNamed) {
   ConfigData config;
   // canObjectCount (8) before version (1).
