@@ -91,8 +91,18 @@ document::PairingCatalogue Pairing(const char* function, const gcuschema_pairing
 
 const char* const kFormatNames = "GCUSCHEMA_FORMAT_BINARY, GCUSCHEMA_FORMAT_TEXT or GCUSCHEMA_FORMAT_JSON";
 
-std::optional<document::Format> FormatOf(gcuschema_format format, bool detect_allowed, const std::string& at) {
-  switch (static_cast<int>(format)) {
+// A C caller may put any int where a gcuschema_format stands: its bits are
+// read as an int, since a C++ enumeration holding another value is no value.
+int CodeIn(const gcuschema_format& format) {
+  static_assert(sizeof(gcuschema_format) == sizeof(int));
+  int code;
+  std::memcpy(&code, &format, sizeof code);
+  return code;
+}
+
+std::optional<document::Format> FormatOf(const gcuschema_format& format, bool detect_allowed, const std::string& at) {
+  const int code = CodeIn(format);
+  switch (code) {
     case GCUSCHEMA_FORMAT_BINARY: return document::Format::kBinary;
     case GCUSCHEMA_FORMAT_TEXT: return document::Format::kText;
     case GCUSCHEMA_FORMAT_JSON: return document::Format::kJson;
@@ -102,7 +112,7 @@ std::optional<document::Format> FormatOf(gcuschema_format format, bool detect_al
                     at + " is GCUSCHEMA_FORMAT_DETECT, which names no format to write in; give " + kFormatNames);
     default: break;
   }
-  throw Failure(GCUSCHEMA_ERROR_FORMAT, at + " is " + std::to_string(static_cast<int>(format)) +
+  throw Failure(GCUSCHEMA_ERROR_FORMAT, at + " is " + std::to_string(code) +
                                             ", which is no gcuschema_format; give " +
                                             (detect_allowed ? "GCUSCHEMA_FORMAT_DETECT, " : "") + kFormatNames);
 }
