@@ -11,6 +11,7 @@
 
 #include <gcuschema/document/error.h>
 
+#include "edit/pieces.h"
 #include "edit/touched.h"
 #include "walk.h"
 
@@ -69,12 +70,6 @@ std::string Varint(std::uint64_t value) {
   out += static_cast<char>(value);
   return out;
 }
-
-struct Piece {
-  std::size_t begin;
-  std::size_t end;
-  std::string text;
-};
 
 // Where a field absent from the bytes goes: before the first known field
 // of a higher number, else after the last known field (unknown fields come
@@ -144,16 +139,7 @@ std::string Splice(std::string_view bytes, pb::Message* edited, const Touched& t
     pieces.push_back(Piece{found.front()->start, found.front()->end, std::move(fresh)});
     for (std::size_t i = 1; i < found.size(); ++i) pieces.push_back(Piece{found[i]->start, found[i]->end, ""});
   }
-  std::stable_sort(pieces.begin(), pieces.end(), [](const Piece& a, const Piece& b) { return a.begin < b.begin; });
-  std::string out;
-  std::size_t at = 0;
-  for (const Piece& piece : pieces) {
-    out.append(bytes.substr(at, piece.begin - at));
-    out += piece.text;
-    at = piece.end;
-  }
-  out.append(bytes.substr(at));
-  return out;
+  return Spliced(bytes, std::move(pieces));
 }
 
 }  // namespace

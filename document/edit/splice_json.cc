@@ -13,6 +13,7 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/document/io.h>
 
+#include "edit/pieces.h"
 #include "edit/touched.h"
 #include "walk.h"
 
@@ -153,12 +154,6 @@ class JsonText {
   sj::ondemand::parser parser_;
 };
 
-struct Piece {
-  std::size_t begin;
-  std::size_t end;
-  std::string text;
-};
-
 // A member spelt alone by the writer: "name": value, and the value.
 struct Spelt {
   std::string member;
@@ -185,19 +180,7 @@ class JsonSplicer {
     }
     Splice(object, edited, touched);
     // Put-in members before what is taken out at the same place.
-    std::stable_sort(pieces_.begin(), pieces_.end(), [](const Piece& a, const Piece& b) {
-      return a.begin != b.begin ? a.begin < b.begin : a.end < b.end;
-    });
-    std::string out;
-    std::size_t at = 0;
-    const std::string_view text = text_.text();
-    for (const Piece& piece : pieces_) {
-      out.append(text.substr(at, piece.begin - at));
-      out += piece.text;
-      at = piece.end;
-    }
-    out.append(text.substr(at));
-    return out;
+    return Spliced(text_.text(), std::move(pieces_));
   }
 
  private:

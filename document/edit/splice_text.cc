@@ -15,6 +15,7 @@
 #include <gcuschema/document/io.h>
 #include <gcuschema/document/records.h>
 
+#include "edit/pieces.h"
 #include "edit/touched.h"
 
 namespace gcuschema::document::internal {
@@ -27,12 +28,6 @@ using Tree = pb::TextFormat::ParseInfoTree;
 struct Span {
   std::size_t begin;
   std::size_t end;
-};
-
-struct Piece {
-  std::size_t begin;
-  std::size_t end;
-  std::string text;
 };
 
 // The tokenizer's tab stops, for turning its columns into bytes.
@@ -55,18 +50,7 @@ class TextSplicer {
     // The text was read as the document before it was edited.
     if (!parser.Parse(&input, again.get())) throw Error("", "the text to edit no longer reads as it did");
     Splice(edited, touched, &tree_, std::nullopt);
-    std::stable_sort(pieces_.begin(), pieces_.end(), [](const Piece& a, const Piece& b) {
-      return a.begin != b.begin ? a.begin < b.begin : a.end < b.end;
-    });
-    std::string out;
-    std::size_t at = 0;
-    for (const Piece& piece : pieces_) {
-      out.append(text_.substr(at, piece.begin - at));
-      out += piece.text;
-      at = piece.end;
-    }
-    out.append(text_.substr(at));
-    return out;
+    return Spliced(text_, std::move(pieces_));
   }
 
  private:
