@@ -2,7 +2,6 @@
 // anew as the writer prints them, on the lines where they stood (or among
 // their neighbours in field order); every other byte as it stands. Where
 // each field stands comes from the runtime's text parser.
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
