@@ -424,21 +424,35 @@ void OrderChange(const pb::Message& b, const pb::FieldDescriptor* list, const pb
   comparison.out->push_back(std::move(reordered));
 }
 
+// Whether `own` holds of records of `type` or of a record they hold,
+// decided once per type in `known`.
+template <typename Own>
+bool InTree(const pb::Descriptor* type, std::unordered_map<const pb::Descriptor*, bool>* known, const Own& own) {
+  auto [at, fresh] = known->emplace(type, false);  // false while being decided: a cycle adds nothing
+  if (!fresh) return at->second;
+  bool holds = own(type);
+  for (int i = 0; i < type->field_count() && !holds; ++i) {
+    const pb::Descriptor* inner = type->field(i)->message_type();
+    holds = inner != nullptr && InTree(inner, known, own);
+  }
+  (*known)[type] = holds;
+  return holds;
+}
+
 // Whether records of `type` can hold a single float or double field, in
 // themselves or in a record they hold.
 bool HasSingleFloats(const pb::Descriptor* type, std::unordered_map<const pb::Descriptor*, bool>* known) {
-  auto [at, fresh] = known->emplace(type, false);  // false while being decided: a cycle adds nothing
-  if (!fresh) return at->second;
-  bool has = false;
-  for (int i = 0; i < type->field_count() && !has; ++i) {
-    const pb::FieldDescriptor* field = type->field(i);
-    const auto kind = field->cpp_type();
-    has = (!field->is_repeated() && !field->has_presence() &&
-           (kind == pb::FieldDescriptor::CPPTYPE_FLOAT || kind == pb::FieldDescriptor::CPPTYPE_DOUBLE)) ||
-          (field->message_type() != nullptr && HasSingleFloats(field->message_type(), known));
-  }
-  (*known)[type] = has;
-  return has;
+  return InTree(type, known, [](const pb::Descriptor* record) {
+    for (int i = 0; i < record->field_count(); ++i) {
+      const pb::FieldDescriptor* field = record->field(i);
+      const auto kind = field->cpp_type();
+      if (!field->is_repeated() && !field->has_presence() &&
+          (kind == pb::FieldDescriptor::CPPTYPE_FLOAT || kind == pb::FieldDescriptor::CPPTYPE_DOUBLE)) {
+        return true;
+      }
+    }
+    return false;
+  });
 }
 
 // Whether `record` holds -0.0 in a single field, which its encoding leaves
@@ -564,15 +578,7 @@ void Compare(const pb::Message& a, const pb::Message& b, Comparison& comparison)
 // Whether records of `type` can hold settings, in a `config` of their own
 // or of a record they hold.
 bool HoldsSettings(const pb::Descriptor* type, std::unordered_map<const pb::Descriptor*, bool>* known) {
-  auto [at, fresh] = known->emplace(type, false);  // false while being decided: a cycle adds nothing
-  if (!fresh) return at->second;
-  bool holds = internal::SettingsField(type) != nullptr;
-  for (int i = 0; i < type->field_count() && !holds; ++i) {
-    const pb::Descriptor* inner = type->field(i)->message_type();
-    holds = inner != nullptr && HoldsSettings(inner, known);
-  }
-  (*known)[type] = holds;
-  return holds;
+  return InTree(type, known, [](const pb::Descriptor* record) { return internal::SettingsField(record) != nullptr; });
 }
 
 // Refuses a document whose settings nest deeper than the walk goes, as

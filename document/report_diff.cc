@@ -234,13 +234,13 @@ class SideBySide {
       // first for one removed.
       const int index = j >= 0 ? j : i;
       // By its identifier and alias in a keyed list, as Diff names it.
-      const std::string named =
-          key != nullptr ? path + "[" +
-                               internal::EntryLabel(key->name(), keys_a.empty() || i < 0 ? keys_b[static_cast<std::size_t>(j)]
-                                                                                         : keys_a[static_cast<std::size_t>(i)],
-                                                    internal::EntryAlias(entry_b != nullptr ? *entry_b : *entry_a)) +
-                               "]"
-                         : internal::IndexPath(path, index);
+      std::string named = internal::IndexPath(path, index);
+      if (key != nullptr) {
+        const std::int64_t id = i >= 0 ? keys_a[static_cast<std::size_t>(i)] : keys_b[static_cast<std::size_t>(j)];
+        named = path + "[" +
+                internal::EntryLabel(key->name(), id, internal::EntryAlias(entry_b != nullptr ? *entry_b : *entry_a)) +
+                "]";
+      }
       Entry(section, entry_a, entry_b, index, named);
     }
   }
