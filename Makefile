@@ -62,7 +62,8 @@ clean:
 # Sanitizer and fuzz builds: clang, each in a build directory of its own, the
 # flags given on the command line so that the ordinary build stays untouched.
 # C programs link the sanitizers' C++ runtime too, as the library they link
-# is C++.
+# is C++ (only the C hosts: CMake's check of the C compiler links a plain
+# C program).
 SAN_CXX ?= clang++-14
 SAN_CC ?= clang-14
 ASAN_DIR ?= build-asan
@@ -77,7 +78,7 @@ SAN_CMAKE = cmake -S . -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DCMAKE_CXX_COM
 
 $(ASAN_DIR)/build.ninja: | deps
 	$(SAN_CMAKE) -B $(ASAN_DIR) "-DCMAKE_CXX_FLAGS=$(ASAN_FLAGS)" "-DCMAKE_C_FLAGS=$(ASAN_FLAGS)" \
-	  -DCMAKE_EXE_LINKER_FLAGS=-fsanitize-link-c++-runtime -DCMAKE_C_STANDARD_LIBRARIES=-lstdc++
+	  "-DGCUSCHEMA_C_HOST_LINK_LIBRARIES=-fsanitize-link-c++-runtime;-lstdc++"
 
 $(TSAN_DIR)/build.ninja: | deps
 	$(SAN_CMAKE) -B $(TSAN_DIR) "-DCMAKE_CXX_FLAGS=$(TSAN_FLAGS)" "-DCMAKE_C_FLAGS=$(TSAN_FLAGS)"
