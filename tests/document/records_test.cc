@@ -36,6 +36,15 @@ TEST(RecordsTest, SchemaFileNamesAreTheSchemaDirectoryInNameOrder) {
   EXPECT_EQ(SchemaFileNames(), expected);
 }
 
+TEST(RecordsTest, FindSchemaFileFindsOnlyTheLibrarysFiles) {
+  const google::protobuf::FileDescriptor* config = FindSchemaFile("Config.proto");
+  ASSERT_NE(config, nullptr);
+  EXPECT_EQ(config, ConfigData::descriptor()->file());
+  EXPECT_EQ(FindSchemaFile("CalibrationData.proto"), CalibrationData::descriptor()->file());
+  EXPECT_EQ(FindSchemaFile("Nope.proto"), nullptr);
+  EXPECT_EQ(FindSchemaFile("google/protobuf/descriptor.proto"), nullptr);
+}
+
 TEST(RecordsTest, FindRecordByFullNameAndClassSpelling) {
   EXPECT_EQ(FindRecord("ConfigData"), ConfigData::descriptor());
   EXPECT_EQ(FindRecord("CalibrationData.AdcCalibrationData"),

@@ -41,7 +41,7 @@ void CollectRecordNames(const pb::Descriptor* type, std::vector<std::string>* na
 std::string ListFiles() {
   std::string out;
   for (const std::string& name : document::SchemaFileNames()) {
-    const pb::FileDescriptor* file = pb::DescriptorPool::generated_pool()->FindFileByName(name);
+    const pb::FileDescriptor* file = document::FindSchemaFile(name);
     std::vector<std::string> records;
     for (int i = 0; file != nullptr && i < file->message_type_count(); ++i) {
       CollectRecordNames(file->message_type(i), &records);

@@ -18,6 +18,10 @@ namespace gcuschema::document {
 // The schema files of the library, by bare file name, in name order.
 GCUSCHEMA_DOCUMENT_API const std::vector<std::string>& SchemaFileNames();
 
+// A schema file of the library by bare name ("Config.proto"); null when the
+// library has none of that name.
+GCUSCHEMA_DOCUMENT_API const google::protobuf::FileDescriptor* FindSchemaFile(std::string_view name);
+
 // A record of the library by its full name ("ConfigData",
 // "CalibrationData.AdcCalibrationData"; the class spelling
 // "CalibrationData_AdcCalibrationData" is accepted too). Null when the
