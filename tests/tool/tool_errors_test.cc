@@ -186,6 +186,20 @@ TEST(ToolErrorsTest, UsageErrorsExitWithStatusTwo) {
   }
 }
 
+TEST(ToolErrorsTest, FlagGivenAnEmptyValueIsNamed) {
+  // As --output= is an empty file name, --no-expand= is a flag given a value
+  // of nothing: named, not blamed on the argument after it.
+  ScratchDir dir;
+  const std::string doc = dir.Put("doc.bin", SampleBytes("ConfigData"));
+  ProcessResult result = RunTool({"decode", "--no-expand=", doc});
+  EXPECT_EQ(result.exit_status, 2);
+  EXPECT_TRUE(result.out.empty());
+  EXPECT_EQ(result.err, "gcuschema: --no-expand: is a flag and takes no value; give --no-expand alone; see "
+                        "`gcuschema decode --help`\n");
+  // After "--" it is an operand.
+  EXPECT_TRUE(Contains(RunTool({"decode", "--", "--no-expand="}).err, "--no-expand="));
+}
+
 TEST(ToolErrorsTest, HelpOfEachCommandExitsZero) {
   for (const char* command :
        {"decode", "encode", "inspect", "lint", "diff", "schemas", "sample"}) {

@@ -75,22 +75,28 @@ int ReportUsageError(CLI::App& app, const CLI::ParseError& e, const std::vector<
 // "--name=" with nothing after the '=' gives the option an empty value, as
 // "--name ''" does, for its check to refuse: CLI11 would take the next
 // argument for the value instead, so that --output="$UNSET" in.bin wrote
-// over in.bin.
-void SeparateEmptyValues(const std::vector<Command>& commands, std::vector<std::string>* arguments) {
+// over in.bin. A flag so given is refused here (CLI11 would complain of the
+// next argument instead); the message is returned, empty when all is well.
+std::string SeparateEmptyValues(const std::vector<Command>& commands, std::vector<std::string>* arguments) {
   for (std::size_t i = 1; i < arguments->size(); ++i) {
     const std::string& argument = (*arguments)[i];
-    if (argument == "--") return;  // what follows is operands only
+    if (argument == "--") break;  // what follows is operands only
     if (argument.size() < 4 || argument.rfind("--", 0) != 0 || argument.find('=') != argument.size() - 1) continue;
     const std::string name = argument.substr(0, argument.size() - 1);
     for (const Command& command : commands) {
       const CLI::Option* option = command.parser->get_option_no_throw(name);
-      if (option == nullptr || option->get_type_size_max() == 0) continue;  // a flag takes no value
+      if (option == nullptr) continue;
+      if (option->get_expected_max() == 0) {
+        return fmt::format("{}: is a flag and takes no value; give {} alone; see `gcuschema {} --help`", name, name,
+                           command.parser->get_name());
+      }
       (*arguments)[i] = name;
       arguments->insert(arguments->begin() + static_cast<std::ptrdiff_t>(i) + 1, "");
       ++i;
       break;
     }
   }
+  return {};
 }
 
 int Run(const Command& command) {
@@ -147,7 +153,9 @@ int main(int argc, char** argv) {
   if (commands.empty() && !version_only) {
     for (const auto& factory : factories) commands.push_back(factory.second(&app));
   }
-  SeparateEmptyValues(commands, &arguments);
+  if (const std::string refused = SeparateEmptyValues(commands, &arguments); !refused.empty()) {
+    return Exit(ReportFailure(FailureLine("", "", refused)));
+  }
   std::vector<const char*> pointers;
   for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
   try {
