@@ -10,6 +10,7 @@
 #include <gcuschema/document/error.h>
 #include <gcuschema/runtime_check.h>
 
+#include "record_prototypes.h"
 #include "suggest.h"
 
 namespace gcuschema::document {
@@ -97,9 +98,27 @@ const pb::Descriptor* RequireRecord(std::string_view name) {
   throw Error("", message, remedy);
 }
 
+namespace internal {
+
+const pb::Message* GeneratedPrototype(const pb::Descriptor* type) {
+  std::string class_name = type->full_name();
+  std::replace(class_name.begin(), class_name.end(), '.', '_');
+  const RecordPrototype* const end = kRecordPrototypes + kRecordPrototypeCount;
+  const RecordPrototype* found =
+      std::lower_bound(kRecordPrototypes, end, class_name,
+                       [](const RecordPrototype& entry, const std::string& name) { return entry.class_name < name; });
+  if (found != end && found->class_name == class_name) {
+    const pb::Message& prototype = found->instance();
+    if (prototype.GetDescriptor() == type) return &prototype;
+  }
+  return pb::MessageFactory::generated_factory()->GetPrototype(type);
+}
+
+}  // namespace internal
+
 pb::Message* NewRecord(const pb::Descriptor* type, pb::Arena* arena) {
   if (type == nullptr) throw Error("", "no record type given");
-  const pb::Message* prototype = pb::MessageFactory::generated_factory()->GetPrototype(type);
+  const pb::Message* prototype = internal::GeneratedPrototype(type);
   if (prototype == nullptr) {
     throw Error("", "record type " + type->full_name() + " has no generated class");
   }

@@ -22,6 +22,7 @@
 #include "json/keys.h"
 #include "json/reader_descent.h"
 #include "json/syntax.h"
+#include "record_prototypes.h"
 #include "suggest.h"
 
 namespace gcuschema::document::internal {
@@ -673,7 +674,7 @@ pb::Message* JsonDescent::Spare(const pb::Descriptor* type,
                             std::unordered_map<const pb::Descriptor*, std::unique_ptr<pb::Message>>* spares) {
   std::unique_ptr<pb::Message>& spare = (*spares)[type];
   if (spare == nullptr) {
-    if (const pb::Message* prototype = pb::MessageFactory::generated_factory()->GetPrototype(type)) {
+    if (const pb::Message* prototype = GeneratedPrototype(type)) {
       spare.reset(prototype->New());
     } else {
       if (dynamic_ == nullptr) dynamic_ = std::make_unique<pb::DynamicMessageFactory>();

@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include <google/protobuf/arena.h>
+#include <google/protobuf/descriptor.pb.h>
 #include <gtest/gtest.h>
 
 #include <gcuschema/CalibrationData.pb.h>
@@ -77,6 +79,24 @@ TEST(RecordsTest, RequireRecordSuggestsWhatToDo) {
   } catch (const Error& e) {
     EXPECT_NE(e.message().find("did you mean \"ConfigData\""), std::string::npos) << e.what();
   }
+}
+
+TEST(RecordsTest, EveryRecordIsMadeAsItsGeneratedClass) {
+  // Each under its own descriptor: the same class the runtime's factory has.
+  for (const std::string& name : RecordNames()) {
+    SCOPED_TRACE(name);
+    const google::protobuf::Descriptor* type = FindRecord(name);
+    std::unique_ptr<google::protobuf::Message> made = NewRecord(type);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->GetDescriptor(), type);
+    const google::protobuf::Message* generated = google::protobuf::MessageFactory::generated_factory()->GetPrototype(type);
+    ASSERT_NE(generated, nullptr);
+    EXPECT_EQ(typeid(*made), typeid(*generated));
+  }
+  // A generated record of the runtime's own comes from its factory.
+  std::unique_ptr<google::protobuf::Message> runtime_record =
+      NewRecord(google::protobuf::FileDescriptorProto::descriptor());
+  EXPECT_NE(dynamic_cast<google::protobuf::FileDescriptorProto*>(runtime_record.get()), nullptr);
 }
 
 TEST(RecordsTest, NewRecordMakesTheGeneratedClass) {
