@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 namespace gcuschema::document::internal {
 namespace {
@@ -81,15 +82,30 @@ bool DecodeBase64(std::string_view text, std::string* bytes) {
 
 std::size_t EncodedBase64Size(std::size_t size) { return (size + 2) / 3 * 4; }
 
+namespace {
+
+// The two digits of every 12 bits: a group of three bytes is two lookups
+// and one four-byte store.
+constexpr std::array<std::array<char, 2>, 4096> DigitPairs() {
+  std::array<std::array<char, 2>, 4096> pairs{};
+  for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {kDigits[i >> 6], kDigits[i & 63]};
+  return pairs;
+}
+
+constexpr std::array<std::array<char, 2>, 4096> kDigitPairs = DigitPairs();
+
+}  // namespace
+
 char* EncodeBase64(std::string_view bytes, char* out) {
   const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
   std::size_t left = bytes.size();
   for (; left >= 3; left -= 3, in += 3) {
     const std::uint32_t group = std::uint32_t{in[0]} << 16 | std::uint32_t{in[1]} << 8 | in[2];
-    *out++ = kDigits[group >> 18];
-    *out++ = kDigits[(group >> 12) & 63];
-    *out++ = kDigits[(group >> 6) & 63];
-    *out++ = kDigits[group & 63];
+    char digits[4];
+    std::memcpy(digits, kDigitPairs[group >> 12].data(), 2);
+    std::memcpy(digits + 2, kDigitPairs[group & 4095].data(), 2);
+    std::memcpy(out, digits, 4);
+    out += 4;
   }
   if (left > 0) {
     const std::uint32_t group = std::uint32_t{in[0]} << 16 | (left == 2 ? std::uint32_t{in[1]} << 8 : 0);
