@@ -112,8 +112,11 @@ std::string JsonWriter::Path(std::string_view member) const {
 }
 
 void JsonWriter::Record(const pb::Message& record, int level, const std::string* type_name) {
-  const RecordPlan& plan = plans_.Get(record.GetDescriptor());
-  const pb::Reflection* reflection = record.GetReflection();
+  Record(record, plans_.Get(record.GetDescriptor()), record.GetReflection(), level, type_name);
+}
+
+void JsonWriter::Record(const pb::Message& record, const RecordPlan& plan, const pb::Reflection* reflection,
+                        int level, const std::string* type_name) {
   bool first = true;
   auto member = [&](std::string_view key) {
     Member(first, level + 1, key);
@@ -306,13 +309,17 @@ void JsonWriter::List(const pb::Message& record, const pb::Reflection* reflectio
 }
 
 void JsonWriter::RecordElements(const pb::Message& record, const FieldPlan& field, int begin, int end, int level) {
-  const pb::Reflection* reflection = record.GetReflection();  // once per stretch
+  if (begin >= end) return;
+  // Looked up once per stretch: the elements are records of one type.
+  const pb::Reflection* reflection = record.GetReflection();
+  const RecordPlan& plan = plans_.Get(field.field->message_type());
+  const pb::Reflection* element_reflection = reflection->GetRepeatedMessage(record, field.field, begin).GetReflection();
   for (int i = begin; i < end; ++i) {
     if (i > 0) out_->push_back(',');
     NewLine(level + 1);
     {
       const Walk::Step step = walk_.Element(i);
-      Record(reflection->GetRepeatedMessage(record, field.field, i), level + 1, nullptr);
+      Record(reflection->GetRepeatedMessage(record, field.field, i), plan, element_reflection, level + 1, nullptr);
     }
     Flush();
   }

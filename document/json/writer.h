@@ -35,6 +35,9 @@ class JsonWriter {
 
  private:
   void Record(const google::protobuf::Message& record, int level, const std::string* type_name);
+  // The same, its plan and reflection known: a list's records share them.
+  void Record(const google::protobuf::Message& record, const RecordPlan& plan,
+              const google::protobuf::Reflection* reflection, int level, const std::string* type_name);
   void List(const google::protobuf::Message& record, const google::protobuf::Reflection* reflection,
             const FieldPlan& field, int level);
   // Records [begin, end) of a list, each after its separator (none before
